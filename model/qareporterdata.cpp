@@ -1,0 +1,13 @@
+#include "model/qareporterdata.h"
+
+#include "folio/ddocument.h"
+#include "model/qareporterdatatree.h"
+
+QAReporterData::QAReporterData() = default;
+
+QAReporterData::~QAReporterData()
+{
+    delete tree.data();
+    typeTree.reset();
+    document.reset();
+}

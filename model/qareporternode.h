@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+#include <iosfwd>
+
+class DItem;
+
+// The verdicts the outline and the failed-only filter compare a node's state with.
+extern const QString QSOK; // "ok": passed
+extern const QString QSKO; // "ko": failed
+extern const QString QSNE; // "ne": not evaluated
+
+// One reviewed item of a result file. `item` and `endItem` bound the item's section in the
+// report document; the document owns them.
+class QAReporterNode
+{
+public:
+    QAReporterNode() = default;
+    QAReporterNode(const QAReporterNode&) = default;
+    QAReporterNode& operator=(const QAReporterNode&) = default;
+    virtual ~QAReporterNode();
+
+    DItem* item = nullptr;
+    DItem* endItem = nullptr;
+    QString tag;  // sequence number in the file: "1" for the first node read
+    QString name; // shown in the outline
+    QString type; // kind of item, free text
+    QString stat; // verdict: QSOK, QSKO, QSNE or anything else (no verdict)
+    QString icon; // picture file name
+    QString base; // directory that relative source paths of the item start from
+};
+
+// Debug dump: name, type, state and tag, then the kinds of the bounding items when set.
+std::ostream& operator<<(std::ostream& os, QAReporterNode& node);

@@ -1,0 +1,68 @@
+#include "model/qastxmlrodreader.h"
+
+#include "model/qareporterdatatree.h"
+#include "model/qastxmlrodhandler.h"
+#include "sdk/studiointerface.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+constexpr qint64 bytesPerStep = 50;
+}
+
+QAstXmlRodReader::QAstXmlRodReader() : m_handler(std::make_unique<QAstXmlRodHandler>())
+{
+    setHandler(m_handler.get());
+}
+
+QAstXmlRodReader::~QAstXmlRodReader() = default;
+
+bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* studio)
+{
+    QAstXmlRodHandler::progressStep = 0;
+    if (!studio || !file) {
+        m_handler->setProgressTarget(nullptr, nullptr);
+        return DAmlReader::parse(source);
+    }
+    m_handler->setProgressTarget(file, studio);
+    QAstXmlRodHandler::progressSteps = int(qMin<qint64>(file->size() / bytesPerStep, INT_MAX));
+    studio->startProgress(QAstXmlRodHandler::progressSteps,
+                          QCoreApplication::translate("Reporter", "Analysing %1")
+                              .arg(QFileInfo(file->fileName()).fileName()),
+                          QCoreApplication::translate("Reporter", "Cancel"));
+    const bool accepted = DAmlReader::parse(source);
+    studio->endProgress();
+    return accepted;
+}
+
+QAReporterDataTree* QAstXmlRodReader::dataTree() const
+{
+    return m_handler->dataTree();
+}
+
+QTree<QString>* QAstXmlRodReader::typeTree() const
+{
+    return m_handler->typeTree();
+}
+
+QStringList QAstXmlRodReader::typeList() const
+{
+    return m_handler->typeList();
+}
+
+int QAstXmlRodReader::testPassed() const
+{
+    return m_handler->passed();
+}
+
+int QAstXmlRodReader::testFailed() const
+{
+    return m_handler->failed();
+}
+
+int QAstXmlRodReader::testInconclusive() const
+{
+    return m_handler->inconclusive();
+}

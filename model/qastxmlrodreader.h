@@ -1,0 +1,36 @@
+#pragma once
+
+#include "folio/damlreader.h"
+
+#include <QStringList>
+#include <memory>
+
+class QAReporterDataTree;
+class QAstXmlRodHandler;
+class QFile;
+class StudioInterface;
+template <class T> class QTree;
+
+// Reads one result file in one pass: the result tree, the report document, the list of item
+// types and the passed, failed and inconclusive totals. The caller takes over what was built.
+class QAstXmlRodReader : public DAmlReader
+{
+public:
+    QAstXmlRodReader();
+    ~QAstXmlRodReader() override;
+
+    QAstXmlRodHandler* handler() const { return m_handler.get(); }
+
+    // Reads `source`. With both `file` and `studio`, the studio shows the progress meanwhile.
+    bool parse(QIODevice* source, QFile* file, StudioInterface* studio);
+
+    QAReporterDataTree* dataTree() const;
+    QTree<QString>* typeTree() const;
+    QStringList typeList() const;
+    int testPassed() const;
+    int testFailed() const;
+    int testInconclusive() const;
+
+private:
+    std::unique_ptr<QAstXmlRodHandler> m_handler;
+};

@@ -1,0 +1,39 @@
+#include "model/reportloader.h"
+
+#include "folio/ddocument.h"
+#include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
+#include "model/qastxmlrodhandler.h"
+#include "model/qastxmlrodreader.h"
+
+#include <QFile>
+
+std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
+                                           StudioInterface* studio, ReportLoadError* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = {QStringLiteral("cannot open the file: %1").arg(file.errorString()), 0, 0};
+        return nullptr;
+    }
+    QAstXmlRodReader reader;
+    QAstXmlRodHandler* handler = reader.handler();
+    handler->setStyles(styles);
+    if (!reader.parse(&file, &file, studio)) {
+        QString message = reader.errorString();
+        if (message.endsWith(QLatin1Char('\n')))
+            message.chop(1);
+        *error = {message, reader.lineNumber(), reader.columnNumber()};
+        return nullptr;
+    }
+    auto record = std::make_unique<QAReporterData>();
+    record->fileName = path;
+    record->tree = handler->takeDataTree().release();
+    record->typeTree = handler->takeTypeTree();
+    record->document = handler->takeDocument();
+    record->typeList = handler->typeList();
+    record->passed = handler->passed();
+    record->failed = handler->failed();
+    record->inconclusive = handler->inconclusive();
+    return record;
+}

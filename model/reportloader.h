@@ -1,0 +1,23 @@
+#pragma once
+
+#include "folio/dstyle.h"
+
+#include <QString>
+#include <memory>
+
+class QAReporterData;
+class StudioInterface;
+
+// Where and why reading a file failed. `line` and `column` are 0 when the file could not be
+// opened at all; `message` ends without a line feed.
+struct ReportLoadError
+{
+    QString message;
+    int line = 0;
+    int column = 0;
+};
+
+// Reads the result file at `path` into a new record, its document items styled from `styles`.
+// With a studio, the studio shows the progress. On failure returns null and fills `error`.
+std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
+                                           StudioInterface* studio, ReportLoadError* error);

@@ -1,0 +1,3 @@
+#include "sdk/studiointerface.h"
+
+StudioInterface::~StudioInterface() = default;

@@ -77,8 +77,7 @@ int dump(const QStringList& arguments)
     } else {
         if (tree)
             printNodes(tree);
-        std::cout << "types: " << record->typeList.join(QStringLiteral(", ")).toStdString()
-                  << "\n";
+        std::cout << "types: " << record->typeList.join(QStringLiteral(", ")).toStdString() << "\n";
     }
     printTotals(*record);
     return 0;

@@ -22,6 +22,8 @@ public:
     QString value(int index) const { return QString::fromUtf8(m_pairs[2 * index + 1]); }
 
     bool contains(const char* name) const { return find(name) != nullptr; }
+    // The value as the parser gave it (UTF-8), or null when absent.
+    const char* raw(const char* name) const { return find(name); }
     // The value of the attribute `name`: a null string when absent, an empty one when empty.
     QString value(const char* name) const
     {

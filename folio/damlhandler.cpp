@@ -4,10 +4,17 @@
 #include "folio/ddocument.h"
 #include "folio/dlink.h"
 
+#include <QHash>
+
 namespace {
 
 // Elements that are not items.
-enum : int { StylesElement = DItem::TypeCount, StyleElement, UnknownElement };
+enum : int
+{
+    StylesElement = DItem::TypeCount,
+    StyleElement,
+    UnknownElement
+};
 
 int elementKind(const QString& name)
 {
@@ -281,9 +288,10 @@ bool DAmlHandler::openItem(int kind, const DAmlAttributes& attributes)
     }
     if (item->isTagged())
         static_cast<DTaggedItemContainer*>(item.get())->setTag(in.text("tag"));
-    const QString styleName = in.text("style");
-    if (!styleName.isEmpty())
-        item->setStyle(m_styleByName.value(styleName));
+    if (const char* styleName = attributes.raw("style")) {
+        if (const DStylePtr* style = m_styleByName.find(styleName))
+            item->setStyle(*style);
+    }
 
     DItem* opened = item.get();
     if (type == DItem::Document) {
@@ -310,9 +318,9 @@ bool DAmlHandler::linkItem(std::unique_ptr<DItem> item)
     Frame& frame = m_frames.back();
     DItemContainer* container = frame.item ? frame.item->asContainer() : nullptr;
     if (!container) {
-        setErrorString(QStringLiteral("%1 cannot contain %2\n")
-                           .arg(QLatin1String(frame.name),
-                                QLatin1String(strItemType(item->type()))));
+        setErrorString(
+            QStringLiteral("%1 cannot contain %2\n")
+                .arg(QLatin1String(frame.name), QLatin1String(strItemType(item->type()))));
         return false;
     }
     item->setParent(container);
@@ -362,7 +370,7 @@ bool DAmlHandler::defineStyle(const DAmlAttributes& attributes)
         return false;
     }
     m_localStyles.append(style);
-    m_styleByName.insert(name, style);
+    indexStyle(style);
     return true;
 }
 
@@ -380,9 +388,10 @@ bool DAmlHandler::characters(const QString& text)
 {
     const Frame* frame = m_frames.empty() ? nullptr : &m_frames.back();
     if (!frame || !frame->item || !frame->item->isContainer()) {
-        setErrorString(frame ? QStringLiteral("text is not allowed inside %1\n")
-                                   .arg(QLatin1String(frame->name))
-                             : QStringLiteral("text must stand inside a DOCUMENT\n"));
+        setErrorString(
+            frame
+                ? QStringLiteral("text is not allowed inside %1\n").arg(QLatin1String(frame->name))
+                : QStringLiteral("text must stand inside a DOCUMENT\n"));
         return false;
     }
     return linkItem(std::make_unique<DText>(text));
@@ -390,8 +399,7 @@ bool DAmlHandler::characters(const QString& text)
 
 bool DAmlHandler::fatalError(const QString& message)
 {
-    setErrorString(message.endsWith(QLatin1Char('\n')) ? message
-                                                       : message + QLatin1Char('\n'));
+    setErrorString(message.endsWith(QLatin1Char('\n')) ? message : message + QLatin1Char('\n'));
     return false;
 }
 
@@ -409,9 +417,14 @@ void DAmlHandler::setStyles(const DStyleList& styles)
 {
     m_styleByName.clear();
     for (const DStylePtr& style : styles)
-        m_styleByName.insert(style->name(), style);
+        indexStyle(style);
     for (const DStylePtr& style : std::as_const(m_localStyles))
-        m_styleByName.insert(style->name(), style);
+        indexStyle(style);
+}
+
+void DAmlHandler::indexStyle(const DStylePtr& style)
+{
+    m_styleByName.insert(style->name().toStdString(), style);
 }
 
 void DAmlHandler::setEnabledLocalStyle(bool on)

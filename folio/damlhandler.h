@@ -1,8 +1,8 @@
 #pragma once
 
+#include "folio/drawkeymap.h"
 #include "folio/dstyle.h"
 
-#include <QHash>
 #include <QStringList>
 #include <memory>
 #include <vector>
@@ -56,7 +56,9 @@ private:
     bool defineStyle(const DAmlAttributes& attributes);
     bool linkItem(std::unique_ptr<DItem> item);
 
-    QHash<QString, DStylePtr> m_styleByName;
+    void indexStyle(const DStylePtr& style);
+
+    DRawKeyMap<DStylePtr> m_styleByName; // keyed by the UTF-8 name
     bool m_localStylesEnabled = false;
     DStyleList m_localStyles;
     std::unique_ptr<DDocument> m_document;

@@ -8,6 +8,7 @@
 
 namespace {
 constexpr int chunkSize = 256 * 1024;
+constexpr std::size_t maxPooledText = 48;
 
 bool isBlank(const std::string& text)
 {
@@ -37,8 +38,7 @@ struct DAmlReader::Callbacks
         if (reader->m_stopped)
             return;
         if (!reader->flushText() ||
-            !reader->m_handler->startElement(reader->elementName(name),
-                                             DAmlAttributes(attributes)))
+            !reader->m_handler->startElement(reader->m_names.get(name), DAmlAttributes(attributes)))
             stop(reader);
     }
 
@@ -47,7 +47,7 @@ struct DAmlReader::Callbacks
         auto* reader = static_cast<DAmlReader*>(data);
         if (reader->m_stopped)
             return;
-        if (!reader->flushText() || !reader->m_handler->endElement(reader->elementName(name)))
+        if (!reader->flushText() || !reader->m_handler->endElement(reader->m_names.get(name)))
             stop(reader);
     }
 
@@ -61,13 +61,12 @@ DAmlReader::DAmlReader(DAmlHandler* handler) : m_handler(handler) {}
 
 DAmlReader::~DAmlReader() = default;
 
-const QString& DAmlReader::elementName(const char* raw)
+QString DAmlReader::textOf(const std::string& run)
 {
-    const std::string_view key(raw);
-    auto found = m_names.find(key);
-    if (found == m_names.end())
-        found = m_names.emplace(std::string(key), QString::fromUtf8(raw)).first;
-    return found->second;
+    // Short runs repeat ("line ", "goto used at ", "Passed"): they are shared, not copied.
+    if (run.size() <= maxPooledText)
+        return m_texts.get(run);
+    return QString::fromUtf8(run.data(), qsizetype(run.size()));
 }
 
 bool DAmlReader::flushText()
@@ -75,8 +74,7 @@ bool DAmlReader::flushText()
     if (m_text.empty())
         return true;
     const bool blank = isBlank(m_text);
-    const bool accepted =
-        blank || m_handler->characters(QString::fromUtf8(m_text.data(), qsizetype(m_text.size())));
+    const bool accepted = blank || m_handler->characters(textOf(m_text));
     m_text.clear();
     return accepted;
 }
@@ -127,8 +125,7 @@ bool DAmlReader::parse(QIODevice* input)
             if (!m_stopped) {
                 m_line = int(XML_GetCurrentLineNumber(parser));
                 m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-                m_handler->fatalError(
-                    QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser))));
+                m_handler->fatalError(QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser))));
             }
         }
     }
@@ -139,5 +136,6 @@ bool DAmlReader::parse(QIODevice* input)
     XML_ParserFree(parser);
     m_parser = nullptr;
     m_names.clear();
+    m_texts.clear();
     return ok && m_handler->endDocument();
 }

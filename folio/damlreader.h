@@ -1,9 +1,9 @@
 #pragma once
 
+#include "folio/dstringpool.h"
+
 #include <QString>
-#include <map>
 #include <string>
-#include <string_view>
 
 class DAmlHandler;
 class QIODevice;
@@ -35,12 +35,13 @@ public:
 private:
     struct Callbacks;
     friend struct Callbacks;
-    const QString& elementName(const char* raw);
     bool flushText();
+    QString textOf(const std::string& run);
 
     DAmlHandler* m_handler;
     // Element names seen so far, so that each name is converted once per reading.
-    std::map<std::string, QString, std::less<>> m_names;
+    DStringPool m_names;
+    DStringPool m_texts;
     std::string m_text;
     void* m_parser = nullptr;
     bool m_stopped = false;

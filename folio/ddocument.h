@@ -10,10 +10,7 @@ public:
     const QString& title() const { return m_title; }
     void setTitle(const QString& title) { m_title = title; }
 
-    std::unique_ptr<DDocument> copyDocument() const
-    {
-        return std::make_unique<DDocument>(*this);
-    }
+    std::unique_ptr<DDocument> copyDocument() const { return std::make_unique<DDocument>(*this); }
 
 private:
     QString m_title;

@@ -15,7 +15,8 @@ class DItem
 {
 public:
     // One kind per element of the markup.
-    enum Type : quint8 {
+    enum Type : quint8
+    {
         Document,
         Section,
         Title,

@@ -181,8 +181,7 @@ class DSummary : public DItemKind<DSummary, DTaggedItemContainer, DItem::Summary
 };
 
 // An entry of a contents table or of an index: a text that leads to a tag.
-template <class Derived, DItem::Type Kind>
-class DEntryItem : public DItemKind<Derived, DItem, Kind>
+template <class Derived, DItem::Type Kind> class DEntryItem : public DItemKind<Derived, DItem, Kind>
 {
 public:
     const QString& target() const { return m_target; }

@@ -12,7 +12,13 @@
 class DStyle : public QSharedData
 {
 public:
-    enum Alignment { AlignLeft, AlignCenter, AlignRight, AlignJustify };
+    enum Alignment
+    {
+        AlignLeft,
+        AlignCenter,
+        AlignRight,
+        AlignJustify
+    };
 
     explicit DStyle(const QString& name = QString()) : m_name(name) {}
 

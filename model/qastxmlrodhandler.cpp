@@ -119,26 +119,29 @@ bool QAstXmlRodHandler::startNode(const DAmlAttributes& attributes)
 
 bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes& attributes)
 {
-    const QString name = attributes.value("name");
-    if (name.isNull()) {
+    const char* name = attributes.raw("name");
+    if (!name) {
         setErrorString(message("Xml/ROD, unvalable name attribute.\n"));
         return false;
     }
-    node->name = name;
+    node->name = m_texts.get(name);
 
-    const QString type = attributes.value("type");
-    if (type.isNull()) {
+    const char* rawType = attributes.raw("type");
+    if (!rawType) {
         setErrorString(message("Xml/ROD, unvalable type attribute.\n"));
         return false;
     }
+    const QString type = m_texts.get(rawType);
     if (!m_knownTypes.contains(type)) {
         m_knownTypes.insert(type);
         m_types.append(type);
     }
     node->type = type;
 
-    node->stat = attributes.value("state");
-    node->icon = attributes.value("icone");
+    if (const char* state = attributes.raw("state"))
+        node->stat = m_texts.get(state);
+    if (const char* icon = attributes.raw("icone"))
+        node->icon = m_texts.get(icon);
     node->tag = QString::number(++m_nodeCounter);
 
     const QString sum = attributes.value("sum");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "folio/damlhandler.h"
+#include "folio/dstringpool.h"
 
 #include <QSet>
 #include <QStringList>
@@ -20,7 +21,12 @@ template <class T> class QTree;
 class QAstXmlRodHandler : public DAmlHandler
 {
 public:
-    enum ElementType { XrodElement = 1100, NodeElement = 1101, DocumentElement = 1102 };
+    enum ElementType
+    {
+        XrodElement = 1100,
+        NodeElement = 1101,
+        DocumentElement = 1102
+    };
 
     QAstXmlRodHandler();
     ~QAstXmlRodHandler() override;
@@ -68,6 +74,8 @@ private:
     std::unique_ptr<QTree<QString>> m_typeTree;
     QStringList m_types;
     QSet<QString> m_knownTypes;
+    // Names, types and states repeat across nodes: each distinct text is stored once.
+    DStringPool m_texts;
     int m_nodeCounter = 0;
     qint64 m_passed = 0;
     qint64 m_failed = 0;

@@ -6,7 +6,14 @@
 #include <vector>
 
 // The moves a tree's cursor made; a caller replays them on a second tree.
-enum IterateDirection { DirNone = 0, DirUp = 1, DirDown = 2, DirNext = 3, DirPrev = 4 };
+enum IterateDirection
+{
+    DirNone = 0,
+    DirUp = 1,
+    DirDown = 2,
+    DirNext = 3,
+    DirPrev = 4
+};
 
 template <class T> class QTreeIterator;
 template <class T> class QTree;
@@ -63,7 +70,12 @@ private:
 template <class T> class QTree
 {
 public:
-    enum iterateMode { Forward = 0, Backward = 1, Sibling = 2 };
+    enum iterateMode
+    {
+        Forward = 0,
+        Backward = 1,
+        Sibling = 2
+    };
 
     QTree() = default;
     explicit QTree(T* rootData);

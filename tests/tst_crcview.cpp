@@ -48,15 +48,16 @@ private Q_SLOTS:
     void dumpPrintsNodesTypesAndTotals()
     {
         QTemporaryDir dir;
-        const QString path = writeFile(
-            dir, QStringLiteral("r.crc"),
-            "<XROD><DOCUMENT tag='d'>"
-            "<XROD:NODE name='main.c' type='File' state='ko'><SECTION>"
-            "<XROD:NODE name='no-goto' type='Rule' state='ko' sum='2'><PARAGRAPH>x</PARAGRAPH></XROD:NODE>"
-            "</SECTION></XROD:NODE>"
-            "<XROD:NODE name='empty' type='Rule' state='ok' sum='5'/>"
-            "<XROD:NODE name='skipped' type='Naming' state='NE' sum='1'><PARAGRAPH>y</PARAGRAPH></XROD:NODE>"
-            "</DOCUMENT></XROD>");
+        const QString path = writeFile(dir, QStringLiteral("r.crc"),
+                                       "<XROD><DOCUMENT tag='d'>"
+                                       "<XROD:NODE name='main.c' type='File' state='ko'><SECTION>"
+                                       "<XROD:NODE name='no-goto' type='Rule' state='ko' "
+                                       "sum='2'><PARAGRAPH>x</PARAGRAPH></XROD:NODE>"
+                                       "</SECTION></XROD:NODE>"
+                                       "<XROD:NODE name='empty' type='Rule' state='ok' sum='5'/>"
+                                       "<XROD:NODE name='skipped' type='Naming' state='NE' "
+                                       "sum='1'><PARAGRAPH>y</PARAGRAPH></XROD:NODE>"
+                                       "</DOCUMENT></XROD>");
         Run run = crcview({QStringLiteral("dump"), path});
         QCOMPARE(run.status, 0);
         QCOMPARE(run.err, QString());
@@ -87,8 +88,9 @@ private Q_SLOTS:
     void unreadableFilesNameFileLineAndColumn()
     {
         QTemporaryDir dir;
-        const QString bad = writeFile(dir, QStringLiteral("bad.crc"),
-                                      "<XROD>\n<DOCUMENT>\n <XROD:NODE name='n'/>\n</DOCUMENT></XROD>\n");
+        const QString bad =
+            writeFile(dir, QStringLiteral("bad.crc"),
+                      "<XROD>\n<DOCUMENT>\n <XROD:NODE name='n'/>\n</DOCUMENT></XROD>\n");
         Run run = crcview({QStringLiteral("dump"), bad});
         QCOMPARE(run.status, 2);
         QCOMPARE(run.out, QString());
@@ -126,14 +128,15 @@ private Q_SLOTS:
     void examplesReadCleanly()
     {
         const QDir examples(QStringLiteral(EXAMPLES_DIR));
-        const QStringList files = examples.entryList({QStringLiteral("*.crc"), QStringLiteral("*.xrd")},
-                                                     QDir::Files);
+        const QStringList files =
+            examples.entryList({QStringLiteral("*.crc"), QStringLiteral("*.xrd")}, QDir::Files);
         QVERIFY(files.size() >= 4);
         for (const QString& name : files) {
             const Run run = crcview({QStringLiteral("dump"), examples.filePath(name)});
             QVERIFY2(run.status == 0, qPrintable(name + QLatin1String(": ") + run.err));
             if (name.endsWith(QLatin1String(".crc"))) {
-                QVERIFY2(run.out.contains(QLatin1String("QAReporterNode::stat=ko")), qPrintable(name));
+                QVERIFY2(run.out.contains(QLatin1String("QAReporterNode::stat=ko")),
+                         qPrintable(name));
                 QVERIFY2(!run.out.contains(QLatin1String("failed=0 ")), qPrintable(name));
             }
         }

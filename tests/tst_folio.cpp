@@ -46,7 +46,8 @@ QString outline(const DItem* item)
     QString text;
     for (; item; item = item->next()) {
         text += QLatin1String(strItemType(item->type()));
-        if (const DItemContainer* container = item->asContainer(); container && container->firstChild())
+        if (const DItemContainer* container = item->asContainer();
+            container && container->firstChild())
             text += QLatin1Char('[') + outline(container->firstChild()) + QLatin1Char(']');
         if (item->next())
             text += QLatin1Char(' ');
@@ -110,18 +111,19 @@ private Q_SLOTS:
     // A copy keeps every attribute of the item itself and none of its links.
     void copiesKeepOwnAttributesOnly()
     {
-        const Reading r = read(
-            "<DOCUMENT tag='d' title='T' style='S'>"
-            "<TABLE code='1' widths='0.25 0.75' style='S'><ROW><CELL span='1'>a</CELL>"
-            "<CELLTEXT text='t' span='2'/></ROW></TABLE>"
-            "<IMAGE src='p.png' width='10' height='20'/><LIST ordered='yes'><PARAGRAPH>x</PARAGRAPH></LIST>"
-            "<LINK target='a::b' tag='l'>go</LINK><TAG name='n'/><TAGPOINTER target='n'/>"
-            "<POPUPLINK tag='pl' target='p'>p</POPUPLINK><POPUP tag='p' target='q'>q</POPUP>"
-            "<SUMMARY tag='s'><SENTRY target='x' text='X'/></SUMMARY>"
-            "<INDEX tag='i'><IENTRY target='y' text='Y'/></INDEX>"
-            "<GRAPHIC tag='g' title='G'><AXIS name='t' min='-1.5' max='2'/>"
-            "<CURVE name='c' color='#ff0000'><POINT x='1' y='2.5'/></CURVE></GRAPHIC>"
-            "</DOCUMENT>");
+        const Reading r =
+            read("<DOCUMENT tag='d' title='T' style='S'>"
+                 "<TABLE code='1' widths='0.25 0.75' style='S'><ROW><CELL span='1'>a</CELL>"
+                 "<CELLTEXT text='t' span='2'/></ROW></TABLE>"
+                 "<IMAGE src='p.png' width='10' height='20'/><LIST "
+                 "ordered='yes'><PARAGRAPH>x</PARAGRAPH></LIST>"
+                 "<LINK target='a::b' tag='l'>go</LINK><TAG name='n'/><TAGPOINTER target='n'/>"
+                 "<POPUPLINK tag='pl' target='p'>p</POPUPLINK><POPUP tag='p' target='q'>q</POPUP>"
+                 "<SUMMARY tag='s'><SENTRY target='x' text='X'/></SUMMARY>"
+                 "<INDEX tag='i'><IENTRY target='y' text='Y'/></INDEX>"
+                 "<GRAPHIC tag='g' title='G'><AXIS name='t' min='-1.5' max='2'/>"
+                 "<CURVE name='c' color='#ff0000'><POINT x='1' y='2.5'/></CURVE></GRAPHIC>"
+                 "</DOCUMENT>");
         QVERIFY2(r.ok, qPrintable(r.error));
         const DDocument* doc = r.document.get();
         auto docCopy = doc->copyDocument();
@@ -189,10 +191,11 @@ private Q_SLOTS:
 
     void readerBuildsTheItemTree()
     {
-        const Reading r = read("<?xml version='1.0'?>\n<DOCUMENT tag='t'>\n"
-                               "  <SECTION tag='s'>\n    <TITLE>Hello &amp; <LINK target='x'>w</LINK></TITLE>\n"
-                               "    <PARAGRAPH>a\nb &lt; c</PARAGRAPH>   <PAGEBREAK/>\n  </SECTION>\n"
-                               "  <HEADER>h</HEADER><FOOTER>f</FOOTER>\n</DOCUMENT>\n");
+        const Reading r =
+            read("<?xml version='1.0'?>\n<DOCUMENT tag='t'>\n"
+                 "  <SECTION tag='s'>\n    <TITLE>Hello &amp; <LINK target='x'>w</LINK></TITLE>\n"
+                 "    <PARAGRAPH>a\nb &lt; c</PARAGRAPH>   <PAGEBREAK/>\n  </SECTION>\n"
+                 "  <HEADER>h</HEADER><FOOTER>f</FOOTER>\n</DOCUMENT>\n");
         QVERIFY2(r.ok, qPrintable(r.error));
         QCOMPARE(outline(r.document.get()),
                  QStringLiteral("DOCUMENT[SECTION[TITLE[TEXT LINK[TEXT]] PARAGRAPH[TEXT] "
@@ -244,7 +247,8 @@ private Q_SLOTS:
         on.setEnabledLocalStyle(true);
         const Reading r = read(markup, on);
         QVERIFY2(r.ok, qPrintable(r.error));
-        QCOMPARE(on.localStyleNames(), QStringList({QStringLiteral("Normal"), QStringLiteral("Title0")}));
+        QCOMPARE(on.localStyleNames(),
+                 QStringList({QStringLiteral("Normal"), QStringLiteral("Title0")}));
         const DStyle* normal = on.localStyles().at(0).data();
         QCOMPARE(normal->family(), QStringLiteral("Sans"));
         QCOMPARE(normal->size(), 10);
@@ -263,17 +267,19 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("markup");
         QTest::addColumn<QString>("message");
         QTest::addColumn<int>("line");
-        QTest::newRow("malformed") << QByteArray("<DOCUMENT>\n<PARAGRAPH>\n</DOCUMENT>")
-                                   << "mismatched tag" << 3;
+        QTest::newRow("malformed")
+            << QByteArray("<DOCUMENT>\n<PARAGRAPH>\n</DOCUMENT>") << "mismatched tag" << 3;
         QTest::newRow("empty") << QByteArray() << "no element found" << 1;
-        QTest::newRow("binary") << QByteArray("\x7f" "ELF\x02\x01\x01\0\0\0", 10)
+        QTest::newRow("binary") << QByteArray("\x7f"
+                                              "ELF\x02\x01\x01\0\0\0",
+                                              10)
                                 << "not well-formed (invalid token)" << 1;
-        QTest::newRow("unknown element") << QByteArray("<DOCUMENT>\n <BLINK/></DOCUMENT>")
-                                         << "unknown element 'BLINK'" << 2;
-        QTest::newRow("text element") << QByteArray("<DOCUMENT><TEXT/></DOCUMENT>")
-                                      << "unknown element 'TEXT'" << 1;
-        QTest::newRow("outside document") << QByteArray("<PARAGRAPH/>")
-                                          << "PARAGRAPH must stand inside a DOCUMENT" << 1;
+        QTest::newRow("unknown element")
+            << QByteArray("<DOCUMENT>\n <BLINK/></DOCUMENT>") << "unknown element 'BLINK'" << 2;
+        QTest::newRow("text element")
+            << QByteArray("<DOCUMENT><TEXT/></DOCUMENT>") << "unknown element 'TEXT'" << 1;
+        QTest::newRow("outside document")
+            << QByteArray("<PARAGRAPH/>") << "PARAGRAPH must stand inside a DOCUMENT" << 1;
         QTest::newRow("two documents") << QByteArray("<DOCUMENT><DOCUMENT/></DOCUMENT>")
                                        << "a file holds only one DOCUMENT" << 1;
         QTest::newRow("leaf with child") << QByteArray("<DOCUMENT><IMAGE><TAG/></IMAGE></DOCUMENT>")
@@ -282,13 +288,13 @@ private Q_SLOTS:
                                       << "text is not allowed inside TAG" << 1;
         QTest::newRow("bad number") << QByteArray("<DOCUMENT><CELL span='two'/></DOCUMENT>")
                                     << "attribute 'span' of CELL: 'two' is not a whole number" << 1;
-        QTest::newRow("bad widths") << QByteArray("<DOCUMENT><TABLE widths='0.5 x'/></DOCUMENT>")
-                                    << "attribute 'widths' of TABLE: '0.5 x' is not a list of fractions"
-                                    << 1;
+        QTest::newRow("bad widths")
+            << QByteArray("<DOCUMENT><TABLE widths='0.5 x'/></DOCUMENT>")
+            << "attribute 'widths' of TABLE: '0.5 x' is not a list of fractions" << 1;
         QTest::newRow("bad colour") << QByteArray("<DOCUMENT><CURVE color='blurple'/></DOCUMENT>")
                                     << "attribute 'color' of CURVE: 'blurple' is not a colour" << 1;
-        QTest::newRow("unclosed") << QByteArray("<DOCUMENT><PARAGRAPH>x")
-                                  << "no element found" << 1;
+        QTest::newRow("unclosed") << QByteArray("<DOCUMENT><PARAGRAPH>x") << "no element found"
+                                  << 1;
     }
 
     void badMarkupIsReportedWithItsPlace()
@@ -313,7 +319,8 @@ private Q_SLOTS:
         DAmlHandler second;
         second.setEnabledLocalStyle(true);
         r = read("<STYLES><STYLE name='A' color='nocolour'/></STYLES>", second);
-        QCOMPARE(r.error, QStringLiteral("attribute 'color' of STYLE: 'nocolour' is not a colour\n"));
+        QCOMPARE(r.error,
+                 QStringLiteral("attribute 'color' of STYLE: 'nocolour' is not a colour\n"));
         DAmlHandler third;
         third.setEnabledLocalStyle(true);
         r = read("<STYLES><STYLE name='A' align='middle'/></STYLES>", third);

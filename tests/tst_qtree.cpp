@@ -69,10 +69,8 @@ private Q_SLOTS:
     {
         Sample s;
         const QList<QPair<QString, Dirs>> expected = {
-            {QStringLiteral("A"), {DirDown}},
-            {QStringLiteral("A1"), {DirDown}},
-            {QStringLiteral("A2"), {DirNext}},
-            {QStringLiteral("B"), {DirUp, DirNext}},
+            {QStringLiteral("A"), {DirDown}},  {QStringLiteral("A1"), {DirDown}},
+            {QStringLiteral("A2"), {DirNext}}, {QStringLiteral("B"), {DirUp, DirNext}},
             {QStringLiteral("-"), {DirUp}},
         };
         for (const auto& step : expected) {

@@ -103,11 +103,12 @@ class TestReader : public QObject
 private Q_SLOTS:
     void nodesNestAndAreNumberedInReadingOrder()
     {
-        const Result r = read(wrap("<XROD:NODE name='A' type='File'><SECTION>"
-                                   "<XROD:NODE name='A1' type='Rule'><PARAGRAPH>x</PARAGRAPH></XROD:NODE>"
-                                   "<XROD:NODE name='A2' type='Rule'><PARAGRAPH>y</PARAGRAPH></XROD:NODE>"
-                                   "</SECTION></XROD:NODE>"
-                                   "<XROD:NODE name='B' type='File'><SECTION/></XROD:NODE>"));
+        const Result r =
+            read(wrap("<XROD:NODE name='A' type='File'><SECTION>"
+                      "<XROD:NODE name='A1' type='Rule'><PARAGRAPH>x</PARAGRAPH></XROD:NODE>"
+                      "<XROD:NODE name='A2' type='Rule'><PARAGRAPH>y</PARAGRAPH></XROD:NODE>"
+                      "</SECTION></XROD:NODE>"
+                      "<XROD:NODE name='B' type='File'><SECTION/></XROD:NODE>"));
         QVERIFY2(r.ok, qPrintable(r.error));
         QCOMPARE(shape(r.tree.get()), QStringList({"A:1", "A1:2", "A2:2", "B:1"}));
         QStringList tags;
@@ -123,8 +124,9 @@ private Q_SLOTS:
 
     void attributesAreTakenAsTheyStand()
     {
-        const Result r = read(wrap("<XROD:NODE name='' type='T' icone='pic.png' base='/src/'><SECTION/></XROD:NODE>"
-                                   "<XROD:NODE name='n' type='T' state='NE'><SECTION/></XROD:NODE>"));
+        const Result r = read(
+            wrap("<XROD:NODE name='' type='T' icone='pic.png' base='/src/'><SECTION/></XROD:NODE>"
+                 "<XROD:NODE name='n' type='T' state='NE'><SECTION/></XROD:NODE>"));
         QVERIFY(r.ok);
         QAReporterNode* empty = findNode(r.tree.get(), QString(QLatin1String("")));
         QVERIFY(empty);
@@ -140,24 +142,27 @@ private Q_SLOTS:
 
     void totalsCountSumsByState()
     {
-        const QByteArray three = "<XROD:NODE name='a' type='R' state='ok' sum='2'><SECTION/></XROD:NODE>"
-                                 "<XROD:NODE name='b' type='R' state='ko' sum='3'><SECTION/></XROD:NODE>"
-                                 "<XROD:NODE name='c' type='R' state='ok' sum='4'><SECTION/></XROD:NODE>";
+        const QByteArray three =
+            "<XROD:NODE name='a' type='R' state='ok' sum='2'><SECTION/></XROD:NODE>"
+            "<XROD:NODE name='b' type='R' state='ko' sum='3'><SECTION/></XROD:NODE>"
+            "<XROD:NODE name='c' type='R' state='ok' sum='4'><SECTION/></XROD:NODE>";
         Result r = read(wrap(three));
         QCOMPARE(r.passed, 6);
         QCOMPARE(r.failed, 3);
         QCOMPARE(r.inconclusive, -1);
-        r = read(wrap(three + "<XROD:NODE name='d' type='R' state='NE' sum='1'><SECTION/></XROD:NODE>"
-                              "<XROD:NODE name='e' type='R' state='ne' sum='5'><SECTION/></XROD:NODE>"
-                              "<XROD:NODE name='f' type='R' state='ok' sum='x'><SECTION/></XROD:NODE>"
-                              "<XROD:NODE name='g' type='R' state='OK' sum='7'><SECTION/></XROD:NODE>"));
+        r = read(wrap(three +
+                      "<XROD:NODE name='d' type='R' state='NE' sum='1'><SECTION/></XROD:NODE>"
+                      "<XROD:NODE name='e' type='R' state='ne' sum='5'><SECTION/></XROD:NODE>"
+                      "<XROD:NODE name='f' type='R' state='ok' sum='x'><SECTION/></XROD:NODE>"
+                      "<XROD:NODE name='g' type='R' state='OK' sum='7'><SECTION/></XROD:NODE>"));
         QCOMPARE(r.passed, 6);
         QCOMPARE(r.failed, 3);
         QCOMPARE(r.inconclusive, 1);
         r = read(wrap("<XROD:NODE name='z' type='R' state='NE' sum='0'><SECTION/></XROD:NODE>"));
         QCOMPARE(r.inconclusive, 0);
-        r = read(wrap("<XROD:NODE name='big' type='R' state='ok' sum='2147483647'><SECTION/></XROD:NODE>"
-                      "<XROD:NODE name='more' type='R' state='ok' sum='2147483647'><SECTION/></XROD:NODE>"));
+        r = read(wrap(
+            "<XROD:NODE name='big' type='R' state='ok' sum='2147483647'><SECTION/></XROD:NODE>"
+            "<XROD:NODE name='more' type='R' state='ok' sum='2147483647'><SECTION/></XROD:NODE>"));
         QCOMPARE(r.passed, 2147483647); // saturates instead of wrapping
     }
 
@@ -208,10 +213,11 @@ private Q_SLOTS:
         std::ostringstream dumpA, dumpE;
         dumpA << *a;
         dumpE << *e;
-        QCOMPARE(QString::fromStdString(dumpA.str()),
-                 QStringLiteral("QAReporterNode::name=A\nQAReporterNode::type=F\nQAReporterNode::stat=\n"
-                                "QAReporterNode::tag =1\nQAReporterNode::DItem=SECTION\n"
-                                "QAReporterNode::DItem=PARAGRAPH\n"));
+        QCOMPARE(
+            QString::fromStdString(dumpA.str()),
+            QStringLiteral("QAReporterNode::name=A\nQAReporterNode::type=F\nQAReporterNode::stat=\n"
+                           "QAReporterNode::tag =1\nQAReporterNode::DItem=SECTION\n"
+                           "QAReporterNode::DItem=PARAGRAPH\n"));
         QCOMPARE(QString::fromStdString(dumpE.str()).count(QLatin1Char('\n')), 4);
     }
 
@@ -234,8 +240,9 @@ private Q_SLOTS:
 
     void secondXrodStartsANewTree()
     {
-        const Result r = read("<DOCUMENT><XROD><SECTION/><XROD:NODE name='first' type='T'/></XROD>"
-                              "<XROD><SECTION/><XROD:NODE name='second' type='T'/></XROD></DOCUMENT>");
+        const Result r =
+            read("<DOCUMENT><XROD><SECTION/><XROD:NODE name='first' type='T'/></XROD>"
+                 "<XROD><SECTION/><XROD:NODE name='second' type='T'/></XROD></DOCUMENT>");
         QVERIFY2(r.ok, qPrintable(r.error));
         QCOMPARE(shape(r.tree.get()), QStringList({"second:1"}));
     }
@@ -244,18 +251,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("markup");
         QTest::addColumn<QString>("message");
-        QTest::newRow("empty XROD") << QByteArray("<XROD></XROD>")
-                                    << "nested XMLROD init element.\n";
+        QTest::newRow("empty XROD")
+            << QByteArray("<XROD></XROD>") << "nested XMLROD init element.\n";
         QTest::newRow("no name") << wrap("<XROD:NODE type='T'/>")
                                  << "Xml/ROD, unvalable name attribute.\n";
         QTest::newRow("no type") << wrap("<XROD:NODE name='n'/>")
                                  << "Xml/ROD, unvalable type attribute.\n";
-        QTest::newRow("node before XROD") << QByteArray("<DOCUMENT><XROD:NODE name='n' type='t'/></DOCUMENT>")
-                                          << "XROD:NODE outside of an XROD element.\n";
-        QTest::newRow("bad document markup") << wrap("<XROD:NODE name='n' type='t'><WHAT/></XROD:NODE>")
-                                             << "unknown element 'WHAT'\n";
-        QTest::newRow("malformed") << QByteArray("<XROD><DOCUMENT></XROD>")
-                                   << "mismatched tag\n";
+        QTest::newRow("node before XROD")
+            << QByteArray("<DOCUMENT><XROD:NODE name='n' type='t'/></DOCUMENT>")
+            << "XROD:NODE outside of an XROD element.\n";
+        QTest::newRow("bad document markup")
+            << wrap("<XROD:NODE name='n' type='t'><WHAT/></XROD:NODE>")
+            << "unknown element 'WHAT'\n";
+        QTest::newRow("malformed") << QByteArray("<XROD><DOCUMENT></XROD>") << "mismatched tag\n";
     }
 
     void resultStructureErrors()
@@ -297,8 +305,9 @@ private Q_SLOTS:
         QAstXmlRodReader reader;
         QVERIFY(reader.parse(&file, &file, &studio));
         const int steps = int(markup.size() / 50);
-        QCOMPARE(studio.calls, QStringList({QStringLiteral("start %1 Analysing run.crc Cancel").arg(steps),
-                                            QStringLiteral("end")}));
+        QCOMPARE(studio.calls,
+                 QStringList({QStringLiteral("start %1 Analysing run.crc Cancel").arg(steps),
+                              QStringLiteral("end")}));
         QCOMPARE(studio.steps.size(), 2 + 40);
         QList<int> expected;
         for (int i = 0; i < 42; ++i)
@@ -328,7 +337,8 @@ private Q_SLOTS:
         const QString good = dir.filePath(QStringLiteral("good.crc"));
         QFile file(good);
         QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(wrap("<XROD:NODE name='n' type='Rule' state='ko' sum='4'><SECTION/></XROD:NODE>"));
+        file.write(
+            wrap("<XROD:NODE name='n' type='Rule' state='ko' sum='4'><SECTION/></XROD:NODE>"));
         file.close();
         ReportLoadError error;
         std::unique_ptr<QAReporterData> record = loadReport(good, {}, nullptr, &error);

@@ -80,6 +80,9 @@ public:
     }
     void setProgress(int step) override { steps.append(step); }
     void endProgress() override { calls.append(QStringLiteral("end")); }
+    QString installDirectory() const override { return QStringLiteral("."); }
+    QWidget* mainWindow() const override { return nullptr; }
+    void addResProducer(QAResProducer*) override {}
 
     QStringList calls;
     QList<int> steps;

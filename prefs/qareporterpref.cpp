@@ -1,0 +1,67 @@
+#include "prefs/qareporterpref.h"
+
+#include "prefs/qareporterprefgeneral.h"
+#include "prefs/qareporterprefstyles.h"
+#include "sdk/studiointerface.h"
+
+#include <QDir>
+
+QAReporterPref::QAReporterPref(StudioInterface* studio) : QObject(nullptr), studio(studio)
+{
+    const QString styleFile =
+        styleFilePath(studio ? studio->installDirectory() : QStringLiteral("."));
+    general = std::make_unique<QAReporterPrefGeneral>(
+        tr("Code Review Viewer", "Code review Plugin Preference First Item Title"),
+        QStringLiteral("pref-crc"), QStringLiteral("pref-cr"), studio);
+    styles = std::make_unique<QAReporterPrefStyles>(
+        tr("Styles", "Reporter Plugin Preference Second Item Title"), QStringLiteral("pref-crc"),
+        QStringLiteral("pref-cr"), styleFile);
+    general->setChild(styles.get());
+}
+
+QAReporterPref::~QAReporterPref() = default;
+
+QString QAReporterPref::styleFilePath(const QString& installDirectory)
+{
+    return installDirectory + QDir::separator() + QStringLiteral("lib") + QDir::separator() +
+           QStringLiteral("reporterstyle.aml");
+}
+
+std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
+{
+    auto group =
+        std::make_unique<QAResGroup>(name ? QString::fromUtf8(name) : QStringLiteral("CRC"));
+    group->add<QAResRGB>(QStringLiteral("background"), general->background);
+    group->add<QAResBoolean>(QStringLiteral("auto_raise"), general->autoRaise);
+    group->add<QAResInt>(QStringLiteral("auto_depth"), general->autoDepth);
+    group->append(styles->toResources());
+    return group;
+}
+
+void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
+{
+    QAResGroup* crc = res ? res->toResGroup() : nullptr;
+    if (!crc || crc->name() != QLatin1String("CRC"))
+        return;
+    for (const std::unique_ptr<QARes>& child : crc->children()) {
+        const QString& childName = child->name();
+        if (childName == QLatin1String("background")) {
+            if (const QAResRGB* rgb = child->toResRGB())
+                general->background = rgb->color();
+        } else if (childName == QLatin1String("auto_raise")) {
+            if (const QAResBoolean* boolean = child->toResBoolean())
+                general->autoRaise = boolean->value();
+        } else if (childName == QLatin1String("auto_depth")) {
+            if (const QAResInt* integer = child->toResInt())
+                general->autoDepth = integer->value();
+        }
+    }
+    styles->fromResources(res);
+}
+
+void QAReporterPref::prefDialogAccepted()
+{
+    Q_EMIT preferencesChanged();
+}
+
+void QAReporterPref::prefDialogRejected() {}

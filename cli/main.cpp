@@ -1,5 +1,7 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
+#include "filter/qareporterfilter.h"
+#include "filter/qareporternodevalidator.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
@@ -15,9 +17,13 @@ constexpr int exitUsage = 64;
 
 int usage()
 {
-    std::cerr << "usage: crcview dump [--count] FILE\n"
-                 "  dump          print every result node of FILE, its types and totals\n"
-                 "  --count       print only the number of nodes and the totals\n";
+    std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
+                 "  dump              print every result node of FILE, its types and totals\n"
+                 "  --count           print only the number of nodes and the totals\n"
+                 "  --failed          keep only failed nodes (and nodes without a verdict)\n"
+                 "  --hide-type TYPE  drop the nodes whose type starts with the regular\n"
+                 "                    expression TYPE, and everything below them\n"
+                 "The totals always count the whole file.\n";
     return exitUsage;
 }
 
@@ -50,14 +56,31 @@ int countNodes(QAReporterDataTree* tree)
 int dump(const QStringList& arguments)
 {
     bool countOnly = false;
+    bool filtered = false;
+    QAReporterNodeValidator validator;
     QString path;
-    for (const QString& argument : arguments) {
-        if (argument == QLatin1String("--count"))
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("--count")) {
             countOnly = true;
-        else if (argument.startsWith(QLatin1Char('-')) || !path.isNull())
+        } else if (argument == QLatin1String("--failed")) {
+            validator.setAttribut(QAReporterNodeValidator::AttrState,
+                                  QRegularExpression(QStringLiteral("ko")));
+            filtered = true;
+        } else if (argument == QLatin1String("--hide-type") && i + 1 < arguments.size()) {
+            const QRegularExpression type(arguments.at(++i));
+            if (!type.isValid()) {
+                std::cerr << "crcview: --hide-type " << type.pattern().toStdString() << ": "
+                          << type.errorString().toStdString() << "\n";
+                return exitUsage;
+            }
+            validator.setAttribut(QAReporterNodeValidator::AttrType, type);
+            filtered = true;
+        } else if (argument.startsWith(QLatin1Char('-')) || !path.isNull()) {
             return usage();
-        else
+        } else {
             path = argument;
+        }
     }
     if (path.isNull())
         return usage();
@@ -72,6 +95,12 @@ int dump(const QStringList& arguments)
         return exitUnreadable;
     }
     QAReporterDataTree* tree = record->tree;
+    QAReporterFilter filter;
+    if (filtered) {
+        filter.setValidator(validator);
+        filter.applyFilter({record.get()});
+        tree = filter.filtered().empty() ? nullptr : filter.filtered().front()->tree.data();
+    }
     if (countOnly) {
         std::cout << "nodes: " << (tree ? countNodes(tree) : 0) << "\n";
     } else {

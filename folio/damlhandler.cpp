@@ -122,6 +122,20 @@ private:
     QString m_error;
 };
 
+template <class Item> std::unique_ptr<Item> withTarget(AttributeReader& in)
+{
+    auto item = std::make_unique<Item>();
+    item->setTarget(in.text("target"));
+    return item;
+}
+
+template <class Entry> std::unique_ptr<Entry> entry(AttributeReader& in)
+{
+    auto item = withTarget<Entry>(in);
+    item->setText(in.text("text"));
+    return item;
+}
+
 // A new item of `kind` with the attributes the markup gives that kind.
 std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
 {
@@ -170,37 +184,20 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
         return std::make_unique<DCell>(in.integer("span", 0));
     case DItem::CellText:
         return std::make_unique<DCellText>(in.text("text"), in.integer("span", 0));
-    case DItem::TagPointer: {
-        auto item = std::make_unique<DTagPointer>();
-        item->setTarget(in.text("target"));
-        return item;
-    }
-    case DItem::PopupLink: {
-        auto item = std::make_unique<DPopupLink>();
-        item->setTarget(in.text("target"));
-        return item;
-    }
-    case DItem::Popup: {
-        auto item = std::make_unique<DPopup>();
-        item->setTarget(in.text("target"));
-        return item;
-    }
+    case DItem::TagPointer:
+        return withTarget<DTagPointer>(in);
+    case DItem::PopupLink:
+        return withTarget<DPopupLink>(in);
+    case DItem::Popup:
+        return withTarget<DPopup>(in);
     case DItem::Summary:
         return std::make_unique<DSummary>();
-    case DItem::SEntry: {
-        auto item = std::make_unique<DSEntry>();
-        item->setTarget(in.text("target"));
-        item->setText(in.text("text"));
-        return item;
-    }
+    case DItem::SEntry:
+        return entry<DSEntry>(in);
     case DItem::Index:
         return std::make_unique<DIndex>();
-    case DItem::IEntry: {
-        auto item = std::make_unique<DIEntry>();
-        item->setTarget(in.text("target"));
-        item->setText(in.text("text"));
-        return item;
-    }
+    case DItem::IEntry:
+        return entry<DIEntry>(in);
     case DItem::Graphic: {
         auto item = std::make_unique<DGraphic>();
         item->setTitle(in.text("title"));

@@ -144,35 +144,33 @@ private:
     int m_span;
 };
 
+// An item that leads somewhere: a tag name, a link text or a popup to show.
+template <class Derived, class Base, DItem::Type Kind>
+class DTargetItem : public DItemKind<Derived, Base, Kind>
+{
+public:
+    const QString& target() const { return m_target; }
+    void setTarget(const QString& target) { m_target = target; }
+
+protected:
+    DTargetItem() = default;
+    explicit DTargetItem(const QString& target) : m_target(target) {}
+
+private:
+    QString m_target;
+};
+
 // A pointer to the tag named `target`.
-class DTagPointer : public DItemKind<DTagPointer, DItem, DItem::TagPointer>
+class DTagPointer : public DTargetItem<DTagPointer, DItem, DItem::TagPointer>
 {
-public:
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
-
-private:
-    QString m_target;
 };
 
-class DPopupLink : public DItemKind<DPopupLink, DTaggedItemContainer, DItem::PopupLink>
+class DPopupLink : public DTargetItem<DPopupLink, DTaggedItemContainer, DItem::PopupLink>
 {
-public:
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
-
-private:
-    QString m_target;
 };
 
-class DPopup : public DItemKind<DPopup, DTaggedItemContainer, DItem::Popup>
+class DPopup : public DTargetItem<DPopup, DTaggedItemContainer, DItem::Popup>
 {
-public:
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
-
-private:
-    QString m_target;
 };
 
 // A table of contents; its entries are SENTRY items.
@@ -181,16 +179,14 @@ class DSummary : public DItemKind<DSummary, DTaggedItemContainer, DItem::Summary
 };
 
 // An entry of a contents table or of an index: a text that leads to a tag.
-template <class Derived, DItem::Type Kind> class DEntryItem : public DItemKind<Derived, DItem, Kind>
+template <class Derived, DItem::Type Kind>
+class DEntryItem : public DTargetItem<Derived, DItem, Kind>
 {
 public:
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
     const QString& text() const { return m_text; }
     void setText(const QString& text) { m_text = text; }
 
 private:
-    QString m_target;
     QString m_text;
 };
 

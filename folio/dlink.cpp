@@ -3,21 +3,21 @@
 void DLink::split(QString& file, QString& document, QString& tag) const
 {
     const QLatin1String separator("::");
-    const int first = m_target.indexOf(separator);
+    const int first = target().indexOf(separator);
     if (first < 0) {
         file = QString();
         document = QString();
-        tag = m_target;
+        tag = target();
         return;
     }
-    file = m_target.left(first);
+    file = target().left(first);
     const int rest = first + separator.size();
-    const int second = m_target.indexOf(separator, rest);
+    const int second = target().indexOf(separator, rest);
     if (second < 0) {
         document = QString();
-        tag = m_target.mid(rest);
+        tag = target().mid(rest);
         return;
     }
-    document = m_target.mid(rest, second - rest);
-    tag = m_target.mid(second + separator.size());
+    document = target().mid(rest, second - rest);
+    tag = target().mid(second + separator.size());
 }

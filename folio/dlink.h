@@ -5,18 +5,12 @@
 // A link: its children show, its target says where it leads. A target is one of
 // "xrdlink://FILE#ANCHOR" (another report file), "PATH line N" (a source file at a line) or a
 // tag link "FILE::DOCUMENT::TAG", "FILE::TAG" or "TAG".
-class DLink : public DItemKind<DLink, DTaggedItemContainer, DItem::Link>
+class DLink : public DTargetItem<DLink, DTaggedItemContainer, DItem::Link>
 {
 public:
-    explicit DLink(const QString& target = QString()) : m_target(target) {}
-
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
+    explicit DLink(const QString& target = QString()) : DTargetItem(target) {}
 
     // Divides a tag link: "A::B::C" gives (A, B, C), "A::C" gives (A, null, C), a target without
     // "::" gives (null, null, target).
     void split(QString& file, QString& document, QString& tag) const;
-
-private:
-    QString m_target;
 };

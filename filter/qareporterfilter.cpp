@@ -1,0 +1,168 @@
+#include "filter/qareporterfilter.h"
+
+#include "filter/qareporterfilterwriter.h"
+#include "filter/qareporternodevalidator.h"
+#include "folio/ddocument.h"
+#include "folio/dlink.h"
+#include "folio/dupdater.h"
+#include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QHash>
+
+QAReporterFilter::QAReporterFilter() = default;
+QAReporterFilter::~QAReporterFilter() = default;
+
+void QAReporterFilter::setValidator(const QAReporterNodeValidator& validator)
+{
+    m_validator = std::make_unique<QAReporterNodeValidator>(validator);
+}
+
+bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
+{
+    DUpdater updater;
+    for (const QAReporterData* report : reports) {
+        if (!report || !report->tree || !report->document)
+            continue;
+        QAReporterFilterWriter writer(m_validator.get());
+        writer.setReportName(report->fileName);
+        writer.startWriter(report->tree, report->document.get());
+        auto filtered = std::make_unique<QAReporterData>();
+        filtered->fileName = report->fileName;
+        filtered->tree = writer.takeNewTree().release();
+        filtered->document = writer.takeNewDocument();
+        if (filtered->document)
+            updater.doItem(filtered->document.get());
+        m_filtered.push_back(std::move(filtered));
+    }
+    return true;
+}
+
+void QAReporterFilter::clear()
+{
+    m_filtered.clear();
+}
+
+namespace {
+
+QString text(const char* source)
+{
+    return QCoreApplication::translate("Reporter", source);
+}
+
+// Links the children of one container in order.
+class Children
+{
+public:
+    explicit Children(DItemContainer* parent) : m_parent(parent) {}
+
+    template <class Item> Item* add(std::unique_ptr<Item> item)
+    {
+        Item* added = item.get();
+        item->setParent(m_parent);
+        if (m_last)
+            m_last->setNext(std::move(item));
+        else
+            m_parent->setFirstChild(std::move(item));
+        m_last = added;
+        return added;
+    }
+
+private:
+    DItemContainer* m_parent;
+    DItem* m_last = nullptr;
+};
+
+// A cell holding one text item.
+void addNumberCell(Children& row, int value)
+{
+    DCell* cell = row.add(std::make_unique<DCell>(0));
+    Children(cell).add(std::make_unique<DText>(QString::number(value, 10)));
+}
+
+} // namespace
+
+std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterData*>& reports,
+                                                         const QString&,
+                                                         const DStyleList& styles) const
+{
+    bool showInconclusive = false;
+    for (const QAReporterData* report : reports)
+        showInconclusive = showInconclusive || report->inconclusive >= 0;
+
+    QHash<QString, DStylePtr> styleByName;
+    for (const DStylePtr& style : styles)
+        styleByName.insert(style->name(), style);
+    const DStylePtr array = styleByName.value(QStringLiteral("Array"));
+    const DStylePtr arrayPassed = styleByName.value(QStringLiteral("Array Passed"));
+    const DStylePtr arrayFailed = styleByName.value(QStringLiteral("Array Failed"));
+
+    auto document = std::make_unique<DDocument>();
+    document->setTitle(text("Results files"));
+    document->setTag(QStringLiteral("tagheaderdoc0"));
+    document->setStyle(array);
+
+    DSection* section = Children(document.get()).add(std::make_unique<DSection>());
+    section->setTag(QStringLiteral("tagheaderdoc1"));
+    DTable* table = Children(section).add(std::make_unique<DTable>(2));
+    table->setStyle(array);
+    QList<double> widths{showInconclusive ? 0.5 : 0.6, 0.1, 0.1, 0.1, 0.1};
+    if (showInconclusive)
+        widths.append(0.1);
+    table->setWidths(widths);
+
+    Children rows(table);
+    DRow* header = rows.add(std::make_unique<DRow>());
+    header->setStyle(array);
+    Children headings(header);
+    QStringList titles{text("Name"), text("Status"), text("Failed"), text("Passed")};
+    if (showInconclusive)
+        titles.append(text("Inconclusive"));
+    titles.append(text("Total"));
+    for (const QString& title : std::as_const(titles))
+        headings.add(std::make_unique<DCellText>(title, 0));
+
+    int failedSum = 0;
+    int passedSum = 0;
+    int inconclusiveSum = 0;
+    for (const QAReporterData* report : reports) {
+        const bool failed = report->failed != 0;
+        const int inconclusive = report->inconclusive > 0 ? report->inconclusive : 0;
+        DRow* row = rows.add(std::make_unique<DRow>());
+        row->setStyle(failed ? arrayFailed : arrayPassed);
+        Children cells(row);
+        DCell* nameCell = cells.add(std::make_unique<DCell>(0));
+        const QString tag = report->document ? report->document->tag() : QString();
+        DLink* link = Children(nameCell).add(std::make_unique<DLink>(QStringLiteral("::") + tag));
+        Children(link).add(std::make_unique<DText>(QFileInfo(report->fileName).fileName()));
+        cells.add(std::make_unique<DCellText>(failed ? text("Failed") : text("Passed"), 0));
+        addNumberCell(cells, report->failed);
+        addNumberCell(cells, report->passed);
+        int total = report->failed + report->passed;
+        if (showInconclusive) {
+            addNumberCell(cells, inconclusive);
+            total += inconclusive;
+        }
+        addNumberCell(cells, total);
+        failedSum += report->failed;
+        passedSum += report->passed;
+        inconclusiveSum += inconclusive;
+    }
+
+    DRow* totals = rows.add(std::make_unique<DRow>());
+    Children totalCells(totals);
+    totalCells.add(std::make_unique<DCellText>(text("Total"), 1));
+    addNumberCell(totalCells, failedSum);
+    addNumberCell(totalCells, passedSum);
+    int grandTotal = failedSum + passedSum;
+    if (showInconclusive) {
+        addNumberCell(totalCells, inconclusiveSum);
+        grandTotal += inconclusiveSum;
+    }
+    addNumberCell(totalCells, grandTotal);
+
+    DUpdater().doAll(document.get());
+    return document;
+}

@@ -1,0 +1,381 @@
+#include "filter/qareporterfilterwriter.h"
+
+#include "filter/qareporternodevalidator.h"
+#include "folio/ddocument.h"
+#include "folio/dlink.h"
+#include "model/qareporterdatatree.h"
+
+namespace {
+
+// A node that no document item followed: it has no section to begin or end.
+bool isSectionless(const QAReporterNode* node)
+{
+    return !node->item && !node->endItem;
+}
+
+} // namespace
+
+QAReporterFilterWriter::QAReporterFilterWriter(const QAReporterNodeValidator* validator)
+    : m_validator(validator)
+{
+}
+
+QAReporterFilterWriter::~QAReporterFilterWriter() = default;
+
+std::unique_ptr<QAReporterDataTree> QAReporterFilterWriter::takeNewTree()
+{
+    return std::move(m_newTree);
+}
+
+std::unique_ptr<DDocument> QAReporterFilterWriter::takeNewDocument()
+{
+    return std::move(m_newDocument);
+}
+
+void QAReporterFilterWriter::startWriter(QAReporterDataTree* tree, DDocument* document)
+{
+    if (!buildNewTree(tree))
+        return;
+    m_newTree->toRoot();
+    m_cursor = std::make_unique<QTreeIterator<QAReporterNode>>(*m_newTree->iterator());
+    if (document)
+        doItem(document);
+}
+
+bool QAReporterFilterWriter::buildNewTree(QAReporterDataTree* tree)
+{
+    m_newTree.reset();
+    if (!m_validator || !tree)
+        return false;
+    QAReporterNode* root = tree->toRoot();
+    m_skippedNode = root;
+    if (!root || m_validator->isValid(*root) != QAReporterNodeValidator::allAccepted)
+        return false;
+    m_newTree = std::make_unique<QAReporterDataTree>(new QAReporterNode(*root));
+
+    // The new tree's cursor follows the source walk, standing on the parent of the next node to
+    // add. A step down into a node that added no child here cannot be followed; the debt
+    // remembers how many matching steps up must then be skipped. The first step from the root
+    // always finds no child, hence the start at -1.
+    int depthDebt = -1;
+    const auto replayUp = [&] {
+        if (depthDebt <= 0)
+            m_newTree->up();
+        else
+            --depthDebt;
+    };
+    while (QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
+        const QList<IterateDirection> moves = tree->directions();
+        for (qsizetype i = 0; i + 1 < moves.size(); ++i) {
+            switch (moves[i]) {
+            case DirDown:
+                m_newTree->lastChild();
+                break;
+            case DirNext:
+                m_newTree->next(QAReporterDataTree::Forward);
+                break;
+            case DirUp:
+                replayUp();
+                break;
+            case DirNone:
+            case DirPrev:
+                break;
+            }
+        }
+        if (!moves.isEmpty()) {
+            if (moves.last() == DirUp)
+                replayUp();
+            else if (moves.last() == DirDown && !m_newTree->lastChild())
+                ++depthDebt;
+        }
+
+        const QTreeIterator<QAReporterNode>& source = *tree->iterator();
+        const QAReporterNode* parent = source.parents.back()->data;
+        if (m_validator->isValid(*node) != QAReporterNodeValidator::allAccepted ||
+            m_droppedNodes.contains(parent)) {
+            m_droppedNodes.insert(node);
+            if (node->item && !m_droppedByFirstItem.contains(node->item))
+                m_droppedByFirstItem.insert(node->item, node);
+        } else {
+            m_newTree->addChild(new QAReporterNode(*node), -1, nullptr);
+        }
+    }
+    return true;
+}
+
+bool QAReporterFilterWriter::isValidDitem(DItem* item)
+{
+    if (!m_skipping) {
+        const auto found = m_droppedByFirstItem.constFind(item);
+        if (found == m_droppedByFirstItem.constEnd())
+            return true;
+        const QAReporterNode* dropped = found.value();
+        if (dropped->endItem != item) {
+            m_skippedNode = dropped;
+            m_skipping = item;
+        }
+        return false;
+    }
+    m_skipping = item == m_skippedNode->endItem ? nullptr : item;
+    return false;
+}
+
+bool QAReporterFilterWriter::leaveSectionless()
+{
+    for (;;) {
+        if (m_cursor->toNext())
+            return true;
+        if (!m_cursor->toParent())
+            return false;
+        if (!isSectionless(m_cursor->current()))
+            return true; // an ancestor whose section still has to end
+    }
+}
+
+bool QAReporterFilterWriter::isReftoBegin(const DItem* item, DItem* copy)
+{
+    if (!m_cursor || !m_cursor->current())
+        return false;
+    while (!m_cursor->current()->item) {
+        if (m_cursor->toFirstChild())
+            continue;
+        if (!isSectionless(m_cursor->current()) || !leaveSectionless())
+            return false;
+    }
+    QAReporterNode* begun = m_cursor->current();
+    if (begun->item != item)
+        return false;
+    // Nodes that share the first item begin here too; the cursor stops on the next node
+    // whose section has not begun.
+    while (m_cursor->toFirstChild()) {
+        QAReporterNode* child = m_cursor->current();
+        if (!child->item)
+            continue;
+        if (child->item != item)
+            break;
+        child->item = copy;
+    }
+    begun->item = copy;
+    return true;
+}
+
+bool QAReporterFilterWriter::isReftoEnd(const DItem* item, DItem* copy)
+{
+    if (!m_cursor || !m_cursor->current())
+        return false;
+    while (isSectionless(m_cursor->current())) {
+        if (!leaveSectionless())
+            return false;
+    }
+    QAReporterNode* node = m_cursor->current();
+    if (!node->endItem || node->endItem != item)
+        return false;
+    node->endItem = copy;
+    // A parent whose last child ends here ends here too.
+    for (;;) {
+        if (m_cursor->toNext() || !m_cursor->toParent())
+            return true;
+        m_cursor->current()->endItem = copy;
+    }
+}
+
+void QAReporterFilterWriter::append(std::unique_ptr<DItem> item)
+{
+    DItem* linked = item.get();
+    if (m_lastCopied)
+        m_lastCopied->setNext(std::move(item));
+    else
+        m_containers.back()->setFirstChild(std::move(item));
+    m_lastCopied = linked;
+}
+
+void QAReporterFilterWriter::linkCopy(std::unique_ptr<DItem> copy, bool tagBefore)
+{
+    DItemContainer* container = m_containers.back();
+    if (tagBefore) {
+        auto tag = std::make_unique<DTag>();
+        tag->setParent(container);
+        append(std::move(tag));
+    }
+    copy->setParent(container);
+    append(std::move(copy));
+}
+
+void QAReporterFilterWriter::doInvalide(DItem* item)
+{
+    isReftoBegin(item, m_lastCopied);
+    isReftoEnd(item, m_lastCopied);
+}
+
+void QAReporterFilterWriter::doContainer(DItem* item)
+{
+    if (!item)
+        return;
+    if (!isValidDitem(item)) {
+        doInvalide(item);
+        return;
+    }
+    if (m_containers.empty())
+        return; // only the document stands at the top
+    std::unique_ptr<DItem> copy = item->copy();
+    DItemContainer* copied = copy->asContainer();
+    linkCopy(std::move(copy), isReftoBegin(item, copied));
+    m_containers.push_back(copied);
+    m_lastCopied = nullptr;
+    doItemChildren(item->asContainer());
+}
+
+void QAReporterFilterWriter::doneChildren(DItemContainer* container)
+{
+    DItemContainer* copied = m_containers.back();
+    m_containers.pop_back();
+    if (container->type() == DItem::Document)
+        return;
+    m_lastCopied = copied;
+    isReftoEnd(container, copied);
+}
+
+void QAReporterFilterWriter::doLeaf(DItem* item, bool tagAllowed)
+{
+    if (!isValidDitem(item)) {
+        doInvalide(item);
+        return;
+    }
+    if (m_containers.empty())
+        return;
+    std::unique_ptr<DItem> copy = item->copy();
+    DItem* copied = copy.get();
+    const bool begins = isReftoBegin(item, copied);
+    linkCopy(std::move(copy), begins && tagAllowed);
+    isReftoEnd(item, copied);
+}
+
+void QAReporterFilterWriter::doDocument(DItem* item)
+{
+    const DDocument* document = dcast<DDocument>(item);
+    if (!document || !m_cursor || !isValidDitem(item))
+        return;
+    std::unique_ptr<DDocument> copy = document->copyDocument();
+    QAReporterNode* root = m_cursor->current();
+    isReftoBegin(item, copy.get());
+    root->tag = document->tag();
+    m_newDocument = std::move(copy);
+    m_containers.push_back(m_newDocument.get());
+    m_lastCopied = nullptr;
+    doItemChildren(item->asContainer());
+}
+
+void QAReporterFilterWriter::doSection(DItem* item)
+{
+    doContainer(dcast<DSection>(item));
+}
+void QAReporterFilterWriter::doTitle(DItem* item)
+{
+    doContainer(dcast<DTitle>(item));
+}
+void QAReporterFilterWriter::doHeader(DItem* item)
+{
+    doContainer(dcast<DHeader>(item));
+}
+void QAReporterFilterWriter::doFooter(DItem* item)
+{
+    doContainer(dcast<DFooter>(item));
+}
+void QAReporterFilterWriter::doPageBreak(DItem* item)
+{
+    if (dcast<DPageBreak>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doParagraph(DItem* item)
+{
+    doContainer(dcast<DParagraph>(item));
+}
+void QAReporterFilterWriter::doText(DItem* item)
+{
+    if (dcast<DText>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doImage(DItem* item)
+{
+    if (dcast<DImage>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doList(DItem* item)
+{
+    doContainer(dcast<DList>(item));
+}
+void QAReporterFilterWriter::doLink(DItem* item)
+{
+    doContainer(dcast<DLink>(item));
+}
+void QAReporterFilterWriter::doTag(DItem* item)
+{
+    if (dcast<DTag>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doTable(DItem* item)
+{
+    doContainer(dcast<DTable>(item));
+}
+void QAReporterFilterWriter::doRow(DItem* item)
+{
+    doContainer(dcast<DRow>(item));
+}
+void QAReporterFilterWriter::doCell(DItem* item)
+{
+    doContainer(dcast<DCell>(item));
+}
+void QAReporterFilterWriter::doCellText(DItem* item)
+{
+    doContainer(dcast<DCellText>(item));
+}
+void QAReporterFilterWriter::doTagPointer(DItem* item)
+{
+    if (dcast<DTagPointer>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doPopupLink(DItem* item)
+{
+    doContainer(dcast<DPopupLink>(item));
+}
+void QAReporterFilterWriter::doPopup(DItem* item)
+{
+    doContainer(dcast<DPopup>(item));
+}
+void QAReporterFilterWriter::doSummary(DItem* item)
+{
+    doContainer(dcast<DSummary>(item));
+}
+void QAReporterFilterWriter::doSEntry(DItem* item)
+{
+    if (dcast<DSEntry>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doIndex(DItem* item)
+{
+    doContainer(dcast<DIndex>(item));
+}
+void QAReporterFilterWriter::doIEntry(DItem* item)
+{
+    if (dcast<DIEntry>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::doGraphic(DItem* item)
+{
+    doContainer(dcast<DGraphic>(item));
+}
+void QAReporterFilterWriter::doAxis(DItem* item)
+{
+    if (dcast<DAxis>(item))
+        doLeaf(item, false);
+}
+void QAReporterFilterWriter::doCurve(DItem* item)
+{
+    doContainer(dcast<DCurve>(item));
+}
+void QAReporterFilterWriter::doPoint(DItem* item)
+{
+    if (dcast<DPoint>(item))
+        doLeaf(item, true);
+}
+void QAReporterFilterWriter::do___(DItem*) {}

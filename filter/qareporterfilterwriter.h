@@ -1,0 +1,99 @@
+#pragma once
+
+#include "folio/diterator.h"
+#include "model/qtree.h"
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <memory>
+#include <vector>
+
+class DDocument;
+class QAReporterDataTree;
+class QAReporterNode;
+class QAReporterNodeValidator;
+
+// Makes the filtered copy of one report: a result tree of the nodes the validator accepts, and a
+// document without the sections of the rejected nodes. The writer walks the source document,
+// copies what it keeps and skips what it drops, while a cursor over the new tree follows the walk
+// so that every kept node points at the copies of the first and last items of its section. Every
+// kept node section begins with an empty tag item.
+class QAReporterFilterWriter : public DIterator
+{
+public:
+    explicit QAReporterFilterWriter(const QAReporterNodeValidator* validator);
+    ~QAReporterFilterWriter() override;
+
+    void setReportName(const QString& name) { m_reportName = name; }
+    const QString& reportName() const { return m_reportName; }
+
+    // Builds the new tree, then the new document. Without a root that passes, builds nothing.
+    void startWriter(QAReporterDataTree* tree, DDocument* document);
+    std::unique_ptr<QAReporterDataTree> takeNewTree();
+    std::unique_ptr<DDocument> takeNewDocument();
+
+    // Copies the accepted nodes of `tree` into the new tree, replaying the source walk, and
+    // collects the dropped ones.
+    bool buildNewTree(QAReporterDataTree* tree);
+    // False when `item` lies in the section of a dropped node.
+    bool isValidDitem(DItem* item);
+    // Redirect the first (or last) item of the next node of the new tree from `item` to `copy`,
+    // moving the cursor along; true when a node section begins (or ends) at `item`.
+    bool isReftoBegin(const DItem* item, DItem* copy);
+    bool isReftoEnd(const DItem* item, DItem* copy);
+
+    void doDocument(DItem* item) override;
+    void doSection(DItem* item) override;
+    void doTitle(DItem* item) override;
+    void doHeader(DItem* item) override;
+    void doFooter(DItem* item) override;
+    void doPageBreak(DItem* item) override;
+    void doParagraph(DItem* item) override;
+    void doText(DItem* item) override;
+    void doImage(DItem* item) override;
+    void doList(DItem* item) override;
+    void doLink(DItem* item) override;
+    void doTag(DItem* item) override;
+    void doTable(DItem* item) override;
+    void doRow(DItem* item) override;
+    void doCell(DItem* item) override;
+    void doCellText(DItem* item) override;
+    void doTagPointer(DItem* item) override;
+    void doPopupLink(DItem* item) override;
+    void doPopup(DItem* item) override;
+    void doSummary(DItem* item) override;
+    void doSEntry(DItem* item) override;
+    void doIndex(DItem* item) override;
+    void doIEntry(DItem* item) override;
+    void doGraphic(DItem* item) override;
+    void doAxis(DItem* item) override;
+    void doCurve(DItem* item) override;
+    void doPoint(DItem* item) override;
+    void do___(DItem* item) override;
+
+protected:
+    void doneChildren(DItemContainer* container) override;
+
+private:
+    void doContainer(DItem* item);
+    void doLeaf(DItem* item, bool tagAllowed);
+    void doInvalide(DItem* item);
+    void linkCopy(std::unique_ptr<DItem> copy, bool tagBefore);
+    void append(std::unique_ptr<DItem> item);
+    bool leaveSectionless();
+
+    const QAReporterNodeValidator* m_validator;
+    // Dropped nodes, and the first dropped node whose section begins at each item.
+    QSet<const QAReporterNode*> m_droppedNodes;
+    QHash<const DItem*, const QAReporterNode*> m_droppedByFirstItem;
+    std::unique_ptr<QAReporterDataTree> m_newTree;
+    std::unique_ptr<DDocument> m_newDocument;
+    // Copied containers whose children are being copied, innermost last.
+    std::vector<DItemContainer*> m_containers;
+    DItem* m_lastCopied = nullptr;
+    const DItem* m_skipping = nullptr;
+    const QAReporterNode* m_skippedNode = nullptr;
+    QString m_reportName;
+    std::unique_ptr<QTreeIterator<QAReporterNode>> m_cursor;
+};

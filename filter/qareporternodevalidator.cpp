@@ -1,0 +1,90 @@
+#include "filter/qareporternodevalidator.h"
+
+#include "model/qareporternode.h"
+
+namespace {
+
+// True when a match of `expression` begins at the start of `text`. The leftmost match begins
+// there exactly when some match does, so an anchored match decides it without scanning the text.
+bool matchesAtStart(const QRegularExpression& expression, const QString& text)
+{
+    return expression
+        .match(text, 0, QRegularExpression::NormalMatch,
+               QRegularExpression::AnchorAtOffsetMatchOption)
+        .hasMatch();
+}
+
+} // namespace
+
+void QAReporterNodeValidator::setAttribut(Attribut attribute, const QRegularExpression& expression)
+{
+    switch (attribute) {
+    case AttrName:
+        m_nameExp = expression;
+        break;
+    case AttrType:
+        m_typeExps.append(expression);
+        break;
+    case AttrState:
+        m_stateExp = expression;
+        break;
+    default:
+        return;
+    }
+    m_active |= attribute;
+}
+
+void QAReporterNodeValidator::unsetAttribut(Attribut attribute)
+{
+    switch (attribute) {
+    case AttrName:
+        if (!m_nameExp)
+            return;
+        m_nameExp.reset();
+        break;
+    case AttrType:
+        m_typeExps.clear();
+        break;
+    case AttrState:
+        if (!m_stateExp)
+            return;
+        m_stateExp.reset();
+        break;
+    default:
+        return;
+    }
+    m_active &= ~unsigned(attribute);
+}
+
+void QAReporterNodeValidator::unsetType(const QRegularExpression& expression)
+{
+    const qsizetype index = m_typeExps.indexOf(expression);
+    if (index < 0)
+        return;
+    m_typeExps.removeAt(index);
+    if (m_typeExps.isEmpty())
+        m_active &= ~unsigned(AttrType);
+}
+
+int QAReporterNodeValidator::isValid(const QAReporterNode& node) const
+{
+    int result = AttrName;
+    if ((m_active & AttrName) && !node.name.isNull() && !matchesAtStart(*m_nameExp, node.name))
+        result &= ~AttrName;
+
+    bool typeHidden = false;
+    if ((m_active & AttrType) && !node.type.isNull()) {
+        for (const QRegularExpression& hidden : m_typeExps) {
+            if (matchesAtStart(hidden, node.type)) {
+                typeHidden = true;
+                break;
+            }
+        }
+    }
+    if (!typeHidden)
+        result |= AttrType;
+
+    if (!(m_active & AttrState) || node.stat.isNull() || matchesAtStart(*m_stateExp, node.stat))
+        result |= AttrState;
+    return result;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QList>
+#include <QRegularExpression>
+#include <optional>
+
+class QAReporterNode;
+
+// Decides which result nodes a filtered view keeps: by name, by type (a list of hidden types)
+// and by state. An expression matches a text when a match of it begins at the first character.
+class QAReporterNodeValidator
+{
+public:
+    enum Attribut
+    {
+        AttrName = 1,
+        AttrType = 2,
+        AttrState = 4
+    };
+    static constexpr int allAccepted = AttrName | AttrType | AttrState;
+
+    // The name and state criteria hold one expression each; the type criterion adds one more
+    // hidden type per call.
+    void setAttribut(Attribut attribute, const QRegularExpression& expression);
+    void unsetAttribut(Attribut attribute);
+    // Shows a hidden type again: removes the first type expression equal to `expression`.
+    void unsetType(const QRegularExpression& expression);
+
+    // One bit per criterion the node passes; the node is kept when all three are set (7).
+    int isValid(const QAReporterNode& node) const;
+
+    unsigned active() const { return m_active; }
+    const QList<QRegularExpression>& typeExpressions() const { return m_typeExps; }
+
+private:
+    unsigned m_active = 0;
+    std::optional<QRegularExpression> m_nameExp;
+    QList<QRegularExpression> m_typeExps;
+    std::optional<QRegularExpression> m_stateExp;
+};

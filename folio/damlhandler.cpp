@@ -245,6 +245,9 @@ bool DAmlHandler::startDocument()
     m_frames.clear();
     m_openedItem = nullptr;
     m_error.clear();
+    // Each reading starts from the given styles alone: local styles belong to one file.
+    m_localStyles.clear();
+    setStyles(m_styles);
     return true;
 }
 
@@ -412,6 +415,7 @@ void DAmlHandler::setErrorString(const QString& message)
 
 void DAmlHandler::setStyles(const DStyleList& styles)
 {
+    m_styles = styles;
     m_styleByName.clear();
     for (const DStylePtr& style : styles)
         indexStyle(style);

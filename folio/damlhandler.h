@@ -58,7 +58,8 @@ private:
 
     void indexStyle(const DStylePtr& style);
 
-    DRawKeyMap<DStylePtr> m_styleByName; // keyed by the UTF-8 name
+    DStyleList m_styles;
+    DRawKeyMap<DStylePtr> m_styleByName; // given and local styles, keyed by the UTF-8 name
     bool m_localStylesEnabled = false;
     DStyleList m_localStyles;
     std::unique_ptr<DDocument> m_document;

@@ -259,6 +259,12 @@ private Q_SLOTS:
         QCOMPARE(title->background(), QColor(QStringLiteral("lightgray")));
         QCOMPARE(title->indent(), 12);
         QCOMPARE(r.document->firstChild()->style(), title);
+
+        // A second reading with the same handler starts again from the given styles only.
+        const Reading again = read(markup, on);
+        QVERIFY2(again.ok, qPrintable(again.error));
+        QCOMPARE(on.localStyles().size(), 2);
+        QVERIFY(on.localStyles().at(1).data() != title);
     }
 
     // Bad markup stops the reading with a message and the place where it stopped.

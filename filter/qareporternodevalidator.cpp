@@ -14,7 +14,44 @@ bool matchesAtStart(const QRegularExpression& expression, const QString& text)
         .hasMatch();
 }
 
+constexpr qsizetype maxRememberedTexts = 4096;
+
+// The remembered result for `text`, computing and remembering it on first use.
+template <class Compute>
+bool remembered(QHash<QString, bool>& results, const QString& text, Compute compute)
+{
+    const auto found = results.constFind(text);
+    if (found != results.constEnd())
+        return found.value();
+    const bool result = compute();
+    if (results.size() < maxRememberedTexts)
+        results.insert(text, result);
+    return result;
+}
+
 } // namespace
+
+void QAReporterNodeValidator::forgetResults()
+{
+    m_typeHidden.clear();
+    m_stateAccepted.clear();
+}
+
+bool QAReporterNodeValidator::typeHidden(const QString& type) const
+{
+    return remembered(m_typeHidden, type, [&] {
+        for (const QRegularExpression& hidden : m_typeExps) {
+            if (matchesAtStart(hidden, type))
+                return true;
+        }
+        return false;
+    });
+}
+
+bool QAReporterNodeValidator::stateAccepted(const QString& state) const
+{
+    return remembered(m_stateAccepted, state, [&] { return matchesAtStart(*m_stateExp, state); });
+}
 
 void QAReporterNodeValidator::setAttribut(Attribut attribute, const QRegularExpression& expression)
 {
@@ -32,6 +69,7 @@ void QAReporterNodeValidator::setAttribut(Attribut attribute, const QRegularExpr
         return;
     }
     m_active |= attribute;
+    forgetResults();
 }
 
 void QAReporterNodeValidator::unsetAttribut(Attribut attribute)
@@ -54,6 +92,7 @@ void QAReporterNodeValidator::unsetAttribut(Attribut attribute)
         return;
     }
     m_active &= ~unsigned(attribute);
+    forgetResults();
 }
 
 void QAReporterNodeValidator::unsetType(const QRegularExpression& expression)
@@ -62,6 +101,7 @@ void QAReporterNodeValidator::unsetType(const QRegularExpression& expression)
     if (index < 0)
         return;
     m_typeExps.removeAt(index);
+    forgetResults();
     if (m_typeExps.isEmpty())
         m_active &= ~unsigned(AttrType);
 }
@@ -72,19 +112,9 @@ int QAReporterNodeValidator::isValid(const QAReporterNode& node) const
     if ((m_active & AttrName) && !node.name.isNull() && !matchesAtStart(*m_nameExp, node.name))
         result &= ~AttrName;
 
-    bool typeHidden = false;
-    if ((m_active & AttrType) && !node.type.isNull()) {
-        for (const QRegularExpression& hidden : m_typeExps) {
-            if (matchesAtStart(hidden, node.type)) {
-                typeHidden = true;
-                break;
-            }
-        }
-    }
-    if (!typeHidden)
+    if (!(m_active & AttrType) || node.type.isNull() || !typeHidden(node.type))
         result |= AttrType;
-
-    if (!(m_active & AttrState) || node.stat.isNull() || matchesAtStart(*m_stateExp, node.stat))
+    if (!(m_active & AttrState) || node.stat.isNull() || stateAccepted(node.stat))
         result |= AttrState;
     return result;
 }

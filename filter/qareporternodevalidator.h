@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QRegularExpression>
 #include <optional>
@@ -33,8 +34,16 @@ public:
     const QList<QRegularExpression>& typeExpressions() const { return m_typeExps; }
 
 private:
+    bool typeHidden(const QString& type) const;
+    bool stateAccepted(const QString& state) const;
+    void forgetResults();
+
     unsigned m_active = 0;
     std::optional<QRegularExpression> m_nameExp;
     QList<QRegularExpression> m_typeExps;
     std::optional<QRegularExpression> m_stateExp;
+    // Results per text: a file repeats a few types and states over thousands of nodes, and a
+    // hash lookup costs far less than a match.
+    mutable QHash<QString, bool> m_typeHidden;
+    mutable QHash<QString, bool> m_stateAccepted;
 };

@@ -33,9 +33,12 @@ QAstXmlRodHandler::~QAstXmlRodHandler() = default;
 
 QAstXmlRodHandler::ElementType QAstXmlRodHandler::findType(const QString& qName)
 {
-    if (qName == QLatin1String("XROD"))
+    // Called twice per element: the length rules out most names before any comparison.
+    const QLatin1String xrod("XROD");
+    const QLatin1String node("XROD:NODE");
+    if (qName.size() == xrod.size() && qName == xrod)
         return XrodElement;
-    if (qName == QLatin1String("XROD:NODE"))
+    if (qName.size() == node.size() && qName == node)
         return NodeElement;
     return DocumentElement;
 }

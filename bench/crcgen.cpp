@@ -401,43 +401,22 @@ void expand(Writer& out, std::string_view text, const Words& w)
     }
 }
 
-const char* titleSuffix(State s)
+// How each verdict is written: the state attribute, the title style suffix, the paragraph style.
+struct StateMarkup
 {
-    switch (s) {
-    case State::Passed:
-        return " Passed";
-    case State::Failed:
-        return " Failed";
-    case State::NotEvaluated:
-        return "";
-    }
-    return "";
-}
+    const char* state;
+    const char* titleSuffix;
+    const char* paragraphStyle;
+};
 
-const char* paragraphStyle(State s)
+const StateMarkup& markupOf(State s)
 {
-    switch (s) {
-    case State::Passed:
-        return "Normal Passed";
-    case State::Failed:
-        return "Normal Failed";
-    case State::NotEvaluated:
-        return "Warning";
-    }
-    return "Normal";
-}
-
-const char* stateText(State s)
-{
-    switch (s) {
-    case State::Passed:
-        return "ok";
-    case State::Failed:
-        return "ko";
-    case State::NotEvaluated:
-        return "NE";
-    }
-    return "";
+    static const StateMarkup markups[] = {
+        {"ok", " Passed", "Normal Passed"},
+        {"ko", " Failed", "Normal Failed"},
+        {"NE", "", "Warning"},
+    };
+    return markups[static_cast<int>(s)];
 }
 
 class Generator
@@ -581,7 +560,7 @@ private:
             break;
         }
         out_.put("\" state=\"");
-        out_.put(stateText(p.state));
+        out_.put(markupOf(p.state).state);
         if (p.kind == Kind::Rule) {
             out_.put("\" sum=\"");
             out_.number(p.sum);
@@ -608,13 +587,13 @@ private:
         out_.put("\">\n");
         out_.put("<TITLE style=\"Title");
         out_.number(p.depth);
-        out_.put(titleSuffix(p.state));
+        out_.put(markupOf(p.state).titleSuffix);
         out_.put("\">");
         title(p, rule);
         out_.put("</TITLE>\n");
 
         out_.put("<PARAGRAPH style=\"");
-        out_.put(paragraphStyle(p.state));
+        out_.put(markupOf(p.state).paragraphStyle);
         out_.put("\">");
         body(p, rule);
         out_.put("</PARAGRAPH>\n");

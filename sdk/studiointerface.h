@@ -1,8 +1,14 @@
 #pragma once
 
+#include <QtContainerFwd>
+
+class QAILogMonitor;
+class QAOutputWindow;
 class QAResProducer;
+class QMenu;
 class QString;
 class QWidget;
+class TrackwellInterface;
 
 // The services the studio offers to its viewer plug-ins. The host implements it; the plug-in
 // only calls it.
@@ -11,16 +17,39 @@ class StudioInterface
 public:
     virtual ~StudioInterface();
 
+    // The studio's main window, or null when it runs without one.
+    virtual QWidget* mainWindow() const = 0;
+    // The studio's output window, where messages for the user go; null without one.
+    virtual QAOutputWindow* outputWindow() const = 0;
+    // Brings the output window to the front.
+    virtual void activateOutput() = 0;
+    // Directories where documents look for their pictures.
+    virtual QStringList documentSearchPath() const = 0;
+    // The directory file dialogs start in.
+    virtual QString currentDirectory() const = 0;
+    // The directory the studio runs from: its "lib" folder holds the shipped data files.
+    virtual QString installDirectory() const = 0;
+    // The studio's name, for window captions.
+    virtual QString caption() const = 0;
+
+    // Puts `menu` into the studio's menu bar under `title`; returns an id for removeMenu().
+    virtual int insertMenu(QMenu* menu, const QString& title) = 0;
+    virtual void removeMenu(int id) = 0;
+
+    // Asks the studio to include `producer`'s group whenever it saves the settings. The producer
+    // is borrowed and must outlive the studio's use of it.
+    virtual void addResProducer(QAResProducer* producer) = 0;
+    // Where long operations report what they did; null without one.
+    virtual QAILogMonitor* logMonitor() const = 0;
+
     // Shows a progress display with `steps` steps, a label and a cancel button text.
     virtual void startProgress(int steps, const QString& label, const QString& cancelText) = 0;
     virtual void setProgress(int step) = 0;
     virtual void endProgress() = 0;
 
-    // The directory the studio runs from: its "lib" folder holds the shipped data files.
-    virtual QString installDirectory() const = 0;
-    // The studio's main window, or null when it runs without one.
-    virtual QWidget* mainWindow() const = 0;
-    // Asks the studio to include `producer`'s group whenever it saves the settings. The producer
-    // is borrowed and must outlive the studio's use of it.
-    virtual void addResProducer(QAResProducer* producer) = 0;
+    // Opens a location given as text, such as "src/main.c line 42" (kind 3: a source file at a
+    // line), and brings it to the front when `activate` is set.
+    virtual void openLocation(const QString& location, int kind, bool activate) = 0;
+    // The defect tracker, or null when the studio has none.
+    virtual TrackwellInterface* trackwellInterface() const = 0;
 };

@@ -8,7 +8,7 @@
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qacolorbutton.h"
 #include "sdk/qaresfile.h"
-#include "sdk/studiointerface.h"
+#include "tests/teststudio.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -43,21 +43,6 @@ QStringList fixedStyleNames()
     names += withVerdicts(QStringLiteral("Array"));
     return names + QStringList{QStringLiteral("Warning"), QStringLiteral("Link")};
 }
-
-class TestStudio : public StudioInterface
-{
-public:
-    void startProgress(int, const QString&, const QString&) override {}
-    void setProgress(int) override {}
-    void endProgress() override {}
-    QString installDirectory() const override { return directory; }
-    QWidget* mainWindow() const override { return window; }
-    void addResProducer(QAResProducer* producer) override { producers.append(producer); }
-
-    QString directory;
-    QWidget* window = nullptr;
-    QList<QAResProducer*> producers;
-};
 
 // An installation directory whose lib/reporterstyle.aml holds `styles`.
 class Installation

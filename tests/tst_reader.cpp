@@ -6,7 +6,7 @@
 #include "model/qastxmlrodhandler.h"
 #include "model/qastxmlrodreader.h"
 #include "model/reportloader.h"
-#include "sdk/studiointerface.h"
+#include "tests/teststudio.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -70,23 +70,6 @@ QAReporterNode* findNode(QAReporterDataTree* tree, const QString& name)
     }
     return nullptr;
 }
-
-class RecordingStudio : public StudioInterface
-{
-public:
-    void startProgress(int steps, const QString& label, const QString& cancelText) override
-    {
-        calls.append(QStringLiteral("start %1 %2 %3").arg(steps).arg(label, cancelText));
-    }
-    void setProgress(int step) override { steps.append(step); }
-    void endProgress() override { calls.append(QStringLiteral("end")); }
-    QString installDirectory() const override { return QStringLiteral("."); }
-    QWidget* mainWindow() const override { return nullptr; }
-    void addResProducer(QAResProducer*) override {}
-
-    QStringList calls;
-    QList<int> steps;
-};
 
 // Counts live nodes, to prove that every node is deleted exactly once.
 struct CountedNode : QAReporterNode
@@ -304,18 +287,18 @@ private Q_SLOTS:
 
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        RecordingStudio studio;
+        TestStudio studio;
         QAstXmlRodReader reader;
         QVERIFY(reader.parse(&file, &file, &studio));
         const int steps = int(markup.size() / 50);
-        QCOMPARE(studio.calls,
+        QCOMPARE(studio.progressCalls,
                  QStringList({QStringLiteral("start %1 Analysing run.crc Cancel").arg(steps),
                               QStringLiteral("end")}));
-        QCOMPARE(studio.steps.size(), 2 + 40);
+        QCOMPARE(studio.progressSteps.size(), 2 + 40);
         QList<int> expected;
         for (int i = 0; i < 42; ++i)
             expected.append(qMin(i, steps - 1));
-        QCOMPARE(studio.steps, expected);
+        QCOMPARE(studio.progressSteps, expected);
 
         // Under 50 bytes there are no steps: every start tag reports -1.
         QFile small(dir.filePath(QStringLiteral("small.crc")));
@@ -323,10 +306,10 @@ private Q_SLOTS:
         small.write("<XROD><DOCUMENT/></XROD>");
         small.close();
         QVERIFY(small.open(QIODevice::ReadOnly));
-        RecordingStudio second;
+        TestStudio second;
         QAstXmlRodReader smallReader;
         QVERIFY(smallReader.parse(&small, &small, &second));
-        QCOMPARE(second.steps, QList<int>({-1, -1}));
+        QCOMPARE(second.progressSteps, QList<int>({-1, -1}));
 
         // Without a studio nothing is reported.
         QVERIFY(small.seek(0));

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QList>
+#include <QMessageBox>
+#include <QStringList>
+#include <memory>
+
+// Every message box, question and file or directory dialog of the plug-in goes through here.
+// The default shows the real dialogs; tests and headless runs install ScriptedDialogs, which
+// records what was asked and answers from a script, so nothing ever blocks.
+class QADialogs
+{
+public:
+    virtual ~QADialogs() = default;
+
+    virtual QMessageBox::StandardButton message(QWidget* parent, QMessageBox::Icon icon,
+                                                const QString& title, const QString& text,
+                                                QMessageBox::StandardButtons buttons,
+                                                QMessageBox::StandardButton defaultButton) = 0;
+    virtual QStringList openFileNames(QWidget* parent, const QString& caption,
+                                      const QString& directory, const QString& filter) = 0;
+    virtual QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
+                                 const QString& filter) = 0;
+    virtual QString existingDirectory(QWidget* parent, const QString& caption,
+                                      const QString& directory) = 0;
+
+    // The dialogs in force; the real ones until install() is called.
+    static QADialogs& current();
+    // Replaces the dialogs in force; a null argument brings back the real ones.
+    static void install(std::unique_ptr<QADialogs> dialogs);
+
+    // Shortcuts for the common message boxes.
+    static void information(QWidget* parent, const QString& title, const QString& text);
+    static void warning(QWidget* parent, const QString& title, const QString& text);
+    static QMessageBox::StandardButton question(QWidget* parent, const QString& title,
+                                                const QString& text,
+                                                QMessageBox::StandardButtons buttons,
+                                                QMessageBox::StandardButton defaultButton);
+};
+
+// Answers from a script and keeps a record of every dialog asked for.
+class ScriptedDialogs : public QADialogs
+{
+public:
+    struct Asked
+    {
+        QString kind; // "message", "open", "save" or "directory"
+        QString title;
+        QString text;
+    };
+
+    QMessageBox::StandardButton message(QWidget* parent, QMessageBox::Icon icon,
+                                        const QString& title, const QString& text,
+                                        QMessageBox::StandardButtons buttons,
+                                        QMessageBox::StandardButton defaultButton) override;
+    QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
+                              const QString& filter) override;
+    QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
+                         const QString& filter) override;
+    QString existingDirectory(QWidget* parent, const QString& caption,
+                              const QString& directory) override;
+
+    // Answers to give, in order; when they run out, message boxes take their default button
+    // and file dialogs are cancelled.
+    QList<QMessageBox::StandardButton> buttons;
+    QList<QStringList> files;
+    QList<QString> directories;
+    QList<Asked> asked;
+};

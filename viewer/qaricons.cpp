@@ -1,0 +1,48 @@
+#include "viewer/qaricons.h"
+
+#include "sdk/qapixmapcenter.h"
+
+namespace {
+#include "data/icons/nextKO.xpm"
+#include "data/icons/precKO.xpm"
+#include "data/icons/reporter_16_bis.xpm"
+#include "data/icons/testok.xpm"
+#include "data/icons/testscomplete.xpm"
+#include "data/icons/testsfailed.xpm"
+#include "data/icons/testunknow.xpm"
+} // namespace
+
+namespace QARIcons {
+QPixmap testOk()
+{
+    return GETPIX("testok_xpm", testok_xpm);
+}
+QPixmap testFailed()
+{
+    return GETPIX("testsfailed_xpm", testsfailed_xpm);
+}
+QPixmap testUnknown()
+{
+    return GETPIX("testunknow_xpm", testunknow_xpm);
+}
+QPixmap report()
+{
+    return GETPIX("reporter_16_bis_xpm", reporter_16_bis_xpm);
+}
+QPixmap previousFailure()
+{
+    return GETPIX("precKO_xpm", precKO_xpm);
+}
+QPixmap nextFailure()
+{
+    return GETPIX("nextKO_xpm", nextKO_xpm);
+}
+QPixmap allTests()
+{
+    return GETPIX("testscomplete_xpm", testscomplete_xpm);
+}
+QPixmap failedTests()
+{
+    return GETPIX("testsfailed_xpm", testsfailed_xpm);
+}
+} // namespace QARIcons

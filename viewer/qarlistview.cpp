@@ -1,0 +1,77 @@
+#include "viewer/qarlistview.h"
+
+#include "model/qareporterdatatree.h"
+#include "viewer/qaricons.h"
+#include "viewer/qarlistviewitem.h"
+
+#include <QTreeWidgetItemIterator>
+#include <vector>
+
+QARListView::QARListView(QWidget* parent) : QAListView(parent)
+{
+    setColumnCount(2);
+}
+
+QARListViewItem* QARListView::addReport(QAReporterDataTree* tree, const QString& fileName)
+{
+    if (!tree || !tree->iterator())
+        return nullptr;
+    QAReporterNode* root = tree->toRoot();
+    if (!root)
+        return nullptr;
+    // The entries are built before the file entry joins the view, so that the view takes the
+    // whole branch at once instead of one insertion per node.
+    auto* fileEntry = new QARListViewItem;
+    fileEntry->fileInfo = QFileInfo(fileName);
+    fileEntry->setText(0, fileEntry->fileInfo.fileName());
+    fileEntry->setIcon(0, QARIcons::report());
+    fileEntry->item = root->item;
+
+    std::vector<QARListViewItem*> parents{fileEntry};
+    while (QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
+        const size_t depth = size_t(tree->iterator()->depth());
+        parents.resize(depth);
+        auto* entry = new QARListViewItem(parents.back());
+        entry->decorate(node);
+        parents.push_back(entry);
+    }
+    addTopLevelItem(fileEntry);
+    return fileEntry;
+}
+
+void QARListView::openToDepth(int depth)
+{
+    collapseAll();
+    if (depth > 0)
+        expandToDepth(depth - 1);
+}
+
+void QARListView::nextKO()
+{
+    stepToFailure(true);
+}
+
+void QARListView::prevKO()
+{
+    stepToFailure(false);
+}
+
+void QARListView::stepToFailure(bool forward)
+{
+    QTreeWidgetItem* start = currentItem();
+    if (!start)
+        return;
+    QTreeWidgetItemIterator it(start);
+    for (forward ? ++it : --it; *it; forward ? ++it : --it) {
+        auto* entry = dynamic_cast<QARListViewItem*>(*it);
+        if (!entry || !entry->ko)
+            continue;
+        start->setSelected(false);
+        setCurrentItem(entry);
+        entry->setExpanded(true);
+        entry->setSelected(true);
+        scrollToItem(entry);
+        Q_EMIT doubleClicked(entry);
+        return;
+    }
+}

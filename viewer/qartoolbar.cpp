@@ -1,0 +1,89 @@
+#include "viewer/qartoolbar.h"
+
+#include "sdk/studiointerface.h"
+#include "viewer/qaricons.h"
+
+#include <QMainWindow>
+#include <QToolButton>
+
+QPointer<QARToolBar> QARToolBar::reportertoolbar;
+
+QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar(label, mainWindow)
+{
+    if (mainWindow)
+        mainWindow->addToolBar(Qt::TopToolBarArea, this);
+    m_prevButton = addButton(QARIcons::previousFailure(), tr("Previous Failed Test"),
+                             QStringLiteral("Previous Failed Test"),
+                             tr("<b>Previous Failed Test</b><br>Move cursor to the previous "
+                                "failed test."),
+                             &QARToolBar::KOpClicked);
+    m_nextButton = addButton(QARIcons::nextFailure(), tr("Next Failed Test"),
+                             QStringLiteral("Next Failed Test"),
+                             tr("<b>Next Failed Test</b><br>Move cursor to the next failed test."),
+                             &QARToolBar::KOsClicked);
+    m_filterButton = addButton(
+        QARIcons::allTests(), tr("All Test Results / Failed Tests Only"), QStringLiteral("Filter"),
+        tr("<b>All Test Results</b> or <b>Failed Tests Only</b><br>Use this button to "
+           "either display all tests or only failed tests"),
+        &QARToolBar::filtreClicked);
+    setEnabledAll(false);
+}
+
+QToolButton* QARToolBar::addButton(const QPixmap& icon, const QString& text, const QString& name,
+                                   const QString& whatsThis, void (QARToolBar::*slot)())
+{
+    auto* button = new QToolButton(this);
+    button->setIcon(icon);
+    button->setText(text);
+    button->setToolTip(text);
+    button->setObjectName(name);
+    button->setWhatsThis(whatsThis);
+    connect(button, &QToolButton::clicked, this, slot);
+    addWidget(button);
+    return button;
+}
+
+QARToolBar* QARToolBar::getToolBar(StudioInterface* studio)
+{
+    auto* mainWindow = studio ? qobject_cast<QMainWindow*>(studio->mainWindow()) : nullptr;
+    if (!mainWindow)
+        return nullptr;
+    if (!reportertoolbar)
+        reportertoolbar = new QARToolBar(tr("Code Review Toolbar", "Tool bar Title"), mainWindow);
+    return reportertoolbar;
+}
+
+void QARToolBar::setEnabledAll(bool on)
+{
+    m_prevButton->setEnabled(on);
+    m_nextButton->setEnabled(on);
+    m_filterButton->setEnabled(on);
+}
+
+void QARToolBar::switchFilter()
+{
+    m_filtered = !m_filtered;
+    m_filterButton->setIcon(m_filtered ? QARIcons::failedTests() : QARIcons::allTests());
+    m_filterButton->setDown(m_filtered);
+}
+
+void QARToolBar::KOsClicked()
+{
+    Q_EMIT KOsuivClicked();
+}
+
+void QARToolBar::KOpClicked()
+{
+    Q_EMIT KOprecClicked();
+}
+
+void QARToolBar::filtreClicked()
+{
+    switchFilter();
+    Q_EMIT fltClicked();
+}
+
+void QARToolBar::reloadClicked()
+{
+    Q_EMIT refreshClicked();
+}

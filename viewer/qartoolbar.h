@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QPointer>
+#include <QToolBar>
+
+class QMainWindow;
+class QToolButton;
+class StudioInterface;
+
+// The viewer's toolbar: previous failure, next failure, and the switch between all results and
+// failed results only. One toolbar is shared by all windows of the studio; the active window
+// connects itself to it. The toolbar keeps the display mode that the windows read.
+class QARToolBar : public QToolBar
+{
+    Q_OBJECT
+
+public:
+    QARToolBar(const QString& label, QMainWindow* mainWindow);
+
+    // The studio's shared toolbar, created on first use; null without a studio main window.
+    static QARToolBar* getToolBar(StudioInterface* studio);
+
+    void setEnabledAll(bool on);
+    bool isFiltered() const { return m_filtered; }
+    // Flips the mode; the mode button shows the mode in force and stays down in failed-only mode.
+    void switchFilter();
+
+    QToolButton* prevButton() const { return m_prevButton; }
+    QToolButton* nextButton() const { return m_nextButton; }
+    QToolButton* filterButton() const { return m_filterButton; }
+
+public Q_SLOTS:
+    void KOsClicked();
+    void KOpClicked();
+    void filtreClicked();
+    void reloadClicked();
+
+Q_SIGNALS:
+    void KOsuivClicked();
+    void KOprecClicked();
+    void fltClicked();
+    void refreshClicked();
+
+private:
+    QToolButton* addButton(const QPixmap& icon, const QString& text, const QString& name,
+                           const QString& whatsThis, void (QARToolBar::*slot)());
+
+    static QPointer<QARToolBar> reportertoolbar;
+
+    QToolButton* m_prevButton = nullptr;
+    QToolButton* m_nextButton = nullptr;
+    QToolButton* m_filterButton = nullptr;
+    bool m_filtered = false;
+};

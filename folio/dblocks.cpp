@@ -2,6 +2,8 @@
 
 #include "folio/ddocument.h"
 
+#include <algorithm>
+
 namespace {
 
 // The item after `item` in document order; with `descend`, its first child comes first.
@@ -311,18 +313,27 @@ int DBlockList::blockOf(const DItem* item) const
             return found.value();
     }
     // An item inside a block: the block of its nearest owner (a document owns no text).
+    const DItem* root = item;
     for (const DItem* it = item->parent(); it; it = it->parent()) {
+        root = it;
         if (it->type() == DItem::Document)
             continue;
         if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
             return found.value();
     }
-    // An item that shows nothing: the first block after it.
+    // An item that shows nothing: the first block after it, or the last of its document.
     for (const DItem* it = subtreeEnd; it; it = nextInOrder(it, true)) {
         if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
             return found.value();
     }
-    return -1;
+    const auto start = m_blockOfItem.constFind(root);
+    if (start == m_blockOfItem.cend() || m_blocks[start.value()].kind != DBlock::DocumentStart)
+        return -1;
+    const int document = m_blocks[start.value()].document;
+    const auto end =
+        std::upper_bound(m_blocks.begin(), m_blocks.end(), document,
+                         [](int value, const DBlock& block) { return value < block.document; });
+    return int(end - m_blocks.begin()) - 1;
 }
 
 void DBlockList::buildTagIndex() const

@@ -669,9 +669,12 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
                                                       : QString(QChar(0x2022));
             painter->setFont(m_context.fontOf(style));
             painter->setPen(style && style->color().isValid() ? style->color() : m_context.text);
+            // Right-aligned in the indent, on the first line's baseline.
             const QTextLine first = m_layouts.front()->lineAt(0);
-            painter->drawText(QRectF(m_content.left() - 26, m_content.top(), 20, first.height()),
-                              Qt::AlignRight | Qt::AlignVCenter, marker);
+            const qreal width = QFontMetricsF(painter->font()).horizontalAdvance(marker);
+            painter->drawText(QPointF(m_content.left() - 8 - width,
+                                      runOrigin(0).y() + first.y() + first.ascent()),
+                              marker);
         }
     }
     for (int i = 0; i < int(m_runs.size()); ++i) {

@@ -63,6 +63,8 @@ void DFolioView::setDocument(DDocument* document, bool first)
 
 void DFolioView::clearDocs()
 {
+    // Fonts are remembered by style; the styles may go with the documents.
+    m_context.forgetStyles();
     m_blocks.clear();
     m_heights.clear();
     m_layouts.clear();

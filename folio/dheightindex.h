@@ -13,7 +13,6 @@ public:
         m_tree.assign(1, 0);
     }
     int size() const { return int(m_heights.size()); }
-    int height(int index) const { return m_heights[index]; }
 
     void append(int height)
     {

@@ -100,7 +100,6 @@ public:
     QRectF cursorRect(int position) const;
 
 private:
-    struct Cell;
     struct Chart;
 
     void collectText();
@@ -110,7 +109,6 @@ private:
     void layOutChart();
     std::unique_ptr<QTextLayout> makeLayout(const DTextRun& run, const DStyle* style,
                                             qreal width) const;
-    QRectF textArea() const;
     // The run holding `position` and the position inside it.
     int runAt(int position, int* local) const;
     int runStart(int run) const;

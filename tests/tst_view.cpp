@@ -115,6 +115,7 @@ private Q_SLOTS:
         DItem* section = find(two.get(), DItem::Section, QStringLiteral("twos3"));
         QVERIFY(view.moveTo(section));
         QCOMPARE(view.currentDocument(), two.get());
+        QCOMPARE(shown.view.currentTag(), QStringLiteral("two"));
         QCOMPARE(view.itemRect(section).top(), 0);
         // A piece of text goes to its paragraph.
         DItem* text = find(two.get(), DItem::Text, QStringLiteral("Text 2 of two section 4"));
@@ -151,6 +152,9 @@ private Q_SLOTS:
         view.setDocument(two.get(), true);
         QCOMPARE(view.documents().size(), std::size_t(1));
         QVERIFY(!view.moveTo(QString(), QString(), QStringLiteral("ones1")));
+        shown.view.setDocuments({two.get(), nullptr, one.get()});
+        QCOMPARE(view.documents(), (std::vector<DDocument*>{two.get(), one.get()}));
+        QCOMPARE(shown.view.currentTag(), QStringLiteral("two"));
     }
 
     void searchesForwardAndWrapsAround()
@@ -306,8 +310,17 @@ private Q_SLOTS:
         const QRect placeholder = view.itemRect(find(document.get(), DItem::Image));
         QVERIFY(placeholder.width() > 40 && placeholder.height() > 10);
 
+        // Without word wrap a long line widens the view instead of wrapping.
+        const auto wide = read("<DOCUMENT><PARAGRAPH>" + QByteArray("many words ").repeated(80) +
+                               "</PARAGRAPH></DOCUMENT>");
+        view.setDocument(wide.get(), false);
+        QCOMPARE(view.horizontalScrollBar()->maximum(), 0);
+        view.setWordWrap(false);
+        QVERIFY(view.horizontalScrollBar()->maximum() > 1000);
+        view.setWordWrap(true);
+
         view.setBackgroundColor(QColor(250, 240, 200));
-        QCOMPARE(view.grab().toImage().pixelColor(view.width() - 30, view.height() - 10),
+        QCOMPARE(view.viewport()->grab().toImage().pixelColor(view.viewport()->width() - 4, 50),
                  QColor(250, 240, 200));
 
         view.selectAll();

@@ -390,11 +390,8 @@ void DBlockLayout::layOutText()
 void DBlockLayout::layOutRow()
 {
     const DTable* table = static_cast<const DTable*>(m_block.first);
-    int columns = int(table->widths().size());
-    int covered = 0;
-    for (const DTextRun& run : m_runs)
-        covered += 1 + qMax(0, run.span);
-    columns = qMax(qMax(columns, covered), 1);
+    // The widths give the columns; a span past the last one ends there.
+    const int columns = qMax(qMax(int(table->widths().size()), int(m_runs.size())), 1);
     // Columns without a width share what the given widths leave.
     std::vector<double> fractions(columns, 0);
     double given = 0;

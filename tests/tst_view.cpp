@@ -355,6 +355,29 @@ private Q_SLOTS:
         QVERIFY(view.itemRect(find(document.get(), DItem::Graphic)).height() > 200);
     }
 
+    void placesCellsByWidthsAndSpans()
+    {
+        const auto document = read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
+                                   "<ROW><CELL span=\"1\">wide</CELL><CELL>right</CELL></ROW>"
+                                   "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
+                                   "<ROW><CELL>x</CELL><CELL span=\"5\">too wide</CELL></ROW>"
+                                   "</TABLE></DOCUMENT>");
+        ShownView shown(616, 300);
+        DFolioView& view = shown.view;
+        view.setDocument(document.get(), true);
+        const auto left = [&](const char* text) {
+            return view.itemRect(find(document.get(), DItem::Text, QLatin1String(text))).left();
+        };
+        const int width = view.viewport()->width() - 2 * view.margin();
+        QCOMPARE(left("right"), left("c"));
+        QVERIFY(qAbs(left("b") - left("a") - width / 4) <= 1);
+        QVERIFY(qAbs(left("c") - left("a") - width / 2) <= 1);
+        // A span past the last column ends at the table's edge and moves no column.
+        QCOMPARE(left("too wide"), left("b"));
+        QVERIFY(view.itemRect(find(document.get(), DItem::Text, "too wide")).right() <
+                view.viewport()->width());
+    }
+
     void keyboardScrollsAndSelects()
     {
         const auto document = read(report("doc", 30));

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
@@ -509,6 +510,35 @@ void DFolioView::mouseReleaseEvent(QMouseEvent* event)
     m_pressedLink = nullptr;
     if (link && linkAt(event->position().toPoint()) == link)
         activate(link);
+}
+
+void DFolioView::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || m_blocks.blocks().empty()) {
+        QAbstractScrollArea::mouseDoubleClickEvent(event);
+        return;
+    }
+    // Selects the word under the pointer.
+    const Position position = positionAt(event->position().toPoint());
+    const QString text = DBlockLayout(m_blocks.blocks()[position.block], m_context).plainText();
+    int start = qBound(0, position.offset, int(text.size()));
+    int end = start;
+    while (start > 0 && text.at(start - 1).isLetterOrNumber())
+        --start;
+    while (end < text.size() && text.at(end).isLetterOrNumber())
+        ++end;
+    select(Position{position.block, start}, Position{position.block, end});
+}
+
+void DFolioView::contextMenuEvent(QContextMenuEvent* event)
+{
+    QMenu menu(this);
+    QAction* copyAction = menu.addAction(tr("&Copy"), this, &DFolioView::copy);
+    copyAction->setShortcut(QKeySequence::Copy);
+    copyAction->setEnabled(hasSelection());
+    menu.addAction(tr("Select &All"), this, &DFolioView::selectAll)
+        ->setShortcut(QKeySequence::SelectAll);
+    menu.exec(event->globalPos());
 }
 
 void DFolioView::activate(DItem* link)

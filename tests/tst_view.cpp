@@ -265,6 +265,8 @@ private Q_SLOTS:
         const QString dragged = view.selectedText();
         QVERIFY2(dragged.startsWith(QLatin1String("Drag")) && dragged.size() < 21,
                  qPrintable(dragged));
+        QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, line.topLeft() + QPoint(4, 4));
+        QCOMPARE(view.selectedText(), QStringLiteral("Drag"));
     }
 
     void printsPagesToPdf()

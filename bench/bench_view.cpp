@@ -1,5 +1,6 @@
 // Document view benchmark, offscreen, on one result file: the first screen after setDocument,
-// page scrolls, moves to sections spread over the document, a search without a match.
+// page scrolls, moves to sections spread over the document, a search without a match; then a
+// document of 100,000 nested sections.
 // With --shot it instead renders a report in the view to a picture:
 //   bench_view FILE.crc [STYLES.aml]
 //   bench_view --shot STYLES.aml FILE.crc OUT.png
@@ -12,6 +13,7 @@
 #include "model/reportloader.h"
 
 #include <QApplication>
+#include <QBuffer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -163,5 +165,33 @@ int main(int argc, char** argv)
         view.search(QRegularExpression(QStringLiteral("no such text in the report")));
     std::printf("search, no match:      %7.1f ms  (%s)\n", milliseconds(timer),
                 found ? "found?" : "whole document read");
+
+    // Nesting as deep as a result file may go.
+    constexpr int depth = 100000;
+    QByteArray markup = "<DOCUMENT>";
+    for (int i = 0; i < depth; ++i)
+        markup += "<SECTION><PARAGRAPH>level</PARAGRAPH>";
+    markup += "<PARAGRAPH>bottom</PARAGRAPH>";
+    for (int i = 0; i < depth; ++i)
+        markup += "</SECTION>";
+    markup += "</DOCUMENT>";
+    QBuffer buffer(&markup);
+    buffer.open(QIODevice::ReadOnly);
+    DAmlHandler handler;
+    DAmlReader reader(&handler);
+    if (!reader.parse(&buffer)) {
+        std::fprintf(stderr, "nested document: %s\n", qPrintable(reader.errorString()));
+        return 2;
+    }
+    const std::unique_ptr<DDocument> deep = handler.takeDocument();
+    const std::vector<DItem*> levels = sectionsOf(deep.get());
+    timer.restart();
+    view.setDocument(deep.get(), true);
+    view.grab();
+    std::printf("%d levels, first screen: %5.1f ms\n", depth, milliseconds(timer));
+    timer.restart();
+    view.moveTo(levels.back());
+    view.grab();
+    std::printf("%d levels, deepest move: %5.1f ms\n", depth, milliseconds(timer));
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "folio/damlhandler.h"
 #include "folio/damlreader.h"
 #include "folio/ddocument.h"
+#include "folio/dheightindex.h"
 #include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 
@@ -12,6 +13,7 @@
 #include <QImage>
 #include <QMimeData>
 #include <QPrinter>
+#include <QRandomGenerator>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -155,6 +157,59 @@ private Q_SLOTS:
         shown.view.setDocuments({two.get(), nullptr, one.get()});
         QCOMPARE(view.documents(), (std::vector<DDocument*>{two.get(), one.get()}));
         QCOMPARE(shown.view.currentTag(), QStringLiteral("two"));
+    }
+
+    void heightIndexAgreesWithASimpleSum()
+    {
+        // Zero heights (document starts) and changes after layout are the cases that matter.
+        DHeightIndex index;
+        std::vector<int> heights;
+        QRandomGenerator random(3);
+        for (int i = 0; i < 300; ++i) {
+            heights.push_back(i % 7 == 0 ? 0 : int(random.bounded(40)));
+            index.append(heights.back());
+        }
+        for (int round = 0; round < 200; ++round) {
+            const int changed = int(random.bounded(300));
+            heights[changed] = int(random.bounded(60));
+            index.setHeight(changed, heights[changed]);
+            long long top = 0;
+            for (int i = 0; i < 300; ++i) {
+                QCOMPARE(index.top(i), top);
+                // The block covering its own first pixel is itself, unless it has no height.
+                if (heights[i] > 0)
+                    QCOMPARE(index.blockAt(top), i);
+                top += heights[i];
+            }
+            QCOMPARE(index.total(), top);
+            QCOMPARE(index.blockAt(top + 100), 299);
+        }
+        index.clear();
+        QCOMPARE(index.blockAt(0), -1);
+    }
+
+    void keepsTheTopItemWhileScrollingAndResizing()
+    {
+        const auto document = read(report("doc", 200, "<SECTION tag=\"empty\"/>"));
+        ShownView shown(500, 300);
+        DFolioView& view = shown.view;
+        view.setDocument(document.get(), true);
+        DItem* target = find(document.get(), DItem::Section, QStringLiteral("docs150"));
+        QVERIFY(view.moveTo(target));
+        // Pages laid out on the way up and down change no position under the view.
+        for (int i = 0; i < 5; ++i)
+            QTest::keyClick(&view, Qt::Key_PageUp);
+        for (int i = 0; i < 5; ++i)
+            QTest::keyClick(&view, Qt::Key_PageDown);
+        QCOMPARE(view.itemRect(target).top(), 0);
+        view.resize(300, 400);
+        QCOMPARE(view.itemRect(target).top(), 0);
+        QVERIFY(view.verticalScrollBar()->value() <= view.verticalScrollBar()->maximum());
+
+        // An empty section shows nothing: a move to it goes to what follows.
+        QVERIFY(view.moveTo(find(document.get(), DItem::Section, QStringLiteral("empty"))));
+        QCOMPARE(view.itemRect(find(document.get(), DItem::Section, QStringLiteral("docs3"))).top(),
+                 0);
     }
 
     void searchesForwardAndWrapsAround()

@@ -1,5 +1,7 @@
 #include "folio/dlayout.h"
 
+#include "folio/dchart.h"
+
 #include "folio/ddocument.h"
 #include "folio/dlink.h"
 
@@ -7,7 +9,6 @@
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QPainter>
-#include <QPainterPath>
 #include <QTextLayout>
 #include <QUrl>
 #include <cmath>
@@ -164,26 +165,6 @@ QString dLinkTarget(const DItem* link)
         return QString();
     }
 }
-
-// The data of a chart, read from its axes and curves.
-struct DBlockLayout::Chart
-{
-    struct Axis
-    {
-        QString name;
-        double min = 0;
-        double max = 0;
-    };
-    struct Curve
-    {
-        QString name;
-        QColor color;
-        QList<QPointF> points;
-    };
-    QString title;
-    Axis axes[2];
-    std::vector<Curve> curves;
-};
 
 QFont DLayoutContext::fontOf(const DStyle* style) const
 {
@@ -476,24 +457,8 @@ void DBlockLayout::layOutImage()
 
 void DBlockLayout::layOutChart()
 {
-    if (!m_chart) {
-        m_chart = std::make_unique<Chart>();
-        const DGraphic* graphic = static_cast<const DGraphic*>(m_block.owner);
-        m_chart->title = graphic->title();
-        int axes = 0;
-        for (const DItem* it = graphic->firstChild(); it; it = it->next()) {
-            if (const DAxis* axis = dcast<DAxis>(it); axis && axes < 2)
-                m_chart->axes[axes++] = Chart::Axis{axis->name(), axis->minimum(), axis->maximum()};
-            if (const DCurve* curve = dcast<DCurve>(it)) {
-                Chart::Curve data{curve->name(), curve->color(), {}};
-                for (const DItem* p = curve->firstChild(); p; p = p->next()) {
-                    if (const DPoint* point = dcast<DPoint>(p))
-                        data.points.append(QPointF(point->x(), point->y()));
-                }
-                m_chart->curves.push_back(std::move(data));
-            }
-        }
-    }
+    if (!m_chart)
+        m_chart = std::make_unique<DChart>(static_cast<const DGraphic*>(m_block.owner));
     const qreal width = qMin(560, qMax(200, m_context.width - m_block.indent));
     m_before = 8;
     m_content = QRectF(m_block.indent, m_before, width, 280);
@@ -620,7 +585,8 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
         painter->drawLine(QPointF(m_content.left(), 8.5), QPointF(m_content.right(), 8.5));
         return;
     case DBlock::Chart:
-        drawChart(painter);
+        m_chart->draw(painter, m_content, m_context.fontOf(m_block.style), m_context.text,
+                      m_context.grid);
         break;
     case DBlock::Image:
         if (!m_image.isNull()) {
@@ -711,108 +677,6 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
         if (m_block.flags & DBlock::LastRow)
             painter->drawLine(frame.bottomLeft(), frame.bottomRight());
     }
-}
-
-void DBlockLayout::drawChart(QPainter* painter) const
-{
-    static const QColor palette[] = {QColor(0x1a5fb4), QColor(0xc01c28), QColor(0x26a269),
-                                     QColor(0xe66100), QColor(0x613583), QColor(0x865e3c)};
-    const Chart& chart = *m_chart;
-    painter->save();
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(m_context.grid, 1));
-    painter->drawRect(m_content.adjusted(0.5, 0.5, -0.5, -0.5));
-    QFont font = m_context.fontOf(m_block.style);
-    painter->setFont(font);
-    const QFontMetricsF metrics(font);
-    const QRectF plot =
-        m_content.adjusted(60, 12 + metrics.height() * 1.5, -16, -(12 + metrics.height() * 2));
-    font.setBold(true);
-    painter->setFont(font);
-    painter->setPen(m_context.text);
-    painter->drawText(
-        QRectF(m_content.left(), m_content.top() + 6, m_content.width(), metrics.height() * 1.2),
-        Qt::AlignCenter, chart.title);
-    font.setBold(false);
-    painter->setFont(font);
-
-    // Each axis spans its given range, or the range of the points when none is given.
-    double low[2] = {0, 0};
-    double high[2] = {0, 0};
-    for (int axis = 0; axis < 2; ++axis) {
-        low[axis] = chart.axes[axis].min;
-        high[axis] = chart.axes[axis].max;
-        if (high[axis] > low[axis])
-            continue;
-        bool first = true;
-        for (const Chart::Curve& curve : chart.curves) {
-            for (const QPointF& point : curve.points) {
-                const double value = axis == 0 ? point.x() : point.y();
-                low[axis] = first ? value : qMin(low[axis], value);
-                high[axis] = first ? value : qMax(high[axis], value);
-                first = false;
-            }
-        }
-        if (!(high[axis] > low[axis])) {
-            low[axis] -= 1;
-            high[axis] += 1;
-        }
-    }
-    const auto map = [&](const QPointF& point) {
-        return QPointF(plot.left() + (point.x() - low[0]) / (high[0] - low[0]) * plot.width(),
-                       plot.bottom() - (point.y() - low[1]) / (high[1] - low[1]) * plot.height());
-    };
-    constexpr int ticks = 4;
-    for (int i = 0; i <= ticks; ++i) {
-        const qreal y = plot.bottom() - plot.height() * i / ticks;
-        const qreal x = plot.left() + plot.width() * i / ticks;
-        painter->setPen(QPen(m_context.grid.lighter(130), 1, Qt::DotLine));
-        painter->drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
-        painter->setPen(m_context.text);
-        painter->drawText(QRectF(m_content.left(), y - metrics.height() / 2, 54, metrics.height()),
-                          Qt::AlignRight | Qt::AlignVCenter,
-                          QString::number(low[1] + (high[1] - low[1]) * i / ticks, 'g', 4));
-        painter->drawText(QRectF(x - 40, plot.bottom() + 2, 80, metrics.height()),
-                          Qt::AlignHCenter | Qt::AlignTop,
-                          QString::number(low[0] + (high[0] - low[0]) * i / ticks, 'g', 4));
-    }
-    painter->setPen(QPen(m_context.text, 1));
-    painter->drawLine(plot.bottomLeft(), plot.bottomRight());
-    painter->drawLine(plot.bottomLeft(), plot.topLeft());
-    painter->drawText(
-        QRectF(plot.left(), plot.bottom() + metrics.height(), plot.width(), metrics.height()),
-        Qt::AlignCenter, chart.axes[0].name);
-    painter->drawText(QRectF(m_content.left() + 4, m_content.top() + 6, 120, metrics.height()),
-                      Qt::AlignLeft, chart.axes[1].name);
-
-    painter->save();
-    painter->setClipRect(plot.adjusted(-2, -2, 2, 2));
-    qreal legendY = plot.top() + 4;
-    for (int i = 0; i < int(chart.curves.size()); ++i) {
-        const Chart::Curve& curve = chart.curves[i];
-        const QColor color = curve.color.isValid() ? curve.color : palette[i % 6];
-        painter->setPen(QPen(color, 2));
-        QPainterPath path;
-        for (int p = 0; p < curve.points.size(); ++p) {
-            const QPointF point = map(curve.points[p]);
-            if (p == 0)
-                path.moveTo(point);
-            else
-                path.lineTo(point);
-        }
-        painter->drawPath(path);
-        if (!curve.name.isEmpty()) {
-            const qreal textWidth = metrics.horizontalAdvance(curve.name);
-            const qreal x = plot.right() - textWidth - 28;
-            painter->drawLine(QPointF(x, legendY + metrics.height() / 2),
-                              QPointF(x + 18, legendY + metrics.height() / 2));
-            painter->setPen(m_context.text);
-            painter->drawText(QPointF(x + 24, legendY + metrics.ascent()), curve.name);
-            legendY += metrics.height();
-        }
-    }
-    painter->restore();
-    painter->restore();
 }
 
 const DFragment* DBlockLayout::fragmentAt(const QPointF& point) const

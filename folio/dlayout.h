@@ -11,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+class DChart;
 class QPainter;
 class QTextLayout;
 
@@ -100,8 +101,6 @@ public:
     QRectF cursorRect(int position) const;
 
 private:
-    struct Chart;
-
     void collectText();
     void layOutText();
     void layOutRow();
@@ -114,7 +113,6 @@ private:
     int runStart(int run) const;
     QPointF runOrigin(int run) const;
     const DFragment* fragmentAt(const QPointF& point) const;
-    void drawChart(QPainter* painter) const;
 
     const DBlock m_block; // a copy: the block list may grow while the layout lives
     const DLayoutContext& m_context;
@@ -127,5 +125,5 @@ private:
     int m_naturalWidth = 0;
     QImage m_image;
     QString m_imageFile;
-    std::unique_ptr<Chart> m_chart;
+    std::unique_ptr<DChart> m_chart;
 };

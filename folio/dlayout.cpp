@@ -265,7 +265,6 @@ void DBlockLayout::collectText()
     } else if (m_block.kind == DBlock::Row) {
         for (DItem* cell = m_block.owner->asContainer()->firstChild(); cell; cell = cell->next()) {
             DTextRun run;
-            run.cell = cell;
             run.style = cell->style() ? cell->style() : m_block.style;
             if (const DCell* plain = dcast<DCell>(cell))
                 run.span = plain->span();

@@ -57,7 +57,6 @@ struct DTextRun
     QString text;
     std::vector<DFragment> fragments;
     const DStyle* style = nullptr;
-    DItem* cell = nullptr;
     int span = 0;
 };
 

@@ -7,9 +7,9 @@
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qadialogs.h"
+#include "tests/teststudio.h"
 #include "viewer/qareporter.h"
 #include "viewer/qartoolbar.h"
-#include "tests/teststudio.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

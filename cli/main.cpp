@@ -1,29 +1,42 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
+#include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
+#include "sdk/qadialogs.h"
+#include "viewer/qareporter.h"
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QStringList>
 #include <iostream>
+#include <unistd.h>
 
 namespace {
 
+constexpr int exitFailedTests = 1;
 constexpr int exitUnreadable = 2;
 constexpr int exitUsage = 64;
 
 int usage()
 {
     std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
+                 "       crcview summary [--node NAME] [--check] FILE...\n"
                  "  dump              print every result node of FILE, its types and totals\n"
                  "  --count           print only the number of nodes and the totals\n"
                  "  --failed          keep only failed nodes (and nodes without a verdict)\n"
                  "  --hide-type TYPE  drop the nodes whose type starts with the regular\n"
                  "                    expression TYPE, and everything below them\n"
-                 "The totals always count the whole file.\n";
+                 "The totals always count the whole file.\n"
+                 "  summary           open the files in a viewer and print the passed and failed\n"
+                 "                    counts; files that cannot be read are listed on standard\n"
+                 "                    error (exit status 2)\n"
+                 "  --node NAME       name the test node in the summary\n"
+                 "  --check           exit status 1 when any test failed\n";
     return exitUsage;
 }
 
@@ -112,11 +125,66 @@ int dump(const QStringList& arguments)
     return 0;
 }
 
+// Widgets without a display: the offscreen platform, and a private runtime directory when the
+// session has none, so that nothing but the summary reaches the terminal.
+void prepareHeadlessDisplay()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+        const QString runtime =
+            QDir::tempPath() + QStringLiteral("/crcview-runtime-%1").arg(getuid());
+        QDir().mkpath(runtime);
+        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                           QFileDevice::ExeOwner);
+        qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
+    }
+}
+
+// Runs a viewer window headless on the files, as the studio does for a console run.
+int summary(const QStringList& arguments)
+{
+    QString node;
+    bool check = false;
+    QStringList files;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("--node") && i + 1 < arguments.size())
+            node = arguments.at(++i);
+        else if (argument == QLatin1String("--check"))
+            check = true;
+        else if (argument.startsWith(QLatin1Char('-')))
+            return usage();
+        else
+            files.append(argument);
+    }
+    if (files.isEmpty())
+        return usage();
+
+    auto dialogs = std::make_unique<ScriptedDialogs>();
+    const ScriptedDialogs* asked = dialogs.get();
+    QADialogs::install(std::move(dialogs));
+    HeadlessStudio studio;
+    QAReporter::initialize(nullptr, &studio);
+    QAReporter window(QStringLiteral("crcview"), QPixmap());
+    if (!node.isEmpty())
+        window.setNode({QString(), node});
+    window.setFiles(&files, nullptr, QAStViewerWindow::Console);
+    if (!asked->asked.isEmpty())
+        return exitUnreadable;
+    return check && window.testFailed() > 0 ? exitFailedTests : 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    const bool needsWidgets = argc > 1 && qstrcmp(argv[1], "summary") == 0;
+    if (needsWidgets)
+        prepareHeadlessDisplay();
+    std::unique_ptr<QCoreApplication> app = needsWidgets
+                                                ? std::make_unique<QApplication>(argc, argv)
+                                                : std::make_unique<QCoreApplication>(argc, argv);
     std::ios::sync_with_stdio(false);
     QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty())
@@ -124,5 +192,7 @@ int main(int argc, char** argv)
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("dump"))
         return dump(arguments);
+    if (command == QLatin1String("summary"))
+        return summary(arguments);
     return usage();
 }

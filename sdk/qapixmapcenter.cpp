@@ -7,6 +7,7 @@ void QAPixmapCenter::setSearchPaths(const QStringList& directories)
 {
     m_directories = directories;
     m_cache.clear();
+    m_icons.clear();
 }
 
 QString QAPixmapCenter::getPathByFileName(const QString& fileName) const
@@ -45,6 +46,16 @@ QPixmap QAPixmapCenter::pixmap(const char* name, const char* const* xpm)
         picture = QPixmap(xpm);
     m_cache.insert(key, picture);
     return picture;
+}
+
+QIcon QAPixmapCenter::icon(const QPixmap& picture)
+{
+    const auto cached = m_icons.constFind(picture.cacheKey());
+    if (cached != m_icons.constEnd())
+        return cached.value();
+    const QIcon made(picture);
+    m_icons.insert(picture.cacheKey(), made);
+    return made;
 }
 
 QAPixmapCenter* pixmapcenter()

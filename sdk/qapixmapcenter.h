@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QIcon>
 #include <QPixmap>
 #include <QStringList>
 
@@ -17,10 +18,14 @@ public:
     // The picture named `name`: a file "name.png" found in the search directories, otherwise
     // the built-in XPM image.
     QPixmap pixmap(const char* name, const char* const* xpm);
+    // One shared icon per picture: views showing the same picture on thousands of entries then
+    // share one icon instead of building one each.
+    QIcon icon(const QPixmap& picture);
 
 private:
     QStringList m_directories;
     QHash<QString, QPixmap> m_cache;
+    QHash<qint64, QIcon> m_icons;
 };
 
 // The process's picture cache.

@@ -124,6 +124,39 @@ private Q_SLOTS:
         }
     }
 
+    void summaryCountsAllFilesAndSaysWhatFailed()
+    {
+        QTemporaryDir dir;
+        const QString passed =
+            writeFile(dir, QStringLiteral("ok.crc"),
+                      "<XROD><DOCUMENT tag='a'><XROD:NODE name='r' type='Rule' state='ok' sum='4'>"
+                      "<SECTION/></XROD:NODE></DOCUMENT></XROD>");
+        const QString failed =
+            writeFile(dir, QStringLiteral("ko.crc"),
+                      "<XROD><DOCUMENT tag='b'><XROD:NODE name='r' type='Rule' state='ko' sum='2'>"
+                      "<SECTION/></XROD:NODE></DOCUMENT></XROD>");
+        const QString broken = writeFile(dir, QStringLiteral("broken.crc"), "<XROD>\n<DOCUMENT>");
+
+        Run run = crcview({QStringLiteral("summary"), passed, failed});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QStringLiteral("\t[4] Test Case Passed\n\t[2] Test Case Failed\n"));
+        QCOMPARE(run.err, QString());
+
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--check"),
+                       QStringLiteral("--node"), QStringLiteral("suite.rules"), passed, failed});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QStringLiteral("TestNode: suite.rules\n\t[4] Test Case Passed\n"
+                                         "\t[2] Test Case Failed\n"));
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--check"), passed}).status, 0);
+
+        run = crcview({QStringLiteral("summary"), passed, broken});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.out, QStringLiteral("\t[4] Test Case Passed\n\t[0] Test Case Failed\n"));
+        QVERIFY(run.err.contains(QStringLiteral("File(s) not found or corrupted:\n\t") + broken));
+        QVERIFY(run.err.contains(broken + QStringLiteral(":2:")));
+        QCOMPARE(crcview({QStringLiteral("summary")}).status, 64);
+    }
+
     // The bundled examples are what a new user opens first: they must all read cleanly.
     void examplesReadCleanly()
     {

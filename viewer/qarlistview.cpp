@@ -1,6 +1,7 @@
 #include "viewer/qarlistview.h"
 
 #include "model/qareporterdatatree.h"
+#include "sdk/qapixmapcenter.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistviewitem.h"
 
@@ -24,7 +25,7 @@ QARListViewItem* QARListView::addReport(QAReporterDataTree* tree, const QString&
     auto* fileEntry = new QARListViewItem;
     fileEntry->fileInfo = QFileInfo(fileName);
     fileEntry->setText(0, fileEntry->fileInfo.fileName());
-    fileEntry->setIcon(0, QARIcons::report());
+    fileEntry->setIcon(0, pixmapcenter()->icon(QARIcons::report()));
     fileEntry->item = root->item;
 
     std::vector<QARListViewItem*> parents{fileEntry};

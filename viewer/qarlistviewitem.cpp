@@ -19,17 +19,18 @@ void QARListViewItem::decorate(QAReporterNode* shown)
         setText(0, shown->name);
     if (!shown->icon.isNull()) {
         const QString path = pixmapcenter()->getPathByFileName(shown->icon);
-        setIcon(0, path.isEmpty() ? QARIcons::testUnknown()
-                                  : pixmapcenter()->getPixmapByFilePath(path));
+        setIcon(0,
+                pixmapcenter()->icon(path.isEmpty() ? QARIcons::testUnknown()
+                                                    : pixmapcenter()->getPixmapByFilePath(path)));
     }
     ko = false;
     if (shown->stat == QSOK) {
-        setIcon(1, QARIcons::testOk());
+        setIcon(1, pixmapcenter()->icon(QARIcons::testOk()));
     } else if (shown->stat == QSKO) {
         ko = true;
-        setIcon(1, QARIcons::testFailed());
+        setIcon(1, pixmapcenter()->icon(QARIcons::testFailed()));
     } else if (shown->stat == QSNE) {
-        setIcon(1, QARIcons::testUnknown());
+        setIcon(1, pixmapcenter()->icon(QARIcons::testUnknown()));
     }
     node = shown;
     item = shown->item;

@@ -1,0 +1,313 @@
+// The viewer window: loading, analysis, display modes, the registry of windows and captions.
+
+#include "filter/qareporterfilter.h"
+#include "filter/qareporternodevalidator.h"
+#include "folio/ddocument.h"
+#include "folio/dreportwidget.h"
+#include "model/qareporterdata.h"
+#include "prefs/qareporterpref.h"
+#include "sdk/qadialogs.h"
+#include "tests/teststudio.h"
+#include "viewer/qareporter.h"
+#include "viewer/qareportermanager.h"
+#include "viewer/qarlistview.h"
+#include "viewer/qarlistviewitem.h"
+#include "viewer/qartoolbar.h"
+
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+namespace {
+
+// One studio for the process: the plug-in initialises once.
+TestStudio& studio()
+{
+    static TestStudio instance;
+    return instance;
+}
+
+QByteArray report(const char* tag, const QByteArray& nodes)
+{
+    return "<XROD><DOCUMENT tag='" + QByteArray(tag) + "'>" + nodes + "</DOCUMENT></XROD>";
+}
+
+QByteArray node(const char* name, const char* type, const char* state, int sum)
+{
+    return "<XROD:NODE name='" + QByteArray(name) + "' type='" + type + "' state='" + state +
+           "' sum='" + QByteArray::number(sum) + "'><SECTION><PARAGRAPH>" + name +
+           "</PARAGRAPH></SECTION></XROD:NODE>";
+}
+
+class Files
+{
+public:
+    QString add(const QString& name, const QByteArray& content)
+    {
+        const QString path = m_dir.filePath(name);
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write(content);
+        return path;
+    }
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+ScriptedDialogs* scriptDialogs()
+{
+    auto dialogs = std::make_unique<ScriptedDialogs>();
+    ScriptedDialogs* scripted = dialogs.get();
+    QADialogs::install(std::move(dialogs));
+    return scripted;
+}
+
+QStringList tags(const QAReporter& window)
+{
+    QStringList result;
+    for (const auto& record : window.dataList())
+        result.append(record->document->tag());
+    return result;
+}
+
+QStringList outlineFiles(const QAReporter& window)
+{
+    QStringList files;
+    for (int i = 0; i < window.outline()->topLevelItemCount(); ++i)
+        files.append(window.outline()->topLevelItem(i)->text(0));
+    return files;
+}
+
+void open(QAReporter& window, QStringList files)
+{
+    window.setFiles(&files, nullptr, QAStViewerWindow::Normal);
+}
+
+} // namespace
+
+class TestReporter : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QAReporter::initialize(nullptr, &studio());
+        QVERIFY(QAReporter::preference());
+        QVERIFY(QAReporter::manager());
+        QCOMPARE(studio().producers.size(), 1);
+        QAReporter::initialize(nullptr, &studio()); // once per process
+        QCOMPARE(studio().producers.size(), 1);
+    }
+
+    void loadingSkipsDuplicatesAndReportsMissingFilesOnce()
+    {
+        Files files;
+        const QString a =
+            files.add(QStringLiteral("a.crc"), report("ra", node("n1", "Rule", "ok", 3)));
+        const QString c =
+            files.add(QStringLiteral("c.crc"), report("rc", node("n2", "Rule", "ko", 2)));
+        const QString missing = files.path(QStringLiteral("b.crc"));
+        ScriptedDialogs* dialogs = scriptDialogs();
+        QAReporter window(QStringLiteral("Results"), QPixmap());
+        open(window, {a, a, missing, c});
+        QCOMPARE(window.dataList().size(), size_t(2));
+        QCOMPARE(dialogs->asked.size(), 1);
+        QCOMPARE(dialogs->asked.first().title, QStringLiteral("Test Report"));
+        QCOMPARE(dialogs->asked.first().text,
+                 QStringLiteral("File(s) not found or corrupted:\n\t") + missing +
+                     QLatin1Char('\n'));
+        QVERIFY(studio().output.join(QString()).contains(missing));
+        QCOMPARE(window.testPassed(), 3);
+        QCOMPARE(window.testFailed(), 2);
+        QCOMPARE(outlineFiles(window), QStringList({"a.crc", "c.crc"}));
+        QVERIFY(window.contain(a));
+        QVERIFY(!window.contain(missing));
+
+        // A file already held is neither read again nor reported.
+        const QAReporterData* held = window.dataList().front().get();
+        open(window, {a});
+        QCOMPARE(window.dataList().size(), size_t(2));
+        QCOMPARE(window.dataList().front().get(), held);
+        QCOMPARE(dialogs->asked.size(), 1);
+        QCOMPARE(window.fileList(), QStringList({a}));
+        QADialogs::install(nullptr);
+    }
+
+    void documentTagsAreMadeUnique()
+    {
+        Files files;
+        scriptDialogs();
+        QAReporter window(QStringLiteral("Tags"), QPixmap());
+        const QString a =
+            files.add(QStringLiteral("a.crc"), report("summary", node("x", "R", "ok", 1)));
+        const QString b =
+            files.add(QStringLiteral("b.crc"), report("summary", node("y", "R", "ok", 1)));
+        open(window, {a, b});
+        QCOMPARE(tags(window), QStringList({"summary", "summary1"}));
+
+        const QString c =
+            files.add(QStringLiteral("c.crc"), report("summary1", node("z", "R", "ok", 1)));
+        const QString d =
+            files.add(QStringLiteral("d.crc"), report("summary1", node("w", "R", "ok", 1)));
+        open(window, {c});
+        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1"}));
+        open(window, {d});
+        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1", "summary1_1"}));
+        window.displayreport(); // the next pass renames the remaining duplicate once more
+        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1", "summary1_1_1"}));
+        window.reload();
+        QCOMPARE(window.dataList().size(), size_t(1)); // only the last list is read again
+        QADialogs::install(nullptr);
+    }
+
+    void headerDockShowsFromTwoReports()
+    {
+        Files files;
+        scriptDialogs();
+        const QString a = files.add(QStringLiteral("a.crc"), report("ra", node("x", "R", "ok", 1)));
+        const QString b = files.add(QStringLiteral("b.crc"), report("rb", node("y", "R", "ko", 1)));
+        QAReporter one(QStringLiteral("One"), QPixmap());
+        open(one, {a});
+        QVERIFY(!one.headerShown());
+        QVERIFY(one.headerDock()->isHidden());
+        QVERIFY(one.headerDocument());
+        QCOMPARE(one.headerDocument()->tag(), QStringLiteral("index"));
+
+        QAReporter two(QStringLiteral("Two"), QPixmap());
+        open(two, {a, b});
+        QVERIFY(two.headerShown());
+        QVERIFY(!two.headerDock()->isHidden());
+        QCOMPARE(two.dockWidgetArea(two.headerDock()), Qt::TopDockWidgetArea);
+        QADialogs::install(nullptr);
+    }
+
+    // Failed-only asks first when no report has a failed test.
+    void modesAndTheEmptyFilterQuestion()
+    {
+        Files files;
+        ScriptedDialogs* dialogs = scriptDialogs();
+        const QString a = files.add(QStringLiteral("a.crc"), report("ra", node("x", "R", "ok", 1)));
+        const QString b = files.add(QStringLiteral("b.crc"), report("rb", node("y", "R", "ok", 2)));
+        QAReporter window(QStringLiteral("Modes"), QPixmap());
+        open(window, {a, b});
+        QARToolBar* bar = window.toolBar();
+        QVERIFY(bar);
+        QVERIFY(bar->prevButton()->isEnabled()); // no studio window: the window's own toolbar
+
+        dialogs->buttons = {QMessageBox::Yes};
+        window.failedtests();
+        QCOMPARE(dialogs->asked.size(), 1);
+        QVERIFY(!bar->isFiltered());
+        QCOMPARE(window.validator().active(), 0u);
+
+        dialogs->buttons = {QMessageBox::No};
+        window.failedtests();
+        QCOMPARE(dialogs->asked.size(), 2);
+        QVERIFY(bar->isFiltered());
+        QCOMPARE(window.validator().active(), unsigned(QAReporterNodeValidator::AttrState));
+        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 0); // nothing failed
+
+        window.alltests();
+        QVERIFY(!bar->isFiltered());
+        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 1);
+        window.alltests(); // already complete: the toolbar stays as it is
+        QVERIFY(!bar->isFiltered());
+        QVERIFY(window.isAnalysed());
+
+        const QString c = files.add(QStringLiteral("c.crc"), report("rc", node("z", "R", "ko", 1)));
+        open(window, {c});
+        window.failedtests();
+        QCOMPARE(dialogs->asked.size(), 2); // a failure exists: no question
+        QCOMPARE(outlineFiles(window), QStringList({"a.crc", "b.crc", "c.crc"}));
+        QCOMPARE(window.outline()->topLevelItem(2)->childCount(), 1);
+        window.alltests();
+        QADialogs::install(nullptr);
+    }
+
+    void hidingATypeAndShowingItAgain()
+    {
+        Files files;
+        scriptDialogs();
+        const QString a =
+            files.add(QStringLiteral("a.crc"),
+                      report("ra", node("f", "File", "ok", 1) + node("r", "Rule", "ok", 1) +
+                                       node("s", "RuleSet", "ok", 1)));
+        QAReporter window(QStringLiteral("Types"), QPixmap());
+        open(window, {a});
+        QCOMPARE(window.typeNames(), QStringList({"File", "Rule", "RuleSet"}));
+        QTreeWidgetItem* file = window.outline()->topLevelItem(0);
+        QCOMPARE(file->childCount(), 3);
+        window.setTypeVisible(QStringLiteral("Rule"), false); // also hides RuleSet
+        file = window.outline()->topLevelItem(0);
+        QCOMPARE(file->childCount(), 1);
+        QCOMPARE(file->child(0)->text(0), QStringLiteral("f"));
+        window.setTypeVisible(QStringLiteral("Rule"), true);
+        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 3);
+        QADialogs::install(nullptr);
+    }
+
+    void registryAndCaptions()
+    {
+        Files files;
+        scriptDialogs();
+        const QString a = files.add(QStringLiteral("a.crc"), report("ra", node("x", "R", "ok", 1)));
+        QMainWindow studioWindow;
+        studio().window = &studioWindow;
+        auto first = std::make_unique<QAReporter>(QStringLiteral("Run"), QPixmap());
+        auto second = std::make_unique<QAReporter>(QStringLiteral("Run"), QPixmap());
+        QVERIFY(first->windowTitle().startsWith(QLatin1String("Run [")));
+        const int number = first->windowTitle().mid(5).chopped(1).toInt();
+        QCOMPARE(second->windowTitle(), QStringLiteral("Run [%1]").arg(number + 1));
+        QARToolBar* shared = QARToolBar::getToolBar(&studio());
+        QCOMPARE(first->toolBar(), shared);
+        studio().window = nullptr;
+        QAReporter plain(QStringLiteral("Plain"), QPixmap());
+        QCOMPARE(plain.windowTitle(), QStringLiteral("Plain"));
+        QVERIFY(plain.toolBar() != shared);
+
+        QVERIFY(!QAReporter::manager()->openedReporter(a));
+        open(*second, {a});
+        open(*first, {a});
+        QCOMPARE(QAReporter::manager()->openedReporter(a), first.get());
+        first.reset();
+        QCOMPARE(QAReporter::manager()->openedReporter(a), second.get());
+        second.reset();
+        QVERIFY(shared); // the shared toolbar outlives the windows
+        QADialogs::install(nullptr);
+    }
+
+    void closingRemovesTheMenuOfTheActiveWindowOnly()
+    {
+        scriptDialogs();
+        QAReporter window(QStringLiteral("Close"), QPixmap());
+        window.show();
+        window.close();
+        QVERIFY(studio().removedMenus.isEmpty()); // never activated, no menu inserted
+        QVERIFY(!window.toolBar()->prevButton()->isEnabled());
+        QADialogs::install(nullptr);
+    }
+
+    void readingAReportDocument()
+    {
+        Files files;
+        const QString xrd =
+            files.add(QStringLiteral("detail.xrd"),
+                      "<DOCUMENT tag='metrics'><PARAGRAPH>x</PARAGRAPH></DOCUMENT>");
+        QAReporter window(QStringLiteral("Xrd"), QPixmap());
+        std::unique_ptr<DDocument> document = window.readXrdFile(xrd);
+        QVERIFY(document);
+        QCOMPARE(document->tag(), QStringLiteral("metrics"));
+        QVERIFY(!window.readXrdFile(files.path(QStringLiteral("none.xrd"))));
+        QVERIFY(!window.readXrdFile(files.add(QStringLiteral("bad.xrd"), "<DOCUMENT>")));
+        QCOMPARE(window.testPassed(), 0);
+        QCOMPARE(window.testFailed(), 0);
+    }
+};
+
+QTEST_MAIN(TestReporter)
+#include "tst_reporter.moc"

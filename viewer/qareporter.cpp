@@ -1,0 +1,564 @@
+#include "viewer/qareporter.h"
+
+#include "filter/qareporterfilter.h"
+#include "filter/qareporternodevalidator.h"
+#include "folio/ddocument.h"
+#include "folio/dlink.h"
+#include "folio/dreportwidget.h"
+#include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
+#include "model/reportloader.h"
+#include "prefs/qareporterpref.h"
+#include "prefs/qareporterprefgeneral.h"
+#include "prefs/qareporterprefstyles.h"
+#include "sdk/qadialogs.h"
+#include "sdk/qaoutputwindow.h"
+#include "sdk/qares.h"
+#include "sdk/studiointerface.h"
+#include "viewer/qareportermanager.h"
+#include "viewer/qarlistview.h"
+#include "viewer/qarlistviewitem.h"
+#include "viewer/qarpopupmenu.h"
+#include "viewer/qartoolbar.h"
+
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QHash>
+#include <QHeaderView>
+#include <iostream>
+
+QAReporterPref* QAReporter::s_preference = nullptr;
+QAReporterManager* QAReporter::s_manager = nullptr;
+bool QAReporter::s_initialized = false;
+int QAReporter::s_reporterCount = 0;
+
+namespace {
+
+StudioInterface* studioOf(const QAReporterPref* preference)
+{
+    return preference ? preference->studio : nullptr;
+}
+
+DStyleList currentStyles()
+{
+    const QAReporterPref* preference = QAReporter::preference();
+    return preference ? preference->styles->styles : DStyleList();
+}
+
+} // namespace
+
+void QAReporter::initialize(QARes* resources, StudioInterface* studio)
+{
+    if (s_initialized || !studio)
+        return;
+    if (QARToolBar* shared = QARToolBar::getToolBar(studio))
+        shared->show();
+    // Both live as long as the process: every window of the plug-in shares them.
+    s_preference = new QAReporterPref(studio);
+    s_manager = new QAReporterManager;
+    if (resources && resources->toResGroup()) {
+        if (QARes* settings = resources->search(QStringLiteral("CRC")))
+            s_preference->fromResources(settings, nullptr);
+    }
+    studio->addResProducer(s_preference);
+    s_initialized = true;
+}
+
+QAReporterPref* QAReporter::preference()
+{
+    return s_preference;
+}
+
+QAReporterManager* QAReporter::manager()
+{
+    return s_manager;
+}
+
+QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* parent,
+                       Qt::WindowFlags flags, bool activate)
+    : QAStViewerWindow(parent, flags), m_validator(std::make_unique<QAReporterNodeValidator>()),
+      m_title(title)
+{
+    setActivateDisplay(activate);
+    if (s_manager)
+        s_manager->add(this);
+    StudioInterface* studio = studioOf(s_preference);
+    QWidget* studioWindow = studio ? studio->mainWindow() : nullptr;
+    if (studioWindow)
+        setWindowTitle(QStringLiteral("%1 [%2]").arg(title).arg(++s_reporterCount));
+    else
+        setWindowTitle(title);
+    setWindowIcon(icon);
+    const QStringList searchPaths = studio ? studio->documentSearchPath() : QStringList();
+
+    m_headerDock = new QDockWidget(this);
+    m_headerDock->setFeatures(QDockWidget::DockWidgetClosable);
+    m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
+    m_headerView = new DReportWidget(m_headerDock);
+    m_headerView->setSearchPaths(searchPaths);
+    m_headerDock->setWidget(m_headerView);
+    m_headerDock->hide(); // docked once there are two reports to sum up
+
+    m_documentView = new DReportWidget(this);
+    m_documentView->setSearchPaths(searchPaths);
+    setCentralWidget(m_documentView);
+    if (s_preference)
+        m_documentView->setBackgroundColor(s_preference->general->background);
+
+    m_outline = new QARListView;
+    m_outline->setHeaderLabels({tr("Name"), QString()});
+    m_outline->header()->setSectionResizeMode(1, QHeaderView::Fixed);
+    m_outline->header()->resizeSection(1, 20);
+    m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
+
+    m_contextPopup = new QARPopupMenu(m_outline);
+    m_contextPopup->addAction(tr("&Go to"), this,
+                              [this] { moveDocRaise(m_contextPopup->listItem); });
+
+    connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
+    connect(m_outline, &QTreeWidget::currentItemChanged, this, &QAReporter::selItemChanged);
+    connect(this, &QAStViewerWindow::reloadFile, this,
+            qOverload<const QString&>(&QAReporter::reload));
+    connect(m_headerView, &DReportWidget::activatedLink, this, &QAReporter::activateHeader);
+    connect(this, &QAReporter::viewUpdated, m_documentView, qOverload<>(&QWidget::update));
+    if (s_preference)
+        connect(s_preference, &QAReporterPref::preferencesChanged, this, &QAReporter::applyPrefs);
+    if (studioWindow)
+        connect(studioWindow, &QObject::destroyed, this, &QAReporter::mainwindowDestroyed);
+    connect(m_outline, &QTreeWidget::currentItemChanged, this,
+            [this](QTreeWidgetItem* entry) { moveDoc(entry); });
+    connect(m_outline, &QAListView::doubleClicked, this, &QAReporter::moveDocRaise);
+
+    m_toolBar = QARToolBar::getToolBar(studio);
+    if (!m_toolBar) {
+        // Without a studio the window is its own active viewer with a toolbar of its own.
+        m_toolBar = new QARToolBar(title + tr(" Toolbar"), this);
+        connect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
+        connect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
+        connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
+        m_toolBar->setEnabledAll(true);
+    }
+}
+
+QAReporter::~QAReporter()
+{
+    if (s_manager)
+        s_manager->remove(this);
+    m_documentView->clearDocs();
+    m_headerView->clearDocs();
+    m_filter.reset();
+    m_validator.reset();
+    m_headerDocument.reset();
+    m_dataList.clear();
+    delete m_outline.data();
+}
+
+void QAReporter::closeEvent(QCloseEvent* event)
+{
+    if (m_toolBar)
+        m_toolBar->setEnabledAll(false);
+    if (isActiveViewer()) {
+        StudioInterface* studio = studioOf(s_preference);
+        if (studio && m_studioMenuId != -1)
+            studio->removeMenu(m_studioMenuId);
+        m_studioMenuId = -1;
+        if (m_commandsMenu)
+            m_commandsMenu->clear();
+    }
+    QAStViewerWindow::closeEvent(event);
+}
+
+QWidget* QAReporter::contentOutlineWidget() const
+{
+    return m_outline;
+}
+
+QARListView* QAReporter::outline() const
+{
+    return m_outline;
+}
+
+QARToolBar* QAReporter::toolBar() const
+{
+    return m_toolBar;
+}
+
+void QAReporter::setFiles(QStringList* files, QStringList* other, ViewerMode mode)
+{
+    QAStViewerWindow::setFiles(files, other, mode);
+    m_fileList = files ? *files : QStringList();
+    analyse(m_fileList);
+    if (mode != Console)
+        return;
+    if (!node().name.isEmpty())
+        std::cout << "TestNode: " << node().name.toLocal8Bit().constData() << "\n";
+    std::cout << "\t[" << testPassed() << "] Test Case Passed\n";
+    std::cout << "\t[" << testFailed() << "] Test Case Failed\n";
+    std::cout.flush();
+}
+
+void QAReporter::analyse(const QStringList& files)
+{
+    StudioInterface* studio = studioOf(s_preference);
+    const DStyleList styles = currentStyles();
+    QStringList failed;
+    QStringList reasons;
+    m_typeVisibility.clear();
+    m_typeVisibilityInitialised = false;
+    QHash<QString, DDocument*> documentByTag;
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        const QString& path = files.at(i);
+        if (contain(path))
+            continue;
+        ReportLoadError error;
+        std::unique_ptr<QAReporterData> record =
+            QFileInfo::exists(path) ? loadReport(path, styles, studio, &error) : nullptr;
+        if (!record) {
+            failed.append(path);
+            reasons.append(error.line > 0 ? QStringLiteral("%1:%2:%3: %4")
+                                                .arg(path)
+                                                .arg(error.line)
+                                                .arg(error.column)
+                                                .arg(error.message)
+                                          : QStringLiteral("%1: %2").arg(
+                                                path, error.message.isEmpty() ? tr("no such file")
+                                                                              : error.message));
+            continue;
+        }
+        if (DDocument* document = record->document.get()) {
+            if (documentByTag.contains(document->tag()))
+                document->setTag(document->tag() + QString::number(i));
+            else
+                documentByTag.insert(document->tag(), document);
+        }
+        m_dataList.push_back(std::move(record));
+    }
+
+    if (!failed.isEmpty()) {
+        QString message = tr("File(s) not found or corrupted:\n");
+        for (const QString& path : std::as_const(failed))
+            message += tr("\t") + path + tr("\n");
+        if (QAOutputWindow* output = studio ? studio->outputWindow() : nullptr) {
+            output->appendOutput(message);
+            for (const QString& reason : std::as_const(reasons))
+                output->appendOutput(reason + QLatin1Char('\n'));
+        }
+        QADialogs::warning(this, tr("Test Report"), message);
+    }
+    if (m_dataList.empty())
+        return;
+    m_headerShown = m_dataList.size() >= 2;
+    if (m_outline)
+        m_outline->clear();
+    updateTypes();
+    if (m_toolBar && m_toolBar->isFiltered())
+        displayKO();
+    else
+        displayreport();
+}
+
+void QAReporter::analyseData()
+{
+    if (m_dataAnalysed)
+        return;
+    QString savedTag;
+    if (!m_filter) {
+        m_filter = std::make_unique<QAReporterFilter>();
+    } else {
+        if (DDocument* shown = m_documentView->currentDocument())
+            savedTag = shown->tag();
+        m_headerView->clearDocs();
+        m_documentView->clearDocs();
+        m_filter->clear();
+    }
+    makeTagsUnique();
+    m_filter->setValidator(*m_validator);
+    QList<QAReporterData*> records;
+    for (const auto& record : m_dataList)
+        records.append(record.get());
+    m_filter->applyFilter(records);
+    updateListView();
+    std::unique_ptr<DDocument> header = m_filter->doHeaderDoc(records, m_title, currentStyles());
+    header->setTag(QStringLiteral("index"));
+    updateView(m_filter->filtered(), std::move(header));
+    if (m_headerShown)
+        showHeaderDock();
+    if (!savedTag.isNull())
+        m_documentView->moveTo(QString(), QString(), savedTag);
+    m_dataAnalysed = true;
+}
+
+void QAReporter::makeTagsUnique()
+{
+    // A later duplicate takes the first holder's tag with "_1"; the map keeps the original, so
+    // each pass adds one more "_1" to documents that still share a tag.
+    QHash<QString, QString> seen;
+    for (const auto& record : m_dataList) {
+        DDocument* document = record->document.get();
+        if (!document)
+            continue;
+        const auto found = seen.constFind(document->tag());
+        if (found == seen.constEnd())
+            seen.insert(document->tag(), document->tag());
+        else
+            document->setTag(found.value() + QStringLiteral("_1"));
+    }
+}
+
+void QAReporter::showHeaderDock()
+{
+    addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
+    m_headerDock->show();
+}
+
+void QAReporter::updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
+                            std::unique_ptr<DDocument> header)
+{
+    m_headerView->clearDocs();
+    m_headerDocument = std::move(header);
+    if (isActivatedDisplay())
+        m_headerView->setDocument(m_headerDocument.get(), true);
+    if (shown.empty() || !isActivatedDisplay())
+        return;
+    bool first = true;
+    for (const auto& record : shown) {
+        if (!record->document)
+            continue;
+        m_documentView->setDocument(record->document.get(), first);
+        first = false;
+    }
+    Q_EMIT viewUpdated();
+}
+
+void QAReporter::updateListView()
+{
+    if (m_dataList.empty() || !m_outline)
+        return;
+    m_outline->clear();
+    m_outline->setHeaderHidden(true);
+    m_outline->setRootIsDecorated(true);
+    m_outline->setAllColumnsShowFocus(false);
+    m_outline->setSortingEnabled(false);
+    if (m_filter) {
+        for (const auto& record : m_filter->filtered())
+            m_outline->addReport(record->tree, record->fileName);
+    }
+    m_outline->openToDepth(s_preference ? s_preference->general->autoDepth : 4);
+    if (QTreeWidgetItem* first = m_outline->topLevelItem(0)) {
+        m_outline->setCurrentItem(first);
+        first->setSelected(true);
+    }
+}
+
+void QAReporter::updateTypes()
+{
+    for (const auto& record : m_dataList) {
+        for (const QString& type : std::as_const(record->typeList)) {
+            if (!m_typeNames.contains(type))
+                m_typeNames.append(type);
+        }
+    }
+}
+
+bool QAReporter::contain(const QString& file) const
+{
+    for (const auto& record : m_dataList) {
+        if (record->fileName == file)
+            return true;
+    }
+    return false;
+}
+
+int QAReporter::testPassed() const
+{
+    int total = 0;
+    for (const auto& record : m_dataList)
+        total += record->passed;
+    return total;
+}
+
+int QAReporter::testFailed() const
+{
+    int total = 0;
+    for (const auto& record : m_dataList)
+        total += record->failed;
+    return total;
+}
+
+void QAReporter::refreshContents()
+{
+    m_headerView->clearDocs();
+    m_headerDocument.reset();
+    m_documentView->clearDocs();
+    if (m_filter)
+        m_filter->clear();
+    if (m_outline)
+        m_outline->clear();
+    m_dataList.clear();
+    analyse(m_fileList);
+}
+
+void QAReporter::reload()
+{
+    m_dataAnalysed = false;
+    refreshContents();
+}
+
+void QAReporter::reload(const QString&)
+{
+    reload();
+}
+
+std::unique_ptr<DDocument> QAReporter::readXrdFile(const QString& path) const
+{
+    if (!QFileInfo::exists(path))
+        return nullptr;
+    ReportLoadError error;
+    std::unique_ptr<QAReporterData> record =
+        loadReport(path, currentStyles(), studioOf(s_preference), &error);
+    return record ? std::move(record->document) : nullptr;
+}
+
+void QAReporter::displayKO()
+{
+    m_validator->setAttribut(QAReporterNodeValidator::AttrState,
+                             QRegularExpression(QStringLiteral("ko")));
+    m_dataAnalysed = false;
+    if (testFailed() == 0) {
+        StudioInterface* studio = studioOf(s_preference);
+        const QMessageBox::StandardButton answer = QADialogs::question(
+            this, studio ? studio->caption() : windowTitle(),
+            tr("The filtered report is empty. \nDo you want to show all tests instead of "
+               "filtered report"),
+            QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+        if (answer == QMessageBox::Yes) {
+            alltests();
+            return;
+        }
+    }
+    analyseData();
+}
+
+void QAReporter::displayreport()
+{
+    m_validator->unsetAttribut(QAReporterNodeValidator::AttrState);
+    m_dataAnalysed = false;
+    analyseData();
+}
+
+void QAReporter::switchFilter()
+{
+    if (m_toolBar && m_toolBar->isFiltered())
+        displayKO();
+    else
+        displayreport();
+}
+
+void QAReporter::alltests()
+{
+    if (!m_toolBar)
+        return;
+    if (m_toolBar->isFiltered())
+        m_toolBar->switchFilter();
+    displayreport();
+}
+
+void QAReporter::failedtests()
+{
+    if (!m_toolBar)
+        return;
+    if (!m_toolBar->isFiltered())
+        m_toolBar->switchFilter();
+    displayKO();
+}
+
+void QAReporter::setTypeVisible(const QString& type, bool visible)
+{
+    const QRegularExpression expression(type);
+    m_typeVisibility.insert(type, visible);
+    if (visible)
+        m_validator->unsetType(expression);
+    else
+        m_validator->setAttribut(QAReporterNodeValidator::AttrType, expression);
+    m_dataAnalysed = false;
+    analyseData();
+}
+
+void QAReporter::nextKO()
+{
+    if (m_outline)
+        m_outline->nextKO();
+}
+
+void QAReporter::prevKO()
+{
+    if (m_outline)
+        m_outline->prevKO();
+}
+
+void QAReporter::moveDoc(QTreeWidgetItem* entry)
+{
+    const auto* outlineEntry = dynamic_cast<QARListViewItem*>(entry);
+    if (outlineEntry && outlineEntry->item)
+        m_documentView->moveTo(outlineEntry->item);
+}
+
+void QAReporter::moveDocRaise(QTreeWidgetItem* entry)
+{
+    moveDoc(entry);
+    if (s_preference && s_preference->general->autoRaise)
+        m_documentView->setFocus();
+}
+
+void QAReporter::moveDoc(const QString& tag)
+{
+    if (tag.isEmpty())
+        return;
+    QString file, document, name;
+    DLink(tag).split(file, document, name);
+    m_documentView->moveTo(file, document, name);
+    if (s_preference && s_preference->general->autoRaise)
+        m_documentView->setFocus();
+}
+
+void QAReporter::activateHeader(DLink* link)
+{
+    if (!link || link->target().isEmpty())
+        return;
+    QString file, document, tag;
+    link->split(file, document, tag);
+    m_documentView->moveTo(file, document, tag);
+    m_documentView->setFocus();
+}
+
+void QAReporter::selItemChanged(QTreeWidgetItem* entry)
+{
+    m_currentItem = entry;
+}
+
+void QAReporter::showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+{
+    if (!entry)
+        return;
+    m_contextPopup->listItem = entry;
+    m_contextPopup->popup(position);
+}
+
+void QAReporter::scrollToTag(const QString& tag, int, int)
+{
+    moveDoc(tag);
+}
+
+void QAReporter::mainwindowDestroyed()
+{
+    m_mainWindowGone = true;
+}
+
+void QAReporter::applyPrefs()
+{
+    if (!s_preference)
+        return;
+    m_documentView->setBackgroundColor(s_preference->general->background);
+    m_documentView->refresh();
+}

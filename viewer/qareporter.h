@@ -1,0 +1,146 @@
+#pragma once
+
+#include "sdk/qastviewerwindow.h"
+
+#include <QMap>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QStringList>
+#include <memory>
+#include <vector>
+
+class DDocument;
+class DLink;
+class DReportWidget;
+class QARes;
+class QAReporterData;
+class QAReporterFilter;
+class QAReporterManager;
+class QAReporterNodeValidator;
+class QAReporterPref;
+class QARListView;
+class QARPopupMenu;
+class QARToolBar;
+class QDockWidget;
+class QMenu;
+class QTreeWidgetItem;
+class StudioInterface;
+
+// The viewer window of one set of result files: the report documents in the centre, the summary
+// of all reports in a dock above them, the outline of result nodes for the studio's outline area,
+// and the switch between all results and failed ones only.
+class QAReporter : public QAStViewerWindow
+{
+    Q_OBJECT
+
+public:
+    // One-time set-up of the plug-in: shared toolbar, preferences, registry of windows.
+    static void initialize(QARes* resources, StudioInterface* studio);
+    static QAReporterPref* preference();
+    static QAReporterManager* manager();
+
+    QAReporter(const QString& title, const QPixmap& icon, QWidget* parent = nullptr,
+               Qt::WindowFlags flags = {}, bool activate = true);
+    ~QAReporter() override;
+
+    // Loading and analysis.
+    void setFiles(QStringList* files, QStringList* other, ViewerMode mode) override;
+    void analyse(const QStringList& files);
+    void analyseData();
+    void refreshContents() override;
+    void updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
+                    std::unique_ptr<DDocument> header);
+    void updateListView();
+    void updateTypes();
+    bool contain(const QString& file) const;
+    int testPassed() const;
+    int testFailed() const;
+    // Reads one report document; the caller owns it. Null when it cannot be read.
+    std::unique_ptr<DDocument> readXrdFile(const QString& path) const;
+
+    // Shows or hides the nodes of `type` (a regular expression matched at the start of types).
+    void setTypeVisible(const QString& type, bool visible);
+
+    // The studio's generic viewer interface.
+    bool canClose() override { return true; }
+    QWidget* contentOutlineWidget() const override;
+    bool isSaveAsEnabled() const override { return true; }
+    bool isPrintEnabled() const override { return true; }
+    bool isCopyEnabled() const override { return true; }
+    bool isFindEnabled() const override { return true; }
+    bool isReloadEnabled() const override { return true; }
+    bool isExportDocEnabled() const override { return true; }
+    void scrollToTag(const QString& tag, int line, int column) override;
+
+    const QStringList& fileList() const { return m_fileList; }
+    const QStringList& typeNames() const { return m_typeNames; }
+    const std::vector<std::unique_ptr<QAReporterData>>& dataList() const { return m_dataList; }
+    const QAReporterFilter* filter() const { return m_filter.get(); }
+    const QAReporterNodeValidator& validator() const { return *m_validator; }
+    DDocument* headerDocument() const { return m_headerDocument.get(); }
+    DReportWidget* documentView() const { return m_documentView; }
+    DReportWidget* headerView() const { return m_headerView; }
+    QDockWidget* headerDock() const { return m_headerDock; }
+    QARListView* outline() const;
+    QARToolBar* toolBar() const;
+    bool isAnalysed() const { return m_dataAnalysed; }
+    bool headerShown() const { return m_headerShown; }
+
+public Q_SLOTS:
+    void reload() override;
+    void reload(const QString& file);
+    void nextKO();
+    void prevKO();
+    void switchFilter();
+    void alltests();
+    void failedtests();
+    void displayKO();
+    void displayreport();
+    void moveDoc(QTreeWidgetItem* entry);
+    void moveDocRaise(QTreeWidgetItem* entry);
+    void moveDoc(const QString& tag);
+    void activateHeader(DLink* link);
+    void selItemChanged(QTreeWidgetItem* entry);
+    void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
+    void mainwindowDestroyed();
+
+Q_SIGNALS:
+    void viewUpdated();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private Q_SLOTS:
+    void applyPrefs();
+
+private:
+    void makeTagsUnique();
+    void showHeaderDock();
+
+    static QAReporterPref* s_preference;
+    static QAReporterManager* s_manager;
+    static bool s_initialized;
+    static int s_reporterCount;
+
+    bool m_dataAnalysed = false;
+    QStringList m_fileList;
+    QTreeWidgetItem* m_currentItem = nullptr;
+    bool m_mainWindowGone = false;
+    QDockWidget* m_headerDock;
+    DReportWidget* m_headerView;
+    std::unique_ptr<DDocument> m_headerDocument;
+    DReportWidget* m_documentView;
+    bool m_headerShown = false;
+    int m_studioMenuId = -1;
+    QPointer<QMenu> m_commandsMenu;
+    QARPopupMenu* m_contextPopup;
+    QPointer<QARListView> m_outline; // lives in the studio's outline area; destroyed with us
+    std::vector<std::unique_ptr<QAReporterData>> m_dataList;
+    std::unique_ptr<QAReporterFilter> m_filter;
+    std::unique_ptr<QAReporterNodeValidator> m_validator;
+    QStringList m_typeNames;
+    QString m_title;
+    bool m_typeVisibilityInitialised = false;
+    QMap<QString, bool> m_typeVisibility;
+    QPointer<QARToolBar> m_toolBar;
+};

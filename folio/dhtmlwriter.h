@@ -1,0 +1,115 @@
+#pragma once
+
+#include "folio/diterator.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+#include <functional>
+#include <vector>
+
+class DStyle;
+class QIODevice;
+class QAIProgressMonitor;
+
+// Writes a document as the body of an HTML5 page. Every text and attribute value is escaped, and
+// the only link targets written are in-page anchors, other pages of the export, relative paths
+// and file: URLs. Output is buffered and handed to the device in large blocks.
+class DHTMLWriter : public DIterator
+{
+public:
+    DHTMLWriter();
+    ~DHTMLWriter() override;
+
+    // Ending of page file names: a document tagged T is the page T + pageSuffix().
+    const QString& pageSuffix() const { return m_pageSuffix; }
+    void setPageSuffix(const QString& suffix) { m_pageSuffix = suffix; }
+    // The file name of the page of a document tagged `tag`: characters that could lead outside
+    // the output directory, or that file systems refuse, are replaced; an empty tag gives
+    // "untitled".
+    QString pageName(const QString& tag) const;
+    static QString safeFileName(const QString& name);
+
+    // Gives the file name under which the picture `source` is found beside the page, or an
+    // empty string when it cannot be found.
+    using ImageResolver = std::function<QString(const QString& source)>;
+    void setImageResolver(ImageResolver resolver) { m_imageResolver = std::move(resolver); }
+
+    // Class names of the styles met while writing, for the style sheet of the page; a style's
+    // class is made of its name, unique within one page.
+    static QString cssRules(const QList<std::pair<const DStyle*, QString>>& classes);
+    // Finds the styles `document` uses, in order of first use, and names their classes.
+    void collectStyles(DDocument* document);
+    const QList<std::pair<const DStyle*, QString>>& styleClasses() const { return m_classList; }
+
+    // Writes the body content of `document` to `device`. `progress` is asked every 1000 items
+    // whether to stop; false when stopped that way or when the device refused data.
+    bool writeBody(DDocument* document, QIODevice* device, QAIProgressMonitor* progress);
+    // Items written by the last writeBody().
+    qint64 itemCount() const { return m_items; }
+
+    // Text and attribute values, escaped for HTML.
+    static void appendEscaped(QByteArray& out, const QString& text);
+
+    void doItem(DItem* item) override;
+    void doDocument(DItem* item) override;
+    void doSection(DItem* item) override;
+    void doTitle(DItem* item) override;
+    void doHeader(DItem* item) override;
+    void doFooter(DItem* item) override;
+    void doPageBreak(DItem* item) override;
+    void doParagraph(DItem* item) override;
+    void doText(DItem* item) override;
+    void doImage(DItem* item) override;
+    void doList(DItem* item) override;
+    void doLink(DItem* item) override;
+    void doTag(DItem* item) override;
+    void doTable(DItem* item) override;
+    void doRow(DItem* item) override;
+    void doCell(DItem* item) override;
+    void doCellText(DItem* item) override;
+    void doTagPointer(DItem* item) override;
+    void doPopupLink(DItem* item) override;
+    void doPopup(DItem* item) override;
+    void doSummary(DItem* item) override;
+    void doSEntry(DItem* item) override;
+    void doIndex(DItem* item) override;
+    void doIEntry(DItem* item) override;
+    void doGraphic(DItem* item) override;
+    void doAxis(DItem* item) override;
+    void doCurve(DItem* item) override;
+    void doPoint(DItem* item) override;
+
+protected:
+    // Raw markup to the current page, as it is.
+    void writeRaw(const char* markup);
+    void writeRaw(const QByteArray& markup);
+    // Text to the current page, escaped.
+    void writeText(const QString& text);
+    // Walks the children of `container`, then writes `closing` raw: the way to write what
+    // follows a container's content, since the walk of the children happens after the caller
+    // returns.
+    void writeChildren(DItem* container, const QByteArray& closing);
+    // The href of a tag link: "#TAG", or the page of the document named in it.
+    QByteArray tagHref(const QString& target) const;
+
+    void doneChildren(DItemContainer* container) override;
+
+private:
+    void open(const char* element, DItem* item, const QString& id = QString(),
+              const char* extraClass = nullptr);
+    void appendClass(const DStyle* style, const char* extraClass);
+    void flush();
+
+    QString m_pageSuffix = QStringLiteral(".html");
+    ImageResolver m_imageResolver;
+    QHash<const DStyle*, QString> m_classes;
+    QList<std::pair<const DStyle*, QString>> m_classList;
+    QIODevice* m_device = nullptr;
+    QAIProgressMonitor* m_progress = nullptr;
+    QByteArray m_out;
+    std::vector<QByteArray> m_closings; // what ends each container being walked
+    int m_sectionDepth = 0;
+    qint64 m_items = 0;
+    bool m_stopped = false;
+};

@@ -152,7 +152,8 @@ QByteArray DExportHtml::pageHead(DDocument* document, const QString& pageTitle) 
     head += "</title>\n<style>\n";
     head += baseCss;
     const DHTMLWriter* writer = m_writer ? m_writer : m_ownWriter.get();
-    DHTMLWriter::appendEscaped(head, DHTMLWriter::cssRules(writer->styleClasses()));
+    // The rules hold only sanitised names, numbers and colours: nothing in them can end the block.
+    head += DHTMLWriter::cssRules(writer->styleClasses()).toUtf8();
     head += "</style>\n";
     // Only a local or relative style sheet: the pages must not reach out on their own.
     const QString scheme = m_css.section(u':', 0, 0);

@@ -67,41 +67,62 @@ QString DHTMLWriter::pageName(const QString& tag) const
     return (safe.isEmpty() ? QStringLiteral("untitled") : safe) + m_pageSuffix;
 }
 
+// Encodes to UTF-8 and escapes in one pass, straight into `out`: texts are most of a page.
 void DHTMLWriter::appendEscaped(QByteArray& out, const QString& text)
 {
-    const QByteArray utf8 = text.toUtf8();
-    const char* data = utf8.constData();
-    const qsizetype size = utf8.size();
-    qsizetype plain = 0;
-    for (qsizetype i = 0; i < size; ++i) {
-        const char* entity = nullptr;
-        switch (data[i]) {
-        case '&':
-            entity = "&amp;";
-            break;
-        case '<':
-            entity = "&lt;";
-            break;
-        case '>':
-            entity = "&gt;";
-            break;
-        case '"':
-            entity = "&quot;";
-            break;
-        case '\'':
-            entity = "&#39;";
-            break;
-        case '\0':
-            entity = "";
-            break;
-        default:
+    const qsizetype count = text.size();
+    const auto* in = reinterpret_cast<const char16_t*>(text.utf16());
+    const qsizetype start = out.size();
+    out.resize(start + 6 * count); // the longest form of one UTF-16 unit is "&quot;"
+    char* to = out.data() + start;
+    const auto put = [&to](const char* entity) {
+        while (*entity)
+            *to++ = *entity++;
+    };
+    for (qsizetype i = 0; i < count; ++i) {
+        const char32_t c = in[i];
+        if (c < 0x80) {
+            switch (c) {
+            case '&':
+                put("&amp;");
+                break;
+            case '<':
+                put("&lt;");
+                break;
+            case '>':
+                put("&gt;");
+                break;
+            case '"':
+                put("&quot;");
+                break;
+            case '\'':
+                put("&#39;");
+                break;
+            case 0:
+                break;
+            default:
+                *to++ = char(c);
+            }
             continue;
         }
-        out.append(data + plain, i - plain);
-        out.append(entity);
-        plain = i + 1;
+        char32_t code = c;
+        if (QChar::isHighSurrogate(c) && i + 1 < count && QChar::isLowSurrogate(in[i + 1]))
+            code = QChar::surrogateToUcs4(char16_t(c), in[++i]);
+        else if (QChar::isSurrogate(c))
+            code = 0xfffd; // a lone half of a pair
+        if (code < 0x800) {
+            *to++ = char(0xc0 | (code >> 6));
+        } else if (code < 0x10000) {
+            *to++ = char(0xe0 | (code >> 12));
+            *to++ = char(0x80 | ((code >> 6) & 0x3f));
+        } else {
+            *to++ = char(0xf0 | (code >> 18));
+            *to++ = char(0x80 | ((code >> 12) & 0x3f));
+            *to++ = char(0x80 | ((code >> 6) & 0x3f));
+        }
+        *to++ = char(0x80 | (code & 0x3f));
     }
-    out.append(data + plain, size - plain);
+    out.truncate(to - out.constData());
 }
 
 QString DHTMLWriter::cssRules(const QList<std::pair<const DStyle*, QString>>& classes)
@@ -140,6 +161,7 @@ void DHTMLWriter::collectStyles(DDocument* document)
     m_classes.clear();
     m_classList.clear();
     QSet<QString> taken;
+    const DStyle* last = nullptr; // neighbours mostly share their style
     std::vector<const DItem*> pending;
     if (document)
         pending.push_back(document);
@@ -147,7 +169,8 @@ void DHTMLWriter::collectStyles(DDocument* document)
         const DItem* item = pending.back();
         pending.pop_back();
         for (; item; item = item->next()) {
-            if (const DStyle* style = item->style(); style && !m_classes.contains(style)) {
+            const DStyle* style = item->style();
+            if (style && style != last && !m_classes.contains(style)) {
                 QString base = QStringLiteral("s-");
                 for (const QChar c : style->name())
                     base.append(c.isLetterOrNumber() && c.unicode() < 128 ? c : QChar(u'-'));
@@ -158,6 +181,7 @@ void DHTMLWriter::collectStyles(DDocument* document)
                 m_classes.insert(style, name);
                 m_classList.append({style, name});
             }
+            last = style;
             if (const DItemContainer* container = item->asContainer();
                 container && container->firstChild() && item->type() != DItem::Graphic)
                 pending.push_back(container->firstChild());

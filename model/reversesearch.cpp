@@ -125,7 +125,11 @@ public:
         }
     }
 
+    void reserve(qsizetype nodes) { m_spans.reserve(2 * nodes); }
+
     const std::vector<std::pair<int, DItem*>>& wanted() const { return m_wanted; }
+    // The position of a bound item, -1 when it lies outside the numbered document.
+    int position(const DItem* item) const { return m_spans.value(item).pos; }
 
     // The last position of `node`'s section when it lies in the numbered document, else -1. The
     // section runs from its first item to the end of its last item when the last item follows
@@ -318,6 +322,7 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
         }
 
         Numbering numbering;
+        numbering.reserve(qsizetype(order.size()));
         for (const Entry& entry : order)
             numbering.addBounds(entry.node);
         numbering.run(report->document.get(),
@@ -337,10 +342,12 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
             const int end = numbering.sectionEnd(node, &start);
             if (end >= 0)
                 intervals.push_back({start, end, rank});
-            for (const DItem* bound : {node.item, node.endItem}) {
-                if (bound)
-                    boundRank.insert(bound, rank);
-            }
+            // Bounds outside the interval (or without one) hold the item all the same.
+            if (end < 0 && node.item)
+                boundRank.insert(node.item, rank);
+            const int last = numbering.position(node.endItem);
+            if (node.endItem && (end < 0 || last < start || last > end))
+                boundRank.insert(node.endItem, rank);
         }
         std::sort(intervals.begin(), intervals.end(),
                   [](const Interval& a, const Interval& b) { return a.start < b.start; });

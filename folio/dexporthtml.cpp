@@ -215,7 +215,7 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
     writer->setImageResolver(nullptr);
     if (!written) {
         file.cancelWriting();
-        if (!(progress && progress->isCanceled()))
+        if (!writer->canceled())
             log(monitor, tr("%1 could not be written: %2").arg(path, file.errorString()));
         return false;
     }

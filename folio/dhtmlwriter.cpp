@@ -199,6 +199,7 @@ bool DHTMLWriter::writeBody(DDocument* document, QIODevice* device, QAIProgressM
     m_sectionDepth = 0;
     m_items = 0;
     m_stopped = false;
+    m_canceled = false;
     doAll(document);
     if (!m_stopped)
         flush();
@@ -303,7 +304,7 @@ void DHTMLWriter::doItem(DItem* item)
         return;
     if (++m_items % cancelPollItems == 0) {
         if (m_progress && m_progress->isCanceled()) {
-            m_stopped = true;
+            m_stopped = m_canceled = true;
             return;
         }
         if (m_out.size() >= flushSize)

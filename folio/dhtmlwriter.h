@@ -45,6 +45,8 @@ public:
     // Writes the body content of `document` to `device`. `progress` is asked every 1000 items
     // whether to stop; false when stopped that way or when the device refused data.
     bool writeBody(DDocument* document, QIODevice* device, QAIProgressMonitor* progress);
+    // Whether the last writeBody() stopped because the user canceled.
+    bool canceled() const { return m_canceled; }
     // Items written by the last writeBody().
     qint64 itemCount() const { return m_items; }
 
@@ -112,4 +114,5 @@ private:
     int m_sectionDepth = 0;
     qint64 m_items = 0;
     bool m_stopped = false;
+    bool m_canceled = false;
 };

@@ -32,6 +32,7 @@ main { max-width: 62em; margin: 0 auto; padding: 1.5em 2.5em 3em; background: #f
   box-shadow: 0 0 6px rgba(0,0,0,.12); min-height: 100vh; box-sizing: border-box; }
 section { margin: 0 0 .6em; }
 h1, h2, h3, h4, h5, h6 { line-height: 1.25; margin: 1.1em 0 .4em; }
+main > :first-child { margin-top: .3em; }
 p { margin: .35em 0 .7em; }
 a { color: #1a5fb4; }
 a:hover { text-decoration: underline; }
@@ -142,7 +143,7 @@ QString DExportHtml::copyImage(const QString& source, QAILogMonitor* monitor)
     return name;
 }
 
-QByteArray DExportHtml::pageHead(DDocument* document, const QString& pageTitle) const
+QByteArray DExportHtml::pageHead(const QString& pageTitle) const
 {
     QByteArray head = "<!DOCTYPE html>\n<html lang=\"";
     DHTMLWriter::appendEscaped(head, m_lang);
@@ -164,7 +165,6 @@ QByteArray DExportHtml::pageHead(DDocument* document, const QString& pageTitle) 
         head += "\">\n";
     }
     head += "</head>\n<body>\n";
-    Q_UNUSED(document);
     return head;
 }
 
@@ -184,20 +184,26 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
     if (progress && progress->isCanceled())
         return false;
 
-    QString tag = document->tag();
-    if (tag.isEmpty()) {
-        tag = document->title().isEmpty() ? QStringLiteral("untitled") : document->title();
-        log(monitor,
-            tr("A document has no tag; its page is named after %1").arg(writer->pageName(tag)));
+    QString fileName = writer->pageName(document->tag());
+    if (document->tag().isEmpty()) {
+        // Named after its title, without replacing a page of this export.
+        const QString base =
+            document->title().isEmpty() ? QStringLiteral("untitled") : document->title();
+        fileName = writer->pageName(base);
+        for (int n = 2; m_pageNames.contains(fileName); ++n)
+            fileName = writer->pageName(base + QLatin1Char('-') + QString::number(n));
+        log(monitor, tr("A document has no tag; its page is named %1").arg(fileName));
     }
-    const QString fileName = writer->pageName(tag);
     if (!QDir().mkpath(m_outputDir)) {
         log(monitor, tr("The directory %1 could not be created").arg(m_outputDir));
         return false;
     }
     const QString path = QDir(m_outputDir).filePath(fileName);
-    if (progress)
+    if (progress) {
         progress->setLabelText(tr("Writing %1").arg(fileName));
+        progress->setTotalSteps(100);
+        progress->setProgress(0);
+    }
 
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
@@ -210,7 +216,7 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
     QString title = document->title().isEmpty() ? document->tag() : document->title();
     if (!m_title.isEmpty())
         title = title.isEmpty() ? m_title : title + QStringLiteral(" \u2013 ") + m_title;
-    file.write(pageHead(document, title.isEmpty() ? fileName : title));
+    file.write(pageHead(title.isEmpty() ? fileName : title));
     const bool written = writer->writeBody(document, &file, progress);
     writer->setImageResolver(nullptr);
     if (!written) {
@@ -226,5 +232,8 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
         return false;
     }
     m_bytesWritten += size;
+    m_pageNames.insert(fileName);
+    if (progress)
+        progress->setProgress(100);
     return true;
 }

@@ -31,8 +31,9 @@ public:
     // Where pictures with relative names are looked for, in order, after the current directory.
     void setSearchPath(const QStringList& directories) { m_searchPath = directories; }
 
-    // Writes the page of `document`. False when the page could not be written or the user
-    // canceled; no partial page is left behind either way. Problems go to `log` (may be null).
+    // Writes the page of `document`, reporting its progress in 100 steps. False when the page could
+    // not be written or the user canceled; no partial page is left behind either way. Problems go
+    // to `log` (may be null).
     bool generate(DDocument* document, QAIProgressMonitor* progress, QAILogMonitor* log);
 
     // Bytes of pages written so far.
@@ -41,7 +42,7 @@ public:
 private:
     void readConfig(QAILogMonitor* log);
     QString copyImage(const QString& source, QAILogMonitor* log);
-    QByteArray pageHead(DDocument* document, const QString& pageTitle) const;
+    QByteArray pageHead(const QString& pageTitle) const;
 
     QString m_outputDir;
     QString m_configFile;
@@ -56,5 +57,6 @@ private:
     QHash<QString, QString> m_images;
     QSet<QString> m_imageNames;
     QSet<QString> m_missingImages;
+    QSet<QString> m_pageNames; // pages written so far
     qint64 m_bytesWritten = 0;
 };

@@ -9,6 +9,7 @@
 #include <QIODevice>
 #include <QRegularExpression>
 #include <QSet>
+#include <QUrl>
 #include <algorithm>
 #include <cmath>
 
@@ -51,7 +52,7 @@ QString DHTMLWriter::safeFileName(const QString& name)
     for (const QChar c : name) {
         const bool refused = c.category() == QChar::Other_Control || c == u'/' || c == u'\\' ||
                              c == u':' || c == u'*' || c == u'?' || c == u'"' || c == u'<' ||
-                             c == u'>' || c == u'|';
+                             c == u'>' || c == u'|' || c == u'#' || c == u'%';
         safe.append(refused ? QChar(u'_') : c);
     }
     // No "..", and no hidden or special names beginning with a dot.
@@ -162,6 +163,7 @@ void DHTMLWriter::collectStyles(DDocument* document)
     m_classList.clear();
     QSet<QString> taken;
     const DStyle* last = nullptr; // neighbours mostly share their style
+    m_total = 0;
     std::vector<const DItem*> pending;
     if (document)
         pending.push_back(document);
@@ -169,6 +171,7 @@ void DHTMLWriter::collectStyles(DDocument* document)
         const DItem* item = pending.back();
         pending.pop_back();
         for (; item; item = item->next()) {
+            ++m_total;
             const DStyle* style = item->style();
             if (style && style != last && !m_classes.contains(style)) {
                 QString base = QStringLiteral("s-");
@@ -303,6 +306,9 @@ void DHTMLWriter::doItem(DItem* item)
     if (m_stopped || !item)
         return;
     if (++m_items % cancelPollItems == 0) {
+        if (m_progress)
+            m_progress->setProgress(
+                int(qMin<qint64>(99, m_items * 100 / qMax<qint64>(1, m_total))));
         if (m_progress && m_progress->isCanceled()) {
             m_stopped = m_canceled = true;
             return;
@@ -394,7 +400,7 @@ void DHTMLWriter::doImage(DItem* item)
         return;
     }
     m_out.append("<img src=\"");
-    writeText(file);
+    m_out.append(QUrl::toPercentEncoding(file));
     m_out.append("\" alt=\"");
     writeText(image->source());
     m_out.append('"');

@@ -38,7 +38,8 @@ public:
     // Class names of the styles met while writing, for the style sheet of the page; a style's
     // class is made of its name, unique within one page.
     static QString cssRules(const QList<std::pair<const DStyle*, QString>>& classes);
-    // Finds the styles `document` uses, in order of first use, and names their classes.
+    // Finds the styles `document` uses, in order of first use, and names their classes; counts
+    // the items, for the progress of writeBody().
     void collectStyles(DDocument* document);
     const QList<std::pair<const DStyle*, QString>>& styleClasses() const { return m_classList; }
 
@@ -113,6 +114,7 @@ private:
     std::vector<QByteArray> m_closings; // what ends each container being walked
     int m_sectionDepth = 0;
     qint64 m_items = 0;
+    qint64 m_total = 0;
     bool m_stopped = false;
     bool m_canceled = false;
 };

@@ -322,18 +322,20 @@ void TestExport::pageNamesStayInsideTheDirectory()
     QDir(out).removeRecursively();
     QCOMPARE(QDir(parent.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
 
-    QDir(parent.path()).mkpath("out");
+    DExportHtml again(out, QString());
     for (const QString& tag : tags) {
         DDocument document;
         document.setTag(tag);
-        QVERIFY(exporter.generate(&document, nullptr, &log));
+        QVERIFY(again.generate(&document, nullptr, &log));
     }
+    DDocument untagged; // a second page without tag does not replace the first
+    QVERIFY(again.generate(&untagged, nullptr, &log));
     QStringList names = QDir(out).entryList(QDir::Files | QDir::Hidden);
     names.sort();
     QCOMPARE(names, QStringList({"___evil.html", "_hidden.html", "a_b.html", "c_d.html",
-                                 "untitled.html", "x_y.html"}));
-    QCOMPARE(log.messages.size(), 2); // the document without tag, each time
-    QVERIFY(log.messages.first().contains(QLatin1String("untitled.html")));
+                                 "untitled-2.html", "untitled.html", "x_y.html"}));
+    QCOMPARE(log.messages.size(), 3); // each document without tag
+    QVERIFY(log.messages.last().contains(QLatin1String("untitled-2.html")));
 }
 
 void TestExport::pageSettingsAndLayout()

@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <cstdio>
+#include <ctime>
 
 namespace {
 
@@ -58,11 +59,15 @@ int main(int argc, char** argv)
     const QString outputDir = argc > 2 ? QString::fromLocal8Bit(argv[2]) : scratch.path();
     const QList<QAReporterData*> reports{report.get()};
 
+    // Wall time, and the processor time of this process: on a shared machine the second shows
+    // the work itself.
     double best = 1e9;
+    double bestCpu = 1e9;
     qint64 bytes = 0;
     for (int i = 0; i < rounds; ++i) {
         QElapsedTimer timer;
         timer.start();
+        const std::clock_t cpuStart = std::clock();
         QAReporterHTMLWriter writer(reports, reports, nullptr, nullptr);
         writer.setBaseForLink(outputDir);
         DExportHtml exporter(outputDir, QString());
@@ -72,10 +77,12 @@ int main(int argc, char** argv)
             return 1;
         }
         best = qMin(best, timer.nsecsElapsed() / 1e9);
+        bestCpu = qMin(bestCpu, double(std::clock() - cpuStart) / CLOCKS_PER_SEC);
         bytes = exporter.bytesWritten();
     }
     const double megabytes = bytes / 1e6;
-    std::printf("export: %.1f MB of pages in %.3f s: %.0f MB/s\n", megabytes, best,
-                megabytes / best);
+    std::printf(
+        "export: %.1f MB of pages in %.3f s: %.0f MB/s (processor time %.3f s: %.0f MB/s)\n",
+        megabytes, best, megabytes / best, bestCpu, megabytes / bestCpu);
     return 0;
 }

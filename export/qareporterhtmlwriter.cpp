@@ -44,6 +44,7 @@ void QAReporterHTMLWriter::setReferencedXrd(const QStringList& files)
 void QAReporterHTMLWriter::setBaseForLink(const QString& dir)
 {
     m_baseForLink = QDir::toNativeSeparators(QDir::cleanPath(dir));
+    m_relativePaths.clear();
 }
 
 QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) const
@@ -71,8 +72,14 @@ void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file)
         if (const QAReporterNode* node = m_nodes->find(link))
             path = node->base + path;
     }
-    if (!m_baseForLink.isEmpty())
-        path = QAFileUtil::absPathToRelative(m_baseForLink, path);
+    if (!m_baseForLink.isEmpty()) {
+        // Many links name the same file: each path is made relative once.
+        auto known = m_relativePaths.constFind(path);
+        if (known == m_relativePaths.constEnd())
+            known =
+                m_relativePaths.insert(path, QAFileUtil::absPathToRelative(m_baseForLink, path));
+        path = known.value();
+    }
     const bool relative = is_relative_path(path);
     path.replace(backslash, slash);
     if (relative) {

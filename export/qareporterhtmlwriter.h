@@ -2,6 +2,7 @@
 
 #include "folio/dhtmlwriter.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -49,6 +50,7 @@ private:
     void writeHref(const QString& value);
 
     QString m_baseForLink;
+    QHash<QString, QString> m_relativePaths; // source paths, relative to m_baseForLink
     QList<QAReporterData*> m_reports;
     QList<QAReporterData*> m_displayed;
     QStringList m_referencedXrd;

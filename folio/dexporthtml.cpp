@@ -212,19 +212,18 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
     }
     writer->setImageResolver(
         [this, monitor](const QString& source) { return copyImage(source, monitor); });
-    writer->collectStyles(document);
+    QByteArray body;
+    const bool written = writer->writeBody(document, &body, progress);
+    writer->setImageResolver(nullptr);
+    if (!written) {
+        file.cancelWriting();
+        return false;
+    }
     QString title = document->title().isEmpty() ? document->tag() : document->title();
     if (!m_title.isEmpty())
         title = title.isEmpty() ? m_title : title + QStringLiteral(" \u2013 ") + m_title;
     file.write(pageHead(title.isEmpty() ? fileName : title));
-    const bool written = writer->writeBody(document, &file, progress);
-    writer->setImageResolver(nullptr);
-    if (!written) {
-        file.cancelWriting();
-        if (!writer->canceled())
-            log(monitor, tr("%1 could not be written: %2").arg(path, file.errorString()));
-        return false;
-    }
+    file.write(body);
     file.write("</body>\n</html>\n");
     const qint64 size = file.size();
     if (!file.commit()) {

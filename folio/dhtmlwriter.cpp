@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QIODevice>
 #include <QRegularExpression>
 #include <QSet>
 #include <QUrl>
@@ -15,7 +14,6 @@
 
 namespace {
 
-constexpr qsizetype flushSize = 1 << 20;
 constexpr int cancelPollItems = 1000;
 
 QByteArray number(double value)
@@ -157,67 +155,47 @@ QString DHTMLWriter::cssRules(const QList<std::pair<const DStyle*, QString>>& cl
     return css;
 }
 
-void DHTMLWriter::collectStyles(DDocument* document)
+const QByteArray& DHTMLWriter::classOf(const DStyle* style)
 {
-    m_classes.clear();
-    m_classList.clear();
-    QSet<QString> taken;
-    const DStyle* last = nullptr; // neighbours mostly share their style
-    m_total = 0;
-    std::vector<const DItem*> pending;
-    if (document)
-        pending.push_back(document);
-    while (!pending.empty()) {
-        const DItem* item = pending.back();
-        pending.pop_back();
-        for (; item; item = item->next()) {
-            ++m_total;
-            const DStyle* style = item->style();
-            if (style && style != last && !m_classes.contains(style)) {
-                QString base = QStringLiteral("s-");
-                for (const QChar c : style->name())
-                    base.append(c.isLetterOrNumber() && c.unicode() < 128 ? c : QChar(u'-'));
-                QString name = base;
-                for (int n = 2; taken.contains(name); ++n)
-                    name = base + QLatin1Char('_') + QString::number(n);
-                taken.insert(name);
-                m_classes.insert(style, name);
-                m_classList.append({style, name});
-            }
-            last = style;
-            if (const DItemContainer* container = item->asContainer();
-                container && container->firstChild() && item->type() != DItem::Graphic)
-                pending.push_back(container->firstChild());
-        }
-    }
+    if (style == m_lastStyle)
+        return m_lastClass; // neighbours mostly share their style
+    m_lastStyle = style;
+    if (const auto known = m_classes.constFind(style); known != m_classes.constEnd())
+        return m_lastClass = known.value();
+    QString base = QStringLiteral("s-");
+    for (const QChar c : style->name())
+        base.append(c.isLetterOrNumber() && c.unicode() < 128 ? c : QChar(u'-'));
+    QString name = base;
+    for (int n = 2; m_classNames.contains(name); ++n)
+        name = base + QLatin1Char('_') + QString::number(n);
+    m_classNames.insert(name);
+    m_classList.append({style, name});
+    return m_lastClass = *m_classes.insert(style, name.toLatin1());
 }
 
-bool DHTMLWriter::writeBody(DDocument* document, QIODevice* device, QAIProgressMonitor* progress)
+bool DHTMLWriter::writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress)
 {
-    m_device = device;
     m_progress = progress;
-    m_out.clear();
-    m_out.reserve(flushSize + flushSize / 4);
+    m_out = std::move(*out);
+    m_classes.clear();
+    m_classList.clear();
+    m_classNames.clear();
+    m_lastStyle = nullptr;
+    m_lastClass.clear();
     m_closings.clear();
     m_sectionDepth = 0;
     m_items = 0;
-    m_stopped = false;
+    m_topItems = 0;
+    m_topDone = 0;
+    m_document = document;
+    for (const DItem* top = document ? document->firstChild() : nullptr; top; top = top->next())
+        ++m_topItems;
     m_canceled = false;
     doAll(document);
-    if (!m_stopped)
-        flush();
-    m_device = nullptr;
+    *out = std::move(m_out);
     m_progress = nullptr;
-    return !m_stopped;
-}
-
-void DHTMLWriter::flush()
-{
-    if (m_out.isEmpty() || m_stopped)
-        return;
-    if (!m_device || m_device->write(m_out) != m_out.size())
-        m_stopped = true;
-    m_out.clear();
+    m_document = nullptr;
+    return !m_canceled;
 }
 
 void DHTMLWriter::writeRaw(const char* markup)
@@ -237,16 +215,15 @@ void DHTMLWriter::writeText(const QString& text)
 
 void DHTMLWriter::appendClass(const DStyle* style, const char* extraClass)
 {
-    const QString name = style ? m_classes.value(style) : QString();
-    if (name.isEmpty() && !extraClass)
+    if (!style && !extraClass)
         return;
     m_out.append(" class=\"");
     if (extraClass)
         m_out.append(extraClass);
-    if (!name.isEmpty()) {
+    if (style) {
         if (extraClass)
             m_out.append(' ');
-        m_out.append(name.toLatin1());
+        m_out.append(classOf(style));
     }
     m_out.append('"');
 }
@@ -282,8 +259,6 @@ void DHTMLWriter::doneChildren(DItemContainer* container)
     m_closings.pop_back();
     if (container->type() == DItem::Section)
         --m_sectionDepth;
-    if (m_out.size() >= flushSize)
-        flush();
 }
 
 QByteArray DHTMLWriter::tagHref(const QString& target) const
@@ -303,18 +278,16 @@ QByteArray DHTMLWriter::tagHref(const QString& target) const
 
 void DHTMLWriter::doItem(DItem* item)
 {
-    if (m_stopped || !item)
+    if (m_canceled || !item)
         return;
-    if (++m_items % cancelPollItems == 0) {
-        if (m_progress)
-            m_progress->setProgress(
-                int(qMin<qint64>(99, m_items * 100 / qMax<qint64>(1, m_total))));
-        if (m_progress && m_progress->isCanceled()) {
-            m_stopped = m_canceled = true;
+    if (item->parent() == m_document)
+        ++m_topDone; // progress counts the parts of the document
+    if (++m_items % cancelPollItems == 0 && m_progress) {
+        m_progress->setProgress(int(qMin<qint64>(99, m_topDone * 100 / qMax(1, m_topItems))));
+        if (m_progress->isCanceled()) {
+            m_canceled = true;
             return;
         }
-        if (m_out.size() >= flushSize)
-            flush();
     }
     // The children of a list are its entries.
     const bool entry =

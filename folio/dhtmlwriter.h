@@ -4,17 +4,17 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <functional>
 #include <vector>
 
 class DStyle;
-class QIODevice;
 class QAIProgressMonitor;
 
 // Writes a document as the body of an HTML5 page. Every text and attribute value is escaped, and
 // the only link targets written are in-page anchors, other pages of the export, relative paths
-// and file: URLs. Output is buffered and handed to the device in large blocks.
+// and file: URLs.
 class DHTMLWriter : public DIterator
 {
 public:
@@ -35,21 +35,14 @@ public:
     using ImageResolver = std::function<QString(const QString& source)>;
     void setImageResolver(ImageResolver resolver) { m_imageResolver = std::move(resolver); }
 
-    // Class names of the styles met while writing, for the style sheet of the page; a style's
-    // class is made of its name, unique within one page.
-    static QString cssRules(const QList<std::pair<const DStyle*, QString>>& classes);
-    // Finds the styles `document` uses, in order of first use, and names their classes; counts
-    // the items, for the progress of writeBody().
-    void collectStyles(DDocument* document);
+    // Appends the body content of `document` to `out`. `progress` hears how far the writing got
+    // and is asked every 1000 items whether to stop; false when stopped that way.
+    bool writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress);
+    // The styles the last writeBody() met, in order of first use, with their class names. A
+    // class is made of the style's name, unique within one page.
     const QList<std::pair<const DStyle*, QString>>& styleClasses() const { return m_classList; }
-
-    // Writes the body content of `document` to `device`. `progress` is asked every 1000 items
-    // whether to stop; false when stopped that way or when the device refused data.
-    bool writeBody(DDocument* document, QIODevice* device, QAIProgressMonitor* progress);
-    // Whether the last writeBody() stopped because the user canceled.
-    bool canceled() const { return m_canceled; }
-    // Items written by the last writeBody().
-    qint64 itemCount() const { return m_items; }
+    // The style sheet rules of styles and their class names.
+    static QString cssRules(const QList<std::pair<const DStyle*, QString>>& classes);
 
     // Text and attribute values, escaped for HTML.
     static void appendEscaped(QByteArray& out, const QString& text);
@@ -102,19 +95,22 @@ private:
     void open(const char* element, DItem* item, const QString& id = QString(),
               const char* extraClass = nullptr);
     void appendClass(const DStyle* style, const char* extraClass);
-    void flush();
+    const QByteArray& classOf(const DStyle* style);
 
     QString m_pageSuffix = QStringLiteral(".html");
     ImageResolver m_imageResolver;
-    QHash<const DStyle*, QString> m_classes;
+    QHash<const DStyle*, QByteArray> m_classes;
     QList<std::pair<const DStyle*, QString>> m_classList;
-    QIODevice* m_device = nullptr;
+    QSet<QString> m_classNames;
+    const DStyle* m_lastStyle = nullptr;
+    QByteArray m_lastClass;
     QAIProgressMonitor* m_progress = nullptr;
+    const DDocument* m_document = nullptr;
+    int m_topItems = 0; // children of the document, and how many were begun
+    int m_topDone = 0;
     QByteArray m_out;
     std::vector<QByteArray> m_closings; // what ends each container being walked
     int m_sectionDepth = 0;
     qint64 m_items = 0;
-    qint64 m_total = 0;
-    bool m_stopped = false;
     bool m_canceled = false;
 };

@@ -93,6 +93,7 @@ public:
         };
         std::vector<Frame> frames{{first, nullptr}};
         std::vector<std::pair<size_t, Span*>> chainOpen; // level, span waiting for its chain end
+        buildFilter();
         int count = 0;
         while (!frames.empty()) {
             Frame& frame = frames.back();
@@ -113,7 +114,8 @@ public:
             if (wanted(item))
                 m_wanted.emplace_back(pos, item);
             Span* span = nullptr;
-            if (auto found = m_spans.find(item); found != m_spans.end()) {
+            if (auto found = mayBound(item) ? m_spans.find(item) : m_spans.end();
+                found != m_spans.end()) {
                 span = &found.value();
                 span->pos = pos;
                 span->end = pos;
@@ -159,7 +161,32 @@ public:
     }
 
 private:
+    // A bit per hash of each bound: most items are no bound, and a bit is cheaper to test than
+    // the table.
+    void buildFilter()
+    {
+        m_filterShift = 64 - 6;
+        while ((quint64(1) << (64 - m_filterShift)) < quint64(16 * m_spans.size()))
+            --m_filterShift;
+        m_filter.assign((size_t(1) << (64 - m_filterShift)) / 64, 0);
+        for (auto it = m_spans.cbegin(); it != m_spans.cend(); ++it) {
+            const quint64 bit = filterBit(it.key());
+            m_filter[bit / 64] |= quint64(1) << (bit % 64);
+        }
+    }
+    quint64 filterBit(const DItem* item) const
+    {
+        return (quint64(quintptr(item)) >> 4) * 0x9e3779b97f4a7c15ULL >> m_filterShift;
+    }
+    bool mayBound(const DItem* item) const
+    {
+        const quint64 bit = filterBit(item);
+        return m_filter[bit / 64] >> (bit % 64) & 1;
+    }
+
     QHash<const DItem*, Span> m_spans;
+    std::vector<quint64> m_filter;
+    int m_filterShift = 58;
     std::vector<std::pair<int, DItem*>> m_wanted;
 };
 
@@ -352,6 +379,7 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
         std::sort(intervals.begin(), intervals.end(),
                   [](const Interval& a, const Interval& b) { return a.start < b.start; });
 
+        m_nodes.reserve(m_nodes.size() + qsizetype(numbering.wanted().size()));
         // One sweep in document order: the open sections, the earliest in search order on top.
         using Open = std::pair<int, int>; // rank, end
         std::priority_queue<Open, std::vector<Open>, std::greater<Open>> open;

@@ -68,11 +68,9 @@ QByteArray report(const QByteArray& body, const char* tag = "doc")
 
 QString body(DHTMLWriter& writer, DDocument* document)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    writer.collectStyles(document);
-    writer.writeBody(document, &buffer, nullptr);
-    return QString::fromUtf8(buffer.data());
+    QByteArray page;
+    writer.writeBody(document, &page, nullptr);
+    return QString::fromUtf8(page);
 }
 
 QStringList hrefs(const QString& page)

@@ -74,12 +74,21 @@ struct Span
 class Numbering
 {
 public:
+    // The number of the bound `item` (null: -1), for span().
+    int addBound(const DItem* item)
+    {
+        if (!item)
+            return -1;
+        const auto known = m_index.constFind(item);
+        if (known != m_index.constEnd())
+            return known.value();
+        m_spans.emplace_back();
+        return *m_index.insert(item, int(m_spans.size()) - 1);
+    }
     void addBounds(const QAReporterNode* node)
     {
-        if (node->item)
-            m_spans.insert(node->item, Span());
-        if (node->endItem)
-            m_spans.insert(node->endItem, Span());
+        addBound(node->item);
+        addBound(node->endItem);
     }
 
     // Numbers `first`, the siblings after it and everything below them; `wanted` picks the items
@@ -114,9 +123,9 @@ public:
             if (wanted(item))
                 m_wanted.emplace_back(pos, item);
             Span* span = nullptr;
-            if (auto found = mayBound(item) ? m_spans.find(item) : m_spans.end();
-                found != m_spans.end()) {
-                span = &found.value();
+            if (auto found = mayBound(item) ? m_index.constFind(item) : m_index.constEnd();
+                found != m_index.constEnd()) {
+                span = &m_spans[size_t(found.value())];
                 span->pos = pos;
                 span->end = pos;
                 chainOpen.emplace_back(frames.size() - 1, span);
@@ -127,25 +136,30 @@ public:
         }
     }
 
-    void reserve(qsizetype nodes) { m_spans.reserve(2 * nodes); }
+    void reserve(qsizetype nodes)
+    {
+        m_index.reserve(2 * nodes);
+        m_spans.reserve(size_t(2 * nodes));
+    }
 
     const std::vector<std::pair<int, DItem*>>& wanted() const { return m_wanted; }
-    // The position of a bound item, -1 when it lies outside the numbered document.
-    int position(const DItem* item) const { return m_spans.value(item).pos; }
+    // Where the bound numbered `bound` lies; a position of -1 when outside the document.
+    Span span(int bound) const { return bound < 0 ? Span() : m_spans[size_t(bound)]; }
 
-    // The last position of `node`'s section when it lies in the numbered document, else -1. The
-    // section runs from its first item to the end of its last item when the last item follows
-    // within reach, to the end of the first item's siblings otherwise.
-    int sectionEnd(const QAReporterNode& node, int* start) const
+    // The last position of the section between the bounds numbered `first` and `last` when it
+    // lies in the numbered document, else -1. The section runs from its first item to the end of
+    // its last item when the last item follows within reach, to the end of the first item's
+    // siblings otherwise.
+    int sectionEnd(int first, int last, int* start) const
     {
-        const Span first = m_spans.value(node.item);
-        if (first.pos < 0)
+        const Span from = span(first);
+        if (from.pos < 0)
             return -1;
-        *start = first.pos;
-        const Span last = m_spans.value(node.endItem);
-        if (last.pos >= first.pos && last.pos <= first.chainEnd)
-            return last.end;
-        return first.chainEnd;
+        *start = from.pos;
+        const Span to = span(last);
+        if (to.pos >= from.pos && to.pos <= from.chainEnd)
+            return to.end;
+        return from.chainEnd;
     }
 
     // searchItemIn(node.item, node.endItem, target) for a target at `pos` (-1: elsewhere).
@@ -155,8 +169,11 @@ public:
             return false;
         if (target == node.item || target == node.endItem)
             return true;
+        if (pos < 0)
+            return false;
         int start = 0;
-        const int end = pos < 0 ? -1 : sectionEnd(node, &start);
+        const int end =
+            sectionEnd(m_index.value(node.item, -1), m_index.value(node.endItem, -1), &start);
         return end >= 0 && pos >= start && pos <= end;
     }
 
@@ -166,10 +183,10 @@ private:
     void buildFilter()
     {
         m_filterShift = 64 - 6;
-        while ((quint64(1) << (64 - m_filterShift)) < quint64(16 * m_spans.size()))
+        while ((quint64(1) << (64 - m_filterShift)) < quint64(16 * m_index.size()))
             --m_filterShift;
         m_filter.assign((size_t(1) << (64 - m_filterShift)) / 64, 0);
-        for (auto it = m_spans.cbegin(); it != m_spans.cend(); ++it) {
+        for (auto it = m_index.cbegin(); it != m_index.cend(); ++it) {
             const quint64 bit = filterBit(it.key());
             m_filter[bit / 64] |= quint64(1) << (bit % 64);
         }
@@ -184,7 +201,8 @@ private:
         return m_filter[bit / 64] >> (bit % 64) & 1;
     }
 
-    QHash<const DItem*, Span> m_spans;
+    QHash<const DItem*, int> m_index; // bound items, numbered in the order added
+    std::vector<Span> m_spans;
     std::vector<quint64> m_filter;
     int m_filterShift = 58;
     std::vector<std::pair<int, DItem*>> m_wanted;
@@ -319,6 +337,8 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
             const QAReporterNode* node;
             QAReporterNode* answer;
             bool void_;
+            int first = -1; // numbers of the bounds
+            int last = -1;
         };
         std::vector<Entry> order;
         {
@@ -343,15 +363,17 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
                     continue;
                 }
                 if (QAReporterNode* data = frame.node->data)
-                    order.push_back({data, frame.answer, frame.void_});
+                    order.push_back({data, frame.answer, frame.void_, -1, -1});
                 frames.pop_back();
             }
         }
 
         Numbering numbering;
         numbering.reserve(qsizetype(order.size()));
-        for (const Entry& entry : order)
-            numbering.addBounds(entry.node);
+        for (Entry& entry : order) {
+            entry.first = numbering.addBound(entry.node->item);
+            entry.last = numbering.addBound(entry.node->endItem);
+        }
         numbering.run(report->document.get(),
                       [kind](const DItem* item) { return item->type() == kind; });
 
@@ -364,15 +386,16 @@ QAReporterNodeIndex::QAReporterNodeIndex(const QList<QAReporterData*>& displayed
         std::vector<Interval> intervals;
         QHash<const DItem*, int> boundRank; // a section's own bounds always belong to it
         for (int rank = int(order.size()) - 1; rank >= 0; --rank) {
-            const QAReporterNode& node = *order[size_t(rank)].node;
+            const Entry& entry = order[size_t(rank)];
+            const QAReporterNode& node = *entry.node;
             int start = 0;
-            const int end = numbering.sectionEnd(node, &start);
+            const int end = numbering.sectionEnd(entry.first, entry.last, &start);
             if (end >= 0)
                 intervals.push_back({start, end, rank});
             // Bounds outside the interval (or without one) hold the item all the same.
             if (end < 0 && node.item)
                 boundRank.insert(node.item, rank);
-            const int last = numbering.position(node.endItem);
+            const int last = numbering.span(entry.last).pos;
             if (node.endItem && (end < 0 || last < start || last > end))
                 boundRank.insert(node.endItem, rank);
         }

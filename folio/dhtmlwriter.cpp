@@ -203,11 +203,6 @@ void DHTMLWriter::writeRaw(const char* markup)
     m_out.append(markup);
 }
 
-void DHTMLWriter::writeRaw(const QByteArray& markup)
-{
-    m_out.append(markup);
-}
-
 void DHTMLWriter::writeText(const QString& text)
 {
     appendEscaped(m_out, text);

@@ -28,6 +28,7 @@ public:
     // the output directory, or that file systems refuse, are replaced; an empty tag gives
     // "untitled".
     QString pageName(const QString& tag) const;
+    // `name` with those characters replaced; an empty name stays empty.
     static QString safeFileName(const QString& name);
 
     // Gives the file name under which the picture `source` is found beside the page, or an
@@ -79,7 +80,6 @@ public:
 protected:
     // Raw markup to the current page, as it is.
     void writeRaw(const char* markup);
-    void writeRaw(const QByteArray& markup);
     // Text to the current page, escaped.
     void writeText(const QString& text);
     // Walks the children of `container`, then writes `closing` raw: the way to write what

@@ -1,0 +1,147 @@
+#include "export/qareporterhtmlwriter.h"
+
+#include "folio/ddocument.h"
+#include "folio/dlink.h"
+#include "model/qareporterdata.h"
+#include "model/qareporternode.h"
+#include "model/reversesearch.h"
+#include "sdk/qafileutil.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <algorithm>
+
+static const QChar slash(47);
+static const QChar backslash(92);
+static const QChar pointpoint(58);
+
+bool is_relative_path(const QString& path)
+{
+    const auto at = [&path](qsizetype i) { return i < path.size() ? path[i] : QChar(); };
+    if (at(0) == slash || at(0) == backslash)
+        return false;
+    if (at(1) != pointpoint)
+        return true;
+    return at(2) != backslash;
+}
+
+QAReporterHTMLWriter::QAReporterHTMLWriter(const QList<QAReporterData*>& reports,
+                                           const QList<QAReporterData*>& displayed,
+                                           QAIProgressMonitor* progress, QAILogMonitor* log)
+    : m_reports(reports), m_displayed(displayed), m_progress(progress), m_log(log)
+{
+}
+
+QAReporterHTMLWriter::~QAReporterHTMLWriter() = default;
+
+void QAReporterHTMLWriter::setReferencedXrd(const QStringList& files)
+{
+    m_referencedXrd = files;
+    m_referencedSet = QSet<QString>(files.begin(), files.end());
+}
+
+void QAReporterHTMLWriter::setBaseForLink(const QString& dir)
+{
+    m_baseForLink = QDir::toNativeSeparators(QDir::cleanPath(dir));
+    m_relativePaths.clear();
+}
+
+QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) const
+{
+    return safeFileName(QFileInfo(xrdPath).baseName()) + pageSuffix();
+}
+
+// Attribute values are escaped, and a relative value never starts with what a browser would
+// take for a scheme ("javascript:"), so that no result file can make a live script link.
+void QAReporterHTMLWriter::writeHref(const QString& value)
+{
+    const qsizetype colon = value.indexOf(u':');
+    const qsizetype slashAt = value.indexOf(u'/');
+    if (colon >= 0 && (slashAt < 0 || colon < slashAt))
+        writeRaw("./");
+    writeText(value);
+}
+
+void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file)
+{
+    QString path = QDir::toNativeSeparators(QDir::cleanPath(file.trimmed()));
+    if (path.isEmpty() || is_relative_path(path)) {
+        if (!m_nodes)
+            m_nodes = std::make_unique<QAReporterNodeIndex>(m_displayed, DItem::Link);
+        if (const QAReporterNode* node = m_nodes->find(link))
+            path = node->base + path;
+    }
+    if (!m_baseForLink.isEmpty()) {
+        // Many links name the same file: each path is made relative once.
+        auto known = m_relativePaths.constFind(path);
+        if (known == m_relativePaths.constEnd())
+            known =
+                m_relativePaths.insert(path, QAFileUtil::absPathToRelative(m_baseForLink, path));
+        path = known.value();
+    }
+    const bool relative = is_relative_path(path);
+    path.replace(backslash, slash);
+    if (relative) {
+        writeRaw("<a href=\"");
+        writeHref(path);
+    } else {
+        writeRaw("<a href=\"file:///");
+        writeText(path);
+    }
+    writeRaw("\">");
+    writeChildren(link, "</a>");
+}
+
+void QAReporterHTMLWriter::doLink(DItem* item)
+{
+    const auto* link = dcast<DLink>(item);
+    if (!link)
+        return;
+    const QString& target = link->target();
+    static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
+    if (const QRegularExpressionMatch match = sourceLine.match(target); match.hasMatch()) {
+        writeSourceLink(item, match.captured(1));
+        return;
+    }
+
+    if (target.left(10) == QLatin1String("xrdlink://")) {
+        const QString rest = target.mid(10);
+        const qsizetype hash = rest.indexOf(u'#');
+        const QString file = hash < 0 ? rest : rest.left(hash);
+        const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
+        writeRaw("<a href=\"");
+        writeHref(getHtmlFilenameForXrd(file));
+        if (!anchor.isEmpty()) {
+            writeRaw("#");
+            writeText(anchor);
+        }
+        writeRaw("\">");
+        writeChildren(item, "</a>");
+        if (!m_referencedSet.contains(file)) {
+            m_referencedSet.insert(file);
+            m_referencedXrd.append(file);
+        }
+        return;
+    }
+
+    // A tag link leads to the page of the report document of that tag; a tag of no report is
+    // taken for an anchor of the page being written.
+    QString file;
+    QString document;
+    QString tag;
+    link->split(file, document, tag);
+    const bool report = std::any_of(m_reports.cbegin(), m_reports.cend(), [&tag](auto* data) {
+        return data->document && data->document->tag() == tag;
+    });
+    writeRaw("<a href=\"");
+    if (report) {
+        writeHref(safeFileName(QFileInfo(tag).baseName()));
+        writeRaw(".html\">");
+    } else {
+        writeRaw("#");
+        writeText(tag);
+        writeRaw("\">");
+    }
+    writeChildren(item, "</a>");
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "folio/dhtmlwriter.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+#include <memory>
+
+class QAILogMonitor;
+class QAIProgressMonitor;
+class QAReporterData;
+class QAReporterNodeIndex;
+
+// The page writer of the report export: it writes as DHTMLWriter does, except that links lead to
+// the exported pages of the reports and of the report files they name, and to the source files.
+// It collects the report files that "xrdlink://" links name, so that they can be exported too.
+class QAReporterHTMLWriter : public QObject, public DHTMLWriter
+{
+    Q_OBJECT
+
+public:
+    // `reports` are the loaded reports, whose document tags name the pages; `displayed` are the
+    // reports as shown, whose result nodes give the base directories of relative source paths.
+    // All are borrowed and must outlive the writer, as must the monitors (which may be null).
+    QAReporterHTMLWriter(const QList<QAReporterData*>& reports,
+                         const QList<QAReporterData*>& displayed, QAIProgressMonitor* progress,
+                         QAILogMonitor* log);
+    ~QAReporterHTMLWriter() override;
+
+    // The export directory: source paths are written relative to it.
+    void setBaseForLink(const QString& dir);
+    // The page of the report file `xrdPath`: its name up to the first dot, plus the page suffix.
+    QString getHtmlFilenameForXrd(const QString& xrdPath) const;
+
+    // Report files named by the links written so far, each once, in the order met.
+    const QStringList& referencedXrd() const { return m_referencedXrd; }
+    void setReferencedXrd(const QStringList& files);
+
+    // The monitors of the export this writer serves.
+    QAIProgressMonitor* progress() const { return m_progress; }
+    QAILogMonitor* log() const { return m_log; }
+
+    void doLink(DItem* item) override;
+
+private:
+    void writeSourceLink(DItem* link, const QString& file);
+    void writeHref(const QString& value);
+
+    QString m_baseForLink;
+    QHash<QString, QString> m_relativePaths; // source paths, relative to m_baseForLink
+    QList<QAReporterData*> m_reports;
+    QList<QAReporterData*> m_displayed;
+    QStringList m_referencedXrd;
+    QSet<QString> m_referencedSet;
+    QAIProgressMonitor* m_progress;
+    QAILogMonitor* m_log;
+    // Built at the first link that needs it: the displayed reports do not change while writing.
+    std::unique_ptr<QAReporterNodeIndex> m_nodes;
+};
+
+// False for "/x", "\x" and "C:\x"; true for everything else, "C:x", "C:/x" and "" included.
+bool is_relative_path(const QString& path);

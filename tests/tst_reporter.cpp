@@ -229,6 +229,32 @@ private Q_SLOTS:
         QADialogs::install(nullptr);
     }
 
+    // A rebuild puts the view back on the document it showed, by its tag.
+    void modeSwitchReturnsToTheShownDocument()
+    {
+        Files files;
+        scriptDialogs();
+        QByteArray many;
+        for (int i = 0; i < 40; ++i)
+            many += node(QByteArray("n" + QByteArray::number(i)).constData(), "R", i % 2 ? "ko" : "ok", 1);
+        const QString a = files.add(QStringLiteral("a.crc"), report("first", many));
+        const QString b = files.add(QStringLiteral("b.crc"), report("second", many));
+        QAReporter window(QStringLiteral("Return"), QPixmap());
+        window.resize(800, 400);
+        window.show();
+        open(window, {a, b});
+        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("first"));
+        QVERIFY(window.documentView()->moveTo(QString(), QString(), QStringLiteral("second")));
+        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
+        const DDocument* before = window.documentView()->currentDocument();
+        window.failedtests();
+        QVERIFY(window.documentView()->currentDocument() != before); // a new filtered copy
+        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
+        window.alltests();
+        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
+        QADialogs::install(nullptr);
+    }
+
     void hidingATypeAndShowingItAgain()
     {
         Files files;

@@ -19,16 +19,7 @@ constexpr int cellPadding = 4;
 
 Qt::Alignment alignmentOf(const DStyle* style)
 {
-    switch (style ? style->align() : DStyle::AlignLeft) {
-    case DStyle::AlignCenter:
-        return Qt::AlignHCenter;
-    case DStyle::AlignRight:
-        return Qt::AlignRight;
-    case DStyle::AlignJustify:
-        return Qt::AlignJustify;
-    default:
-        return Qt::AlignLeft;
-    }
+    return DStyle::qtAlignment(style ? style->align() : DStyle::AlignLeft);
 }
 
 // Shows with the look of a link: the link has no style of its own.

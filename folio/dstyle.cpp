@@ -19,3 +19,18 @@ bool DStyle::alignFromName(const QString& name, Alignment* align)
     }
     return false;
 }
+
+Qt::Alignment DStyle::qtAlignment(Alignment align)
+{
+    switch (align) {
+    case AlignLeft:
+        break;
+    case AlignCenter:
+        return Qt::AlignHCenter;
+    case AlignRight:
+        return Qt::AlignRight;
+    case AlignJustify:
+        return Qt::AlignJustify;
+    }
+    return Qt::AlignLeft;
+}

@@ -48,6 +48,9 @@ public:
     int indent() const { return m_indent; }
     void setIndent(int pixels) { m_indent = pixels; }
 
+    // The alignment as Qt spells it.
+    static Qt::Alignment qtAlignment(Alignment align);
+
     // The markup names of the alignments: "left", "center", "right", "justify".
     static QString alignName(Alignment align);
     static bool alignFromName(const QString& name, Alignment* align);

@@ -20,21 +20,6 @@ namespace {
 
 constexpr int nameRole = Qt::UserRole;
 
-Qt::Alignment toQt(DStyle::Alignment align)
-{
-    switch (align) {
-    case DStyle::AlignLeft:
-        return Qt::AlignLeft;
-    case DStyle::AlignCenter:
-        return Qt::AlignHCenter;
-    case DStyle::AlignRight:
-        return Qt::AlignRight;
-    case DStyle::AlignJustify:
-        return Qt::AlignJustify;
-    }
-    return Qt::AlignLeft;
-}
-
 void copyProperties(const DStyle& from, DStyle& to)
 {
     to.setFamily(from.family());
@@ -331,7 +316,7 @@ void DStyleView::showSample()
     if (!style)
         return;
     QTextBlockFormat block;
-    block.setAlignment(toQt(style->align()));
+    block.setAlignment(DStyle::qtAlignment(style->align()));
     block.setLeftMargin(style->indent());
     if (style->background().isValid())
         block.setBackground(style->background());

@@ -43,8 +43,21 @@ QARListViewItem* QARListView::addReport(QAReporterDataTree* tree, const QString&
 void QARListView::openToDepth(int depth)
 {
     collapseAll();
-    if (depth > 0)
-        expandToDepth(depth - 1);
+    // Only entries with children are opened, and while the view's layout is pending, so that the
+    // view lays itself out once instead of once per opened entry.
+    scheduleDelayedItemsLayout();
+    std::vector<std::pair<QTreeWidgetItem*, int>> pending;
+    for (int i = 0; i < topLevelItemCount(); ++i)
+        pending.emplace_back(topLevelItem(i), 0);
+    while (!pending.empty()) {
+        const auto [entry, entryDepth] = pending.back();
+        pending.pop_back();
+        if (entryDepth >= depth || entry->childCount() == 0)
+            continue;
+        entry->setExpanded(true);
+        for (int i = 0; i < entry->childCount(); ++i)
+            pending.emplace_back(entry->child(i), entryDepth + 1);
+    }
 }
 
 void QARListView::nextKO()

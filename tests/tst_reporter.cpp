@@ -16,6 +16,9 @@
 
 #include <QDockWidget>
 #include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
@@ -236,7 +239,8 @@ private Q_SLOTS:
         scriptDialogs();
         QByteArray many;
         for (int i = 0; i < 40; ++i)
-            many += node(QByteArray("n" + QByteArray::number(i)).constData(), "R", i % 2 ? "ko" : "ok", 1);
+            many += node(QByteArray("n" + QByteArray::number(i)).constData(), "R",
+                         i % 2 ? "ko" : "ok", 1);
         const QString a = files.add(QStringLiteral("a.crc"), report("first", many));
         const QString b = files.add(QStringLiteral("b.crc"), report("second", many));
         QAReporter window(QStringLiteral("Return"), QPixmap());
@@ -315,6 +319,84 @@ private Q_SLOTS:
         window.close();
         QVERIFY(studio().removedMenus.isEmpty()); // never activated, no menu inserted
         QVERIFY(!window.toolBar()->prevButton()->isEnabled());
+        QADialogs::install(nullptr);
+    }
+
+    // The commands menu follows activation: into the studio's menu bar, or once into the
+    // window's own.
+    void commandsMenuFollowsActivation()
+    {
+        Files files;
+        scriptDialogs();
+        const QString a =
+            files.add(QStringLiteral("a.crc"),
+                      report("ra", node("x", "Rule", "ok", 1) + node("y", "Metric", "ko", 1)));
+        const QString b =
+            files.add(QStringLiteral("b.crc"), report("rb", node("z", "Rule", "ok", 1)));
+
+        QAReporter standalone(QStringLiteral("Alone"), QPixmap());
+        standalone.activated();
+        standalone.desactivated();
+        standalone.activated();
+        QVERIFY(standalone.commandsMenu());
+        int commands = 0;
+        for (QAction* action : standalone.menuBar()->actions())
+            commands += action->text() == QLatin1String("&Commands");
+        QCOMPARE(commands, 1);
+
+        QMainWindow studioWindow;
+        studio().window = &studioWindow;
+        studio().menus.clear();
+        studio().removedMenus.clear();
+        QAReporter window(QStringLiteral("Menu"), QPixmap());
+        QARToolBar* shared = window.toolBar();
+        QVERIFY(!shared->nextButton()->isEnabled());
+        window.activated();
+        QVERIFY(shared->nextButton()->isEnabled());
+        QCOMPARE(studio().menus.size(), 1);
+        QCOMPARE(studio().menus.first().first, window.commandsMenu());
+        QCOMPARE(studio().menus.first().second, QStringLiteral("Menu"));
+
+        QMenu* menu = window.commandsMenu();
+        Q_EMIT menu->aboutToShow(); // nothing loaded yet
+        QVERIFY(!menu->actions().at(0)->isEnabled());
+        QVERIFY(!menu->actions().at(1)->isEnabled());
+
+        open(window, {a, b});
+        Q_EMIT menu->aboutToShow();
+        QStringList texts;
+        for (QAction* action : menu->actions())
+            texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+        QCOMPARE(texts, QStringList({"All Test Results", "Failed Tests Only", "-", "Rule", "Metric",
+                                     "-", "Reload", "-", "Show header", "Print Header"}));
+        QVERIFY(menu->actions().at(0)->isChecked());
+        QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());
+        QVERIFY(menu->actions().last()->isEnabled()); // two reports: the header shows
+
+        menu->actions().at(4)->trigger(); // hide Metric
+        Q_EMIT menu->aboutToShow();
+        QVERIFY(menu->actions().at(3)->isChecked());
+        QVERIFY(!menu->actions().at(4)->isChecked());
+        QCOMPARE(window.validator().typeExpressions().size(), 1);
+        QCOMPARE(window.validator().typeExpressions().first().pattern(), QStringLiteral("Metric"));
+
+        QCOMPARE(window.helpText(102), QStringLiteral("Reload the current report"));
+        QCOMPARE(window.helpText(100), QStringLiteral("Display complete report"));
+        const int printHeaderId = menu->actions().last()->data().toInt();
+        QCOMPARE(window.helpText(printHeaderId), QStringLiteral("Show or hide Print Header"));
+        window.highlighted(102);
+        QCOMPARE(studioWindow.statusBar()->currentMessage(),
+                 QStringLiteral("Reload the current report"));
+
+        menu->actions().at(8)->trigger(); // "Show header": the dock goes
+        QVERIFY(!window.headerShown());
+        QVERIFY(window.headerDock()->isHidden());
+        QVERIFY(!menu->actions().last()->isEnabled());
+
+        window.desactivated();
+        QVERIFY(!shared->nextButton()->isEnabled());
+        QCOMPARE(studio().removedMenus, QList<int>({0}));
+        studio().window = nullptr;
         QADialogs::install(nullptr);
     }
 

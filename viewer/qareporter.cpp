@@ -26,6 +26,8 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QHeaderView>
+#include <QMenuBar>
+#include <QStatusBar>
 #include <iostream>
 
 QAReporterPref* QAReporter::s_preference = nullptr;
@@ -134,10 +136,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     if (!m_toolBar) {
         // Without a studio the window is its own active viewer with a toolbar of its own.
         m_toolBar = new QARToolBar(title + tr(" Toolbar"), this);
-        connect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
-        connect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
-        connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
-        m_toolBar->setEnabledAll(true);
+        setupToolBar(true);
     }
 }
 
@@ -182,6 +181,11 @@ QARListView* QAReporter::outline() const
 QARToolBar* QAReporter::toolBar() const
 {
     return m_toolBar;
+}
+
+QMenu* QAReporter::commandsMenu() const
+{
+    return m_commandsMenu;
 }
 
 void QAReporter::setFiles(QStringList* files, QStringList* other, ViewerMode mode)
@@ -561,4 +565,204 @@ void QAReporter::applyPrefs()
         return;
     m_documentView->setBackgroundColor(s_preference->general->background);
     m_documentView->refresh();
+}
+
+// ---- Activation, commands menu, header dock, printing and copying
+
+namespace {
+enum CommandId
+{
+    AllTestsId = 100,
+    FailedTestsId = 101,
+    ReloadId = 102
+};
+} // namespace
+
+void QAReporter::setupToolBar(bool on)
+{
+    if (!m_toolBar)
+        return;
+    m_toolBar->setEnabledAll(on);
+    if (on) {
+        connect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter,
+                Qt::UniqueConnection);
+    } else {
+        disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
+        disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
+        disconnect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
+    }
+}
+
+void QAReporter::activated()
+{
+    QAStViewerWindow::activated();
+    if (!hasFocus())
+        setFocus();
+    setupToolBar(true);
+    if (!m_commandsMenu)
+        createToolMenu();
+    StudioInterface* studio = studioOf(s_preference);
+    if (!m_commandsMenu)
+        return;
+    if (studio && studio->mainWindow()) {
+        m_studioMenuId = studio->insertMenu(m_commandsMenu, m_title);
+    } else if (m_studioMenuId == -1) {
+        // Outside a studio window the menu goes into the window's own menu bar, once.
+        m_commandsMenu->setTitle(tr("&Commands"));
+        menuBar()->addMenu(m_commandsMenu);
+        m_studioMenuId = 0;
+    }
+}
+
+void QAReporter::desactivated()
+{
+    QAStViewerWindow::desactivated();
+    setupToolBar(false);
+    StudioInterface* studio = studioOf(s_preference);
+    if (studio && studio->mainWindow() && m_studioMenuId != -1)
+        studio->removeMenu(m_studioMenuId);
+}
+
+void QAReporter::createToolMenu()
+{
+    if (!studioOf(s_preference))
+        return;
+    m_commandsMenu = new QMenu(m_title, this);
+    connect(m_commandsMenu, &QMenu::aboutToShow, this, &QAReporter::updateToolMenu);
+    connect(m_commandsMenu, &QMenu::hovered, this,
+            [this](QAction* action) { highlighted(action->data().toInt()); });
+}
+
+void QAReporter::updateToolMenu()
+{
+    if (!m_commandsMenu)
+        return;
+    m_commandsMenu->clear();
+    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
+    const bool loaded = !m_dataList.empty();
+    const bool filtered = m_toolBar && m_toolBar->isFiltered();
+    const auto addEntry = [this](const QString& text, int id, auto slot) {
+        QAction* action = m_commandsMenu->addAction(text, this, slot);
+        action->setData(id);
+        return action;
+    };
+
+    QAction* all = addEntry(tr("All Test Results"), AllTestsId, &QAReporter::alltests);
+    all->setCheckable(true);
+    all->setChecked(!filtered);
+    all->setEnabled(loaded);
+    QAction* failed = addEntry(tr("Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
+    failed->setCheckable(true);
+    failed->setChecked(filtered);
+    failed->setEnabled(loaded);
+    m_commandsMenu->addSeparator();
+
+    int nextId = ReloadId + 100; // ids of the type and dock entries
+    for (const QString& type : std::as_const(m_typeNames)) {
+        if (!m_typeVisibilityInitialised)
+            m_typeVisibility.insert(type, true);
+        const bool shown = m_typeVisibility.value(type, true);
+        if (!shown)
+            m_validator->setAttribut(QAReporterNodeValidator::AttrType, QRegularExpression(type));
+        const int id = nextId++;
+        QAction* entry = m_commandsMenu->addAction(type, this, [this, id] { typeCheck(id); });
+        entry->setData(id);
+        entry->setCheckable(true);
+        entry->setChecked(shown);
+    }
+    m_typeVisibilityInitialised = true;
+    m_commandsMenu->addSeparator();
+
+    addEntry(tr("Reload"), ReloadId, qOverload<>(&QAReporter::reload));
+    m_commandsMenu->addSeparator();
+    m_showHeaderItemId = nextId++;
+    QAction* showHeader = m_commandsMenu->addAction(tr("Show header"), this,
+                                                    [this] { showDock(m_showHeaderItemId); });
+    showHeader->setData(m_showHeaderItemId);
+    showHeader->setCheckable(true);
+    showHeader->setChecked(!m_headerDock->isHidden());
+    m_printHeaderItemId = nextId++;
+    QAction* printHeaderEntry =
+        addEntry(tr("Print Header"), m_printHeaderItemId, &QAReporter::printHeader);
+    printHeaderEntry->setEnabled(m_headerShown);
+}
+
+QAction* QAReporter::commandEntry(int id) const
+{
+    if (!m_commandsMenu)
+        return nullptr;
+    for (QAction* action : m_commandsMenu->actions()) {
+        if (!action->isSeparator() && action->data().toInt() == id)
+            return action;
+    }
+    return nullptr;
+}
+
+void QAReporter::typeCheck(int id)
+{
+    const QAction* entry = commandEntry(id);
+    if (!s_preference || !studioOf(s_preference) || !entry || entry->text().isNull())
+        return;
+    setTypeVisible(entry->text(), !m_typeVisibility.value(entry->text(), true));
+}
+
+QString QAReporter::helpText(int id) const
+{
+    switch (id) {
+    case AllTestsId:
+        return tr("Display complete report");
+    case FailedTestsId:
+        return tr("Display failed tests only");
+    case ReloadId:
+        return tr("Reload the current report");
+    default:
+        break;
+    }
+    const QAction* entry = commandEntry(id);
+    return tr("Show or hide %1", " %1 is the menu item name")
+        .arg(entry ? entry->text() : QString());
+}
+
+void QAReporter::highlighted(int id)
+{
+    StudioInterface* studio = studioOf(s_preference);
+    if (!studio || !m_commandsMenu)
+        return;
+    if (auto* studioWindow = qobject_cast<QMainWindow*>(studio->mainWindow()))
+        studioWindow->statusBar()->showMessage(helpText(id));
+}
+
+void QAReporter::showDock(int)
+{
+    if (!studioOf(s_preference) || !m_commandsMenu)
+        return;
+    if (m_headerDock->isHidden()) {
+        showHeaderDock();
+        m_headerShown = true;
+    } else {
+        removeDockWidget(m_headerDock);
+        m_headerShown = false;
+    }
+    if (QAction* printHeaderEntry = commandEntry(m_printHeaderItemId))
+        printHeaderEntry->setEnabled(m_headerShown);
+}
+
+void QAReporter::print()
+{
+    m_documentView->print();
+}
+
+void QAReporter::copy()
+{
+    m_documentView->copy();
+}
+
+void QAReporter::printHeader()
+{
+    if (m_headerShown)
+        m_headerView->print();
 }

@@ -12,6 +12,7 @@
 class DDocument;
 class DLink;
 class DReportWidget;
+class QAction;
 class QARes;
 class QAReporterData;
 class QAReporterFilter;
@@ -86,7 +87,20 @@ public:
     bool isAnalysed() const { return m_dataAnalysed; }
     bool headerShown() const { return m_headerShown; }
 
+    // The window's commands menu, built on first activation and rebuilt each time it opens.
+    QMenu* commandsMenu() const;
+    QString helpText(int id) const;
+
 public Q_SLOTS:
+    void activated() override;
+    void desactivated() override;
+    void print() override;
+    void copy() override;
+    void printHeader();
+    void updateToolMenu();
+    void highlighted(int id);
+    void typeCheck(int id);
+    void showDock(int id);
     void reload() override;
     void reload(const QString& file);
     void nextKO();
@@ -114,6 +128,9 @@ private Q_SLOTS:
     void applyPrefs();
 
 private:
+    void setupToolBar(bool on);
+    void createToolMenu();
+    QAction* commandEntry(int id) const;
     void makeTagsUnique();
     void showHeaderDock();
 
@@ -132,6 +149,8 @@ private:
     DReportWidget* m_documentView;
     bool m_headerShown = false;
     int m_studioMenuId = -1;
+    int m_showHeaderItemId = 0;
+    int m_printHeaderItemId = 0;
     QPointer<QMenu> m_commandsMenu;
     QARPopupMenu* m_contextPopup;
     QPointer<QARListView> m_outline; // lives in the studio's outline area; destroyed with us

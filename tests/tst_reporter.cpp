@@ -3,6 +3,7 @@
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "folio/ddocument.h"
+#include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
@@ -398,6 +399,79 @@ private Q_SLOTS:
         QCOMPARE(studio().removedMenus, QList<int>({0}));
         studio().window = nullptr;
         QADialogs::install(nullptr);
+    }
+
+    // Links of a report: another result file, a tag, a source file at a line.
+    void linksAreFollowed()
+    {
+        Files files;
+        scriptDialogs();
+        const QString other =
+            files.add(QStringLiteral("other.crc"),
+                      report("otherdoc", "<TAG name='there'/>" + node("o", "R", "ok", 1)));
+        const QString main = files.add(
+            QStringLiteral("main.crc"),
+            "<XROD><DOCUMENT tag='maindoc'>"
+            "<XROD:NODE name='F' type='File' base='/home/p/'><SECTION>"
+            "<PARAGRAPH><LINK target='src/a.c line 12'>a</LINK></PARAGRAPH>"
+            "<XROD:NODE name='R' type='Rule'><SECTION><PARAGRAPH>"
+            "<LINK target='src/b.c line 7'>b</LINK><LINK target='/abs/c.c line 3'>c</LINK>"
+            "<LINK target='plain text'>d</LINK><LINK target='xrdlink://#top'>e</LINK>"
+            "<LINK target='xrdlink://'>f</LINK><LINK target='xrdlink://other.crc#there'>g</LINK>"
+            "</PARAGRAPH></SECTION></XROD:NODE></SECTION></XROD:NODE>"
+            "<PARAGRAPH><LINK target='loose.c line 1'>h</LINK></PARAGRAPH>"
+            "<TAG name='top'/></DOCUMENT></XROD>");
+        QAReporter window(QStringLiteral("Links"), QPixmap());
+        open(window, {main});
+        QHash<QString, DLink*> links;
+        QList<DItem*> pending{window.filter()->filtered().front()->document.get()};
+        while (!pending.isEmpty()) {
+            for (DItem* item = pending.takeLast(); item; item = item->next()) {
+                if (auto* link = dcast<DLink>(item))
+                    links.insert(dcast<DText>(link->firstChild())->text(), link);
+                if (DItemContainer* container = item->asContainer())
+                    pending.append(container->firstChild());
+            }
+        }
+        QCOMPARE(links.size(), 8);
+
+        studio().locations.clear();
+        window.resolveLink(links.value(QStringLiteral("a")));
+        window.resolveLink(links.value(QStringLiteral("b"))); // no base: the parent's
+        window.resolveLink(links.value(QStringLiteral("c")));
+        window.resolveLink(links.value(QStringLiteral("d")));
+        window.resolveLink(links.value(QStringLiteral("h"))); // in no node: unchanged
+        QCOMPARE(studio().locations,
+                 QStringList({"/home/p/src/a.c line 12 3 1", "/home/p/src/b.c line 7 3 1",
+                              "/abs/c.c line 3 3 1", "plain text 3 1", "loose.c line 1 3 1"}));
+
+        window.resolveLink(links.value(QStringLiteral("e"))); // a tag: no reload
+        window.resolveLink(links.value(QStringLiteral("f"))); // nothing at all
+        QCOMPARE(window.fileList(), QStringList({main}));
+        QCOMPARE(window.dataList().size(), size_t(1));
+
+        window.resolveLink(links.value(QStringLiteral("g"))); // another result file, relative
+        QCOMPARE(window.fileList(), QStringList({QFileInfo(main).path() + QDir::separator() +
+                                                 QStringLiteral("other.crc")}));
+        QCOMPARE(window.dataList().size(), size_t(1));
+        QCOMPARE(window.dataList().front()->document->tag(), QStringLiteral("otherdoc"));
+        QVERIFY(QFileInfo(window.fileList().first()) == QFileInfo(other));
+
+        QAReporter empty(QStringLiteral("Empty"), QPixmap());
+        DLink relative(QStringLiteral("xrdlink://other.crc#there"));
+        empty.resolveLink(&relative); // nothing loaded: nothing happens
+        QVERIFY(empty.fileList().isEmpty());
+        QADialogs::install(nullptr);
+    }
+
+    void nodeNamesShowInTheCaption()
+    {
+        QAReporter window(QStringLiteral("T"), QPixmap());
+        window.setNode({QString(), QStringLiteral("suite.module.rules")});
+        QCOMPARE(window.windowTitle(), QStringLiteral("T [rules]"));
+        window.setNode({QStringLiteral("ws"), QString()});
+        QCOMPARE(window.windowTitle(), QStringLiteral("T [rules]"));
+        QCOMPARE(window.node().workspace, QStringLiteral("ws"));
     }
 
     void readingAReportDocument()

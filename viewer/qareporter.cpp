@@ -8,12 +8,14 @@
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
+#include "model/reversesearch.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qaoutputwindow.h"
 #include "sdk/qares.h"
+#include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
@@ -22,6 +24,7 @@
 #include "viewer/qartoolbar.h"
 
 #include <QCloseEvent>
+#include <QDir>
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QHash>
@@ -115,14 +118,14 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
 
     m_contextPopup = new QARPopupMenu(m_outline);
-    m_contextPopup->addAction(tr("&Go to"), this,
-                              [this] { moveDocRaise(m_contextPopup->listItem); });
+    m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
 
     connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
     connect(m_outline, &QTreeWidget::currentItemChanged, this, &QAReporter::selItemChanged);
     connect(this, &QAStViewerWindow::reloadFile, this,
             qOverload<const QString&>(&QAReporter::reload));
     connect(m_headerView, &DReportWidget::activatedLink, this, &QAReporter::activateHeader);
+    connect(m_documentView, &DReportWidget::activatedLink, this, &QAReporter::resolveLink);
     connect(this, &QAReporter::viewUpdated, m_documentView, qOverload<>(&QWidget::update));
     if (s_preference)
         connect(s_preference, &QAReporterPref::preferencesChanged, this, &QAReporter::applyPrefs);
@@ -765,4 +768,98 @@ void QAReporter::printHeader()
 {
     if (m_headerShown)
         m_headerView->print();
+}
+
+// ---- Links, find, node assignment
+
+void QAReporter::gotoMenu()
+{
+    if (m_contextPopup->listItem)
+        moveDoc(m_contextPopup->listItem);
+}
+
+QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
+{
+    if (!m_filter)
+        return nullptr;
+    QList<QAReporterData*> displayed;
+    for (const auto& record : m_filter->filtered())
+        displayed.append(record.get());
+    return ::searchReporterNode(displayed, item);
+}
+
+void QAReporter::resolveLink(DLink* link)
+{
+    if (!link)
+        return;
+    QString target = link->target();
+    const QLatin1String reportScheme("xrdlink://");
+    if (target.startsWith(reportScheme)) {
+        const QString rest = target.mid(reportScheme.size());
+        const qsizetype hash = rest.indexOf(QLatin1Char('#'));
+        QString file = hash < 0 ? rest : rest.left(hash);
+        const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
+        if (!file.isEmpty()) {
+            if (QFileInfo(file).isRelative()) {
+                if (m_dataList.empty())
+                    return;
+                file = QFileInfo(m_dataList.front()->fileName).path() + QDir::separator() + file;
+            }
+            m_fileList = {file};
+            m_dataAnalysed = false;
+            refreshContents();
+        }
+        if (!anchor.isEmpty())
+            scrollToTag(anchor, -1, -1);
+        return;
+    }
+
+    static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
+    const QRegularExpressionMatch match = sourceLine.match(target);
+    if (match.hasMatch()) {
+        const QString file = match.captured(1).trimmed();
+        const QFileInfo info(file);
+        if (file.isEmpty() || (info.isRelative() && !info.exists())) {
+            if (const QAReporterNode* node = searchReporterNode(link))
+                target = node->base + file + QStringLiteral(" line ") + match.captured(2);
+        }
+    }
+    if (StudioInterface* studio = studioOf(s_preference))
+        studio->openLocation(target, 3, true);
+}
+
+void QAReporter::find(const QString& text)
+{
+    static QPointer<QAViewerFindDialog> dialog; // one for all windows
+    delete dialog.data();
+    if (!text.isNull()) {
+        m_findExpression.setPattern(text);
+        findDialogSearch(m_findExpression);
+        return;
+    }
+    StudioInterface* studio = studioOf(s_preference);
+    QWidget* parent = studio ? studio->mainWindow() : nullptr;
+    if (!parent)
+        return;
+    dialog = new QAViewerFindDialog(parent);
+    dialog->setObjectName(QStringLiteral("reporter-find-dialog"));
+    connect(dialog, &QAViewerFindDialog::search, this, &QAReporter::findDialogSearch);
+    dialog->setRegExp(m_findExpression);
+    dialog->exec();
+    if (dialog)
+        m_findExpression = dialog->regExp();
+}
+
+void QAReporter::findDialogSearch(const QRegularExpression& expression)
+{
+    m_documentView->search(expression);
+}
+
+void QAReporter::setNode(const nodeData& node)
+{
+    QAStViewerWindow::setNode(node);
+    if (node.name.isEmpty())
+        return;
+    setWindowTitle(
+        QStringLiteral("%1 [%2]").arg(m_title, node.name.section(QLatin1Char('.'), -1, -1)));
 }

@@ -14,6 +14,8 @@ class DLink;
 class DReportWidget;
 class QAction;
 class QARes;
+class DItem;
+class QAReporterNode;
 class QAReporterData;
 class QAReporterFilter;
 class QAReporterManager;
@@ -58,6 +60,11 @@ public:
     int testFailed() const;
     // Reads one report document; the caller owns it. Null when it cannot be read.
     std::unique_ptr<DDocument> readXrdFile(const QString& path) const;
+
+    // The displayed node whose section holds `item`, or null.
+    QAReporterNode* searchReporterNode(DItem* item) const;
+    // Stores the studio's node and shows its last name in the caption.
+    void setNode(const nodeData& node) override;
 
     // Shows or hides the nodes of `type` (a regular expression matched at the start of types).
     void setTypeVisible(const QString& type, bool visible);
@@ -114,6 +121,10 @@ public Q_SLOTS:
     void moveDocRaise(QTreeWidgetItem* entry);
     void moveDoc(const QString& tag);
     void activateHeader(DLink* link);
+    // Follows a link of a report: another result file, a tag, or a source file at a line.
+    void resolveLink(DLink* link);
+    void gotoMenu();
+    void find(const QString& text = QString()) override;
     void selItemChanged(QTreeWidgetItem* entry);
     void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
     void mainwindowDestroyed();
@@ -126,6 +137,7 @@ protected:
 
 private Q_SLOTS:
     void applyPrefs();
+    void findDialogSearch(const QRegularExpression& expression);
 
 private:
     void setupToolBar(bool on);
@@ -159,6 +171,7 @@ private:
     std::unique_ptr<QAReporterNodeValidator> m_validator;
     QStringList m_typeNames;
     QString m_title;
+    QRegularExpression m_findExpression;
     bool m_typeVisibilityInitialised = false;
     QMap<QString, bool> m_typeVisibility;
     QPointer<QARToolBar> m_toolBar;

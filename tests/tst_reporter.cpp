@@ -8,6 +8,8 @@
 #include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
 #include "sdk/qadialogs.h"
+#include "sdk/qailogmonitor.h"
+#include "sdk/qaiprogressmonitor.h"
 #include "tests/teststudio.h"
 #include "viewer/qareporter.h"
 #include "viewer/qareportermanager.h"
@@ -472,6 +474,110 @@ private Q_SLOTS:
         window.setNode({QStringLiteral("ws"), QString()});
         QCOMPARE(window.windowTitle(), QStringLiteral("T [rules]"));
         QCOMPARE(window.node().workspace, QStringLiteral("ws"));
+    }
+
+    void savingCopiesOfTheReports()
+    {
+        Files files;
+        ScriptedDialogs* dialogs = scriptDialogs();
+        const QString a = files.add(QStringLiteral("a.crc"), report("ra", node("x", "R", "ok", 1)));
+        const QString b =
+            files.add(QStringLiteral("b.crc"),
+                      "<XROD>\n<DOCUMENT tag='rb'>\r\n<TAG name='t'/></DOCUMENT>\n</XROD>");
+        QAReporter window(QStringLiteral("Save"), QPixmap());
+        open(window, {a, b});
+        const QString copy = files.path(QStringLiteral("copy.xrd"));
+        const QString existing = files.add(QStringLiteral("existing.xrd"), "old");
+        // a: cancelled. b: first its own path (refused), then an existing file (not
+        // overwritten), then a new name.
+        dialogs->files = {{}, {b}, {existing}, {copy}};
+        dialogs->buttons = {QMessageBox::Ok, QMessageBox::No};
+        window.saveAs();
+        QCOMPARE(dialogs->asked.size(), 6);
+        QCOMPARE(dialogs->asked.at(2).text,
+                 QStringLiteral(
+                     "Source and destination files are the sames.\nPlease select an other file."));
+        QCOMPARE(dialogs->asked.at(4).text,
+                 QStringLiteral("The file already exists.\nDo you want to overwrite it?"));
+        QFile written(copy);
+        QVERIFY(written.open(QIODevice::ReadOnly));
+        QCOMPARE(written.readAll(),
+                 QByteArray("<XROD>\n<DOCUMENT tag='rb'>\n<TAG name='t'/></DOCUMENT>\n</XROD>\n"));
+        QFile untouched(existing);
+        QVERIFY(untouched.open(QIODevice::ReadOnly));
+        QCOMPARE(untouched.readAll(), QByteArray("old"));
+        QADialogs::install(nullptr);
+    }
+
+    void exportingLinkedPages()
+    {
+        Files files;
+        ScriptedDialogs* dialogs = scriptDialogs();
+        files.add(QStringLiteral("common.xrd"),
+                  "<DOCUMENT tag='c'><LINK target='xrdlink://deeper.xrd#x'>d</LINK>"
+                  "<LINK target='xrdlink://common.xrd'>self</LINK></DOCUMENT>");
+        files.add(QStringLiteral("deeper.xrd"),
+                  "<DOCUMENT tag='d'><LINK target='xrdlink://common.xrd'>back</LINK>"
+                  "<LINK target='xrdlink://missing.xrd'>m</LINK></DOCUMENT>");
+        const QByteArray links =
+            "<PARAGRAPH><LINK target='xrdlink://common.xrd#top'>c</LINK></PARAGRAPH>";
+        const QString a = files.add(
+            QStringLiteral("a.crc"),
+            report("ra", node("pass", "R", "ok", 1) +
+                             "<XROD:NODE name='fail' type='R' state='ko' sum='1'><SECTION>" +
+                             links + "</SECTION></XROD:NODE>"));
+        const QString b =
+            files.add(QStringLiteral("b.crc"),
+                      report("rb", "<XROD:NODE name='f2' type='R' state='ko' sum='1'><SECTION>" +
+                                       links + "</SECTION></XROD:NODE>"));
+        QAReporter window(QStringLiteral("Export"), QPixmap());
+        open(window, {a, b});
+        window.failedtests();
+
+        QTemporaryDir out;
+        struct Log : QAILogMonitor
+        {
+            void logMessage(const QString& message) override { messages.append(message); }
+            QStringList messages;
+        } log;
+        QVERIFY(window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, &log));
+        QStringList pages =
+            QDir(out.path()).entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
+        QCOMPARE(pages,
+                 QStringList({"common.html", "deeper.html", "index.html", "ra.html", "rb.html"}));
+        QFile ra(out.filePath(QStringLiteral("ra.html")));
+        QVERIFY(ra.open(QIODevice::ReadOnly));
+        const QByteArray page = ra.readAll();
+        QVERIFY(page.contains("href=\"common.html#top\""));
+        QVERIFY(!page.contains(">pass<")); // failed-only mode: the passed section is not there
+        QCOMPARE(log.messages.size(), 1);
+        QVERIFY(log.messages.first().contains(QLatin1String("missing.xrd")));
+
+        // Through the command: the directory is asked for; a refusal exports nothing.
+        QTemporaryDir second;
+        dialogs->directories = {QString(), second.path()};
+        window.exportDoc();
+        QVERIFY(QDir(second.path()).entryList(QDir::Files).isEmpty());
+        window.exportDoc();
+        QVERIFY(QFileInfo::exists(second.filePath(QStringLiteral("index.html"))));
+
+        struct Canceled : QAIProgressMonitor
+        {
+            void setTotalSteps(int) override {}
+            void setProgress(int) override {}
+            void setLabelText(const QString&) override {}
+            bool isCanceled() const override { return true; }
+        } canceled;
+        QTemporaryDir third;
+        QVERIFY(!window.exportHTML(third.path(), QStringLiteral("index.html"), &canceled, &log));
+        QVERIFY(QDir(third.path()).entryList(QDir::Files).isEmpty());
+
+        QAReporter idle(QStringLiteral("Idle"), QPixmap());
+        QTemporaryDir fourth;
+        QVERIFY(idle.exportHTML(fourth.path(), QStringLiteral("index.html"), nullptr, &log));
+        QVERIFY(QDir(fourth.path()).entryList(QDir::Files).isEmpty()); // nothing analysed yet
+        window.alltests();
+        QADialogs::install(nullptr);
     }
 
     void readingAReportDocument()

@@ -1,8 +1,10 @@
 #include "viewer/qareporter.h"
 
+#include "export/qareporterhtmlwriter.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "folio/ddocument.h"
+#include "folio/dexporthtml.h"
 #include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 #include "model/qareporterdata.h"
@@ -13,7 +15,9 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qadialogs.h"
+#include "sdk/qailogmonitor.h"
 #include "sdk/qaoutputwindow.h"
+#include "sdk/qaprogressdialog.h"
 #include "sdk/qares.h"
 #include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
@@ -30,6 +34,8 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QMenuBar>
+#include <QSaveFile>
+#include <QSet>
 #include <QStatusBar>
 #include <iostream>
 
@@ -862,4 +868,167 @@ void QAReporter::setNode(const nodeData& node)
         return;
     setWindowTitle(
         QStringLiteral("%1 [%2]").arg(m_title, node.name.section(QLatin1Char('.'), -1, -1)));
+}
+
+// ---- Save as, HTML export
+
+namespace {
+
+QString dialogTitle()
+{
+    StudioInterface* studio = studioOf(QAReporter::preference());
+    return studio ? studio->caption()
+                  : QAReporter::tr("Report", "Default product name to dialogs box.");
+}
+
+} // namespace
+
+void QAReporter::saveAs()
+{
+    const QString title = dialogTitle();
+    for (const auto& record : m_dataList) {
+        while (!saveCopy(record->fileName, title)) {
+        }
+    }
+}
+
+// Asks for a name and copies `source` there; false when the user must be asked again.
+bool QAReporter::saveCopy(const QString& source, const QString& title)
+{
+    const QFileInfo from(source);
+    const QString chosen = QADialogs::current().saveFileName(
+        this, tr("Save %1 Report As", "%1 is the source file name.").arg(from.fileName()),
+        from.absolutePath(), tr("Report File") + QStringLiteral(" (*.xrd)"));
+    if (chosen.isEmpty())
+        return true;
+    const QFileInfo to(chosen);
+    if (from.filePath() == to.filePath()) {
+        QADialogs::warning(
+            this, title,
+            tr("Source and destination files are the sames.\nPlease select an other file."));
+        return false;
+    }
+    if (to.exists() &&
+        QADialogs::current().message(this, QMessageBox::Warning, title,
+                                     tr("The file already exists.\nDo you want to overwrite it?"),
+                                     QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                                     QMessageBox::No) != QMessageBox::Yes)
+        return false;
+
+    QFile input(source);
+    if (!input.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have read permission."));
+        return true;
+    }
+    // Written aside and renamed at the end: a failed copy never leaves half a file behind.
+    QSaveFile output(chosen);
+    if (!output.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have write permission."));
+        return true;
+    }
+    while (!input.atEnd()) {
+        QByteArray line = input.readLine();
+        if (line.endsWith('\n'))
+            line.chop(1);
+        output.write(line);
+        output.write("\n");
+    }
+    if (!output.commit())
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have write permission."));
+    return true;
+}
+
+void QAReporter::exportDoc()
+{
+    StudioInterface* studio = studioOf(s_preference);
+    const QString directory = QADialogs::current().existingDirectory(
+        this, QStringLiteral("Export To Html"),
+        studio ? studio->currentDirectory() : QDir::currentPath());
+    if (directory.isEmpty())
+        return;
+    QAProgressDialog progress(tr("Export Report to HTML files"), tr("Abort"), 100, this);
+    progress.setWindowTitle(dialogTitle());
+    exportHTML(directory, QStringLiteral("index.html"), &progress,
+               studio ? studio->logMonitor() : nullptr);
+}
+
+bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgressMonitor* progress,
+                            QAILogMonitor* log)
+{
+    StudioInterface* studio = studioOf(s_preference);
+    QList<QAReporterData*> reports;
+    for (const auto& record : m_dataList)
+        reports.append(record.get());
+    QList<QAReporterData*> displayed;
+    if (m_filter) {
+        for (const auto& record : m_filter->filtered())
+            displayed.append(record.get());
+    }
+    QAReporterHTMLWriter writer(reports, displayed, progress, log);
+    writer.setBaseForLink(directory);
+    DExportHtml exporter(directory, (studio ? studio->currentDirectory() : QDir::currentPath()) +
+                                        QDir::separator() + QStringLiteral("dhtml.cfg"));
+    if (studio)
+        exporter.setSearchPath(studio->documentSearchPath());
+    exporter.setHTMLWriter(&writer);
+
+    bool canceled = false;
+    QStringList written;
+    for (QAReporterData* record : std::as_const(displayed)) {
+        if (progress && progress->isCanceled()) {
+            canceled = true;
+            break;
+        }
+        if (!record->document)
+            continue;
+        written.append(directory + QDir::separator() + record->document->tag() +
+                       QStringLiteral(".html"));
+        exporter.generate(record->document.get(), progress, log);
+    }
+    if (!canceled && !displayed.isEmpty()) {
+        const QString base = QFileInfo(displayed.first()->fileName).path();
+        const QStringList linked = writer.referencedXrd();
+        writer.setReferencedXrd(written + linked);
+        exportLinkedReports(base, linked, &writer, &exporter, progress, log);
+    }
+    if (m_headerDocument && !canceled)
+        exporter.generate(m_headerDocument.get(), progress, log);
+    return !canceled;
+}
+
+// Writes the pages of the report files `files` links to, pass by pass: each pass writes the
+// files first named by the pages of the pass before, so every reachable file is written once.
+void QAReporter::exportLinkedReports(const QString& directory, QStringList files,
+                                     QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                                     QAIProgressMonitor* progress, QAILogMonitor* log)
+{
+    while (!files.isEmpty()) {
+        const QStringList before = writer->referencedXrd();
+        const QSet<QString> known(before.begin(), before.end());
+        for (QString file : std::as_const(files)) {
+            if (progress && progress->isCanceled())
+                return;
+            if (QFileInfo(file).isRelative())
+                file = directory + QDir::separator() + file;
+            std::unique_ptr<DDocument> document = readXrdFile(file);
+            if (!document) {
+                if (log)
+                    log->logMessage(tr("Unable to open the report file '%1'").arg(file));
+                continue;
+            }
+            document->setTag(QFileInfo(writer->getHtmlFilenameForXrd(file)).baseName());
+            exporter->generate(document.get(), progress, log);
+        }
+        files.clear();
+        for (const QString& file : writer->referencedXrd()) {
+            if (!known.contains(file))
+                files.append(file);
+        }
+    }
 }

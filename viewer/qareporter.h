@@ -12,7 +12,9 @@
 class DDocument;
 class DLink;
 class DReportWidget;
+class DExportHtml;
 class QAction;
+class QAReporterHTMLWriter;
 class QARes;
 class DItem;
 class QAReporterNode;
@@ -60,6 +62,11 @@ public:
     int testFailed() const;
     // Reads one report document; the caller owns it. Null when it cannot be read.
     std::unique_ptr<DDocument> readXrdFile(const QString& path) const;
+
+    // Writes the displayed reports, the report files they link to and the summary as HTML pages
+    // into `directory`; `index` takes no part (the summary is always "index.html").
+    bool exportHTML(const QString& directory, const QString& index, QAIProgressMonitor* progress,
+                    QAILogMonitor* log) override;
 
     // The displayed node whose section holds `item`, or null.
     QAReporterNode* searchReporterNode(DItem* item) const;
@@ -125,6 +132,10 @@ public Q_SLOTS:
     void resolveLink(DLink* link);
     void gotoMenu();
     void find(const QString& text = QString()) override;
+    // Writes a copy of each report under a name the user chooses.
+    void saveAs() override;
+    // Asks for a directory and exports the reports there as HTML pages.
+    void exportDoc() override;
     void selItemChanged(QTreeWidgetItem* entry);
     void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
     void mainwindowDestroyed();
@@ -141,6 +152,10 @@ private Q_SLOTS:
 
 private:
     void setupToolBar(bool on);
+    void exportLinkedReports(const QString& directory, QStringList files,
+                             QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                             QAIProgressMonitor* progress, QAILogMonitor* log);
+    bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;
     void makeTagsUnique();

@@ -38,7 +38,7 @@ public:
     {
         locations.append(QStringLiteral("%1 %2 %3").arg(location).arg(kind).arg(activate));
     }
-    TrackwellInterface* trackwellInterface() const override { return nullptr; }
+    TrackwellInterface* trackwellInterface() const override { return tracker; }
 
     QWidget* window = nullptr;
     QString directory;
@@ -51,4 +51,5 @@ public:
     QStringList progressCalls;
     QList<int> progressSteps;
     QStringList locations;
+    TrackwellInterface* tracker = nullptr;
 };

@@ -10,11 +10,13 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaiprogressmonitor.h"
+#include "sdk/trackwellinterface.h"
 #include "tests/teststudio.h"
 #include "viewer/qareporter.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
+#include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
 #include <QDockWidget>
@@ -371,10 +373,13 @@ private Q_SLOTS:
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
         QCOMPARE(texts, QStringList({"All Test Results", "Failed Tests Only", "-", "Rule", "Metric",
-                                     "-", "Reload", "-", "Show header", "Print Header"}));
+                                     "-", "Reload", "-", "Show header", "Print Header", "-",
+                                     "&Submit Trackwell Report", "-", "Generate HTML"}));
         QVERIFY(menu->actions().at(0)->isChecked());
         QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());
-        QVERIFY(menu->actions().last()->isEnabled()); // two reports: the header shows
+        QAction* printHeaderEntry = menu->actions().at(9);
+        QVERIFY(printHeaderEntry->isEnabled());        // two reports: the header shows
+        QVERIFY(!menu->actions().at(11)->isEnabled()); // the file entry is selected
 
         menu->actions().at(4)->trigger(); // hide Metric
         Q_EMIT menu->aboutToShow();
@@ -385,7 +390,7 @@ private Q_SLOTS:
 
         QCOMPARE(window.helpText(102), QStringLiteral("Reload the current report"));
         QCOMPARE(window.helpText(100), QStringLiteral("Display complete report"));
-        const int printHeaderId = menu->actions().last()->data().toInt();
+        const int printHeaderId = menu->actions().at(9)->data().toInt(); // the menu was rebuilt
         QCOMPARE(window.helpText(printHeaderId), QStringLiteral("Show or hide Print Header"));
         window.highlighted(102);
         QCOMPARE(studioWindow.statusBar()->currentMessage(),
@@ -394,7 +399,7 @@ private Q_SLOTS:
         menu->actions().at(8)->trigger(); // "Show header": the dock goes
         QVERIFY(!window.headerShown());
         QVERIFY(window.headerDock()->isHidden());
-        QVERIFY(!menu->actions().last()->isEnabled());
+        QVERIFY(!menu->actions().at(9)->isEnabled());
 
         window.desactivated();
         QVERIFY(!shared->nextButton()->isEnabled());
@@ -577,6 +582,102 @@ private Q_SLOTS:
         QVERIFY(idle.exportHTML(fourth.path(), QStringLiteral("index.html"), nullptr, &log));
         QVERIFY(QDir(fourth.path()).entryList(QDir::Files).isEmpty()); // nothing analysed yet
         window.alltests();
+        QADialogs::install(nullptr);
+    }
+
+    void submittingADefect()
+    {
+        struct Tracker : TrackwellInterface
+        {
+            quint16 open() override { return step("open", openResult); }
+            quint16 setHeadline(const char* text) override
+            {
+                headline = QString::fromLocal8Bit(text);
+                return step("headline", headlineResult);
+            }
+            quint16 setDescription(const char* text) override
+            {
+                description = QString::fromLocal8Bit(text);
+                return step("description", 1);
+            }
+            quint16 attachFile(const char* label, const char* path) override
+            {
+                attachment =
+                    QString::fromLocal8Bit(label) + QLatin1Char('=') + QString::fromLocal8Bit(path);
+                return step("attach", 1);
+            }
+            quint16 submit(int) override { return step("submit", 1); }
+            const char* getCmdLine() override { return "cmd"; }
+            int activatedCmdLine() const override { return echo; }
+            const char* getErrorMessage() const override { return "broken"; }
+            quint16 step(const char* name, quint16 result)
+            {
+                steps.append(QString::fromLatin1(name));
+                return result;
+            }
+            QStringList steps;
+            QString headline, description, attachment;
+            quint16 openResult = 1, headlineResult = 1;
+            int echo = 0;
+        } tracker;
+
+        Files files;
+        scriptDialogs();
+        const QString a =
+            files.add(QStringLiteral("run.crc"),
+                      report("ra", node("bad", "Rule", "ko", 1) + node("good", "Rule", "ok", 1)));
+        QAReporter window(QStringLiteral("Defects"), QPixmap());
+        open(window, {a});
+        studio().output.clear();
+        window.submitTrackwell(); // no tracker
+        QCOMPARE(studio().output, QStringList({"Submit Defect Report Failed ...\n"}));
+
+        studio().tracker = &tracker;
+        QARListView* outline = window.outline();
+        QTreeWidgetItem* file = outline->topLevelItem(0);
+        outline->setCurrentItem(file);
+        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
+        QVERIFY(!window.submitEntry()->isEnabled()); // a whole file cannot be filed
+        outline->setCurrentItem(file->child(1));
+        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
+        QVERIFY(window.submitEntry()->isEnabled());
+        outline->setCurrentItem(file->child(0));
+        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Defect Report"));
+
+        studio().output.clear();
+        window.submitTrackwell();
+        QCOMPARE(tracker.steps,
+                 QStringList({"open", "headline", "description", "attach", "submit"}));
+        QCOMPARE(tracker.headline, QStringLiteral("teststudiorun.crc:bad"));
+        QCOMPARE(tracker.description,
+                 QStringLiteral("Report file:  run.crc Item failed:  bad Item type:   Rule "));
+        QCOMPARE(tracker.attachment, QStringLiteral("Report File=") +
+                                         QDir::toNativeSeparators(QFileInfo(a).absoluteFilePath()));
+        QCOMPARE(studio().output, QStringList({"Submit Defect Report ...\n"}));
+
+        window.setNode({QString(), QStringLiteral("suite.test")});
+        tracker.steps.clear();
+        tracker.headlineResult = 0;
+        tracker.echo = 1;
+        studio().output.clear();
+        window.submitTrackwell();
+        QCOMPARE(tracker.steps,
+                 QStringList({"open", "headline", "description", "attach", "submit"}));
+        QVERIFY(tracker.description.startsWith(QLatin1String("Test:       suite.test ")));
+        QCOMPARE(tracker.headline, QStringLiteral("teststudiosuite.test:run.crc:bad"));
+        QCOMPARE(studio().output,
+                 QStringList({"Submit Defect Report ...\n", "cmd\n", "cmd\n", "Warning ...\n",
+                              "broken\n", "cmd\n", "cmd\n", "cmd\n"}));
+
+        tracker.steps.clear();
+        tracker.openResult = 0;
+        tracker.echo = 0;
+        studio().output.clear();
+        window.submitTrackwell();
+        QCOMPARE(tracker.steps, QStringList({"open"}));
+        QCOMPARE(studio().output,
+                 QStringList({"Submit Defect Report ...\n", "broken\n", "Stopped.\n"}));
+        studio().tracker = nullptr;
         QADialogs::install(nullptr);
     }
 

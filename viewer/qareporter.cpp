@@ -21,6 +21,7 @@
 #include "sdk/qares.h"
 #include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
+#include "sdk/trackwellinterface.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
@@ -125,8 +126,10 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
 
     m_contextPopup = new QARPopupMenu(m_outline);
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
+    m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
+                                              &QAReporter::submitTrackwell);
 
-    connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
+    connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::contextMenu);
     connect(m_outline, &QTreeWidget::currentItemChanged, this, &QAReporter::selItemChanged);
     connect(this, &QAStViewerWindow::reloadFile, this,
             qOverload<const QString&>(&QAReporter::reload));
@@ -547,13 +550,27 @@ void QAReporter::activateHeader(DLink* link)
 
 void QAReporter::selItemChanged(QTreeWidgetItem* entry)
 {
+    if (!s_preference || !studioOf(s_preference))
+        return;
     m_currentItem = entry;
+    updateSubmitEntry(m_submitEntry, entry);
 }
 
-void QAReporter::showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+// A failed entry is filed as a defect, another as a report; a whole file cannot be filed.
+void QAReporter::updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const
 {
+    const auto* outlineEntry = dynamic_cast<const QARListViewItem*>(item);
+    entry->setText(outlineEntry && outlineEntry->ko ? tr("&Submit Trackwell Defect Report")
+                                                    : tr("&Submit Trackwell Report"));
+    entry->setEnabled(item && item->parent());
+}
+
+void QAReporter::contextMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+{
+    m_contextPopup->listItem = nullptr;
     if (!entry)
         return;
+    updateSubmitEntry(m_submitEntry, entry);
     m_contextPopup->listItem = entry;
     m_contextPopup->popup(position);
 }
@@ -583,7 +600,8 @@ enum CommandId
 {
     AllTestsId = 100,
     FailedTestsId = 101,
-    ReloadId = 102
+    ReloadId = 102,
+    GenerateHtmlId = 105
 };
 } // namespace
 
@@ -698,6 +716,12 @@ void QAReporter::updateToolMenu()
     QAction* printHeaderEntry =
         addEntry(tr("Print Header"), m_printHeaderItemId, &QAReporter::printHeader);
     printHeaderEntry->setEnabled(m_headerShown);
+    m_commandsMenu->addSeparator();
+    QAction* submit = addEntry(QString(), nextId++, &QAReporter::submitTrackwell);
+    updateSubmitEntry(submit, m_currentItem);
+    submit->setEnabled(submit->isEnabled() && loaded);
+    m_commandsMenu->addSeparator();
+    addEntry(tr("Generate HTML"), GenerateHtmlId, &QAReporter::exportDoc);
 }
 
 QAction* QAReporter::commandEntry(int id) const
@@ -728,6 +752,8 @@ QString QAReporter::helpText(int id) const
         return tr("Display failed tests only");
     case ReloadId:
         return tr("Reload the current report");
+    case GenerateHtmlId:
+        return tr("Generate the viewer's content to a HTML file");
     default:
         break;
     }
@@ -1030,5 +1056,93 @@ void QAReporter::exportLinkedReports(const QString& directory, QStringList files
             if (!known.contains(file))
                 files.append(file);
         }
+    }
+}
+
+// ---- Defect submission
+
+void QAReporter::submitTrackwell()
+{
+    StudioInterface* studio = studioOf(s_preference);
+    if (!studio)
+        return;
+    QAOutputWindow* output = studio->outputWindow();
+    studio->activateOutput();
+    const auto log = [output](const QString& text) {
+        if (output)
+            output->appendOutput(text);
+    };
+    TrackwellInterface* tracker = studio->trackwellInterface();
+    if (!tracker) {
+        log(tr("Submit Defect Report Failed ...\n"));
+        return;
+    }
+    log(tr("Submit Defect Report ...\n"));
+    const nodeData studioNode = node();
+    const auto* entry = dynamic_cast<const QARListViewItem*>(m_currentItem);
+    if (!entry) {
+        log(tr("No nodes selected\n"));
+        log(tr("Stopped.\n"));
+        return;
+    }
+    if (!entry->item) {
+        log(tr("Can't find data\n"));
+        log(tr("Stopped.\n"));
+        return;
+    }
+    const QTreeWidgetItem* top = entry;
+    while (top->parent())
+        top = top->parent();
+    const auto* reportEntry = static_cast<const QARListViewItem*>(top);
+
+    QString headline = studio->caption();
+    QString description;
+    if (!studioNode.name.isEmpty()) {
+        if (!studioNode.workspace.isEmpty()) {
+            headline += studioNode.workspace + QLatin1Char(':');
+            description += tr("Workspace:  ") + studioNode.workspace + QLatin1Char(' ');
+        }
+        headline += studioNode.name + QLatin1Char(':');
+        description += tr("Test:       ") + studioNode.name + QLatin1Char(' ');
+    }
+    headline += reportEntry->text(0) + QLatin1Char(':') + entry->text(0);
+    description += tr("Report file:  ") + reportEntry->text(0) + QLatin1Char(' ');
+    description += tr("Item failed:  ", "Current node failed to Submit Defect Report") +
+                   entry->text(0) + QLatin1Char(' ');
+    description += tr("Item type:   ", "Current node type to Submit Defect Report") +
+                   (entry->node ? entry->node->type : QString()) + QLatin1Char(' ');
+    const QString label = tr("Report File");
+    const QString path = QDir::toNativeSeparators(reportEntry->fileInfo.absoluteFilePath());
+
+    const auto echo = [&] {
+        if (tracker->activatedCmdLine() && output)
+            log(QString::fromLocal8Bit(tracker->getCmdLine()) + QLatin1Char('\n'));
+    };
+    const auto error = [&] {
+        log(QString::fromLocal8Bit(tracker->getErrorMessage()) + QLatin1Char('\n'));
+    };
+    const auto warnIfFailed = [&](quint16 result) {
+        echo();
+        if (!result) {
+            log(tr("Warning ...\n"));
+            error();
+        }
+    };
+    const quint16 opened = tracker->open();
+    echo();
+    if (!opened) {
+        error();
+        log(tr("Stopped.\n"));
+        return;
+    }
+    warnIfFailed(tracker->setHeadline(headline.toLocal8Bit().constData()));
+    warnIfFailed(tracker->setDescription(description.toLocal8Bit().constData()));
+    warnIfFailed(
+        tracker->attachFile(label.toLocal8Bit().constData(), path.toLocal8Bit().constData()));
+    const quint16 submitted = tracker->submit(0);
+    echo();
+    if (!submitted) {
+        error();
+        log(tr("Stopped.\n"));
     }
 }

@@ -103,6 +103,8 @@ public:
 
     // The window's commands menu, built on first activation and rebuilt each time it opens.
     QMenu* commandsMenu() const;
+    QARPopupMenu* contextPopup() const { return m_contextPopup; }
+    QAction* submitEntry() const { return m_submitEntry; }
     QString helpText(int id) const;
 
 public Q_SLOTS:
@@ -131,13 +133,15 @@ public Q_SLOTS:
     // Follows a link of a report: another result file, a tag, or a source file at a line.
     void resolveLink(DLink* link);
     void gotoMenu();
+    // Files the selected outline entry in the studio's defect tracker.
+    void submitTrackwell();
     void find(const QString& text = QString()) override;
     // Writes a copy of each report under a name the user chooses.
     void saveAs() override;
     // Asks for a directory and exports the reports there as HTML pages.
     void exportDoc() override;
     void selItemChanged(QTreeWidgetItem* entry);
-    void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
+    void contextMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
     void mainwindowDestroyed();
 
 Q_SIGNALS:
@@ -159,6 +163,7 @@ private:
     void createToolMenu();
     QAction* commandEntry(int id) const;
     void makeTagsUnique();
+    void updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const;
     void showHeaderDock();
 
     static QAReporterPref* s_preference;
@@ -180,6 +185,7 @@ private:
     int m_printHeaderItemId = 0;
     QPointer<QMenu> m_commandsMenu;
     QARPopupMenu* m_contextPopup;
+    QAction* m_submitEntry;          // the context menu's submission entry
     QPointer<QARListView> m_outline; // lives in the studio's outline area; destroyed with us
     std::vector<std::unique_ptr<QAReporterData>> m_dataList;
     std::unique_ptr<QAReporterFilter> m_filter;

@@ -6,10 +6,39 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <iostream>
+#include <vector>
+
+namespace {
+
+// Qt's own command line knows "-plugin" (and "--plugin") as one of its options: ours is taken out
+// before the application sees the arguments. Returns the path given, or an empty string.
+QString takePluginArgument(std::vector<char*>& arguments)
+{
+    QString path;
+    for (size_t i = 1; i < arguments.size();) {
+        const QByteArray argument(arguments[i]);
+        if (argument == "--plugin" && i + 1 < arguments.size()) {
+            path = QString::fromLocal8Bit(arguments[i + 1]);
+            arguments.erase(arguments.begin() + i, arguments.begin() + i + 2);
+        } else if (argument.startsWith("--plugin=")) {
+            path = QString::fromLocal8Bit(argument.mid(9));
+            arguments.erase(arguments.begin() + i);
+        } else {
+            ++i;
+        }
+    }
+    return path;
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
-    QApplication app(argc, argv);
+    std::vector<char*> arguments(argv, argv + argc);
+    QString pluginPath = takePluginArgument(arguments);
+    int count = int(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication app(count, arguments.data());
     QCoreApplication::setApplicationName(QStringLiteral("crcstudio"));
     QApplication::setDesktopFileName(QStringLiteral("crcstudio"));
 
@@ -31,7 +60,6 @@ int main(int argc, char** argv)
                                  QStringLiteral("[FILE...]"));
     parser.process(app);
 
-    QString pluginPath = parser.value(pluginOption);
     if (pluginPath.isEmpty())
         pluginPath = qEnvironmentVariable("CRCSTUDIO_PLUGIN");
     if (pluginPath.isEmpty())
@@ -43,7 +71,9 @@ int main(int argc, char** argv)
     StudioMainWindow window(pluginPath, settingsPath);
     if (!window.plugin()) {
         std::cerr << "crcstudio: " << window.pluginError().toLocal8Bit().constData() << "\n";
-        QADialogs::warning(nullptr, window.caption(), window.pluginError());
+        // Only a screen someone looks at gets the message box: a headless run would wait forever.
+        if (QGuiApplication::platformName() != QLatin1String("offscreen"))
+            QADialogs::warning(nullptr, window.caption(), window.pluginError());
         return 1;
     }
     window.show();

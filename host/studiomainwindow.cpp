@@ -81,8 +81,13 @@ StudioMainWindow::~StudioMainWindow()
 {
     // The tabs go first, while this window is whole: their windows may still call the studio.
     m_tabs->disconnect(this);
-    for (const QPointer<QAStViewerWindow>& viewer : m_viewers)
-        delete viewer.data();
+    const std::vector<QPointer<QAStViewerWindow>> viewers = std::move(m_viewers);
+    for (const QPointer<QAStViewerWindow>& viewer : viewers) {
+        if (viewer) {
+            viewer->disconnect(this);
+            delete viewer.data();
+        }
+    }
     delete m_tabs;
 }
 

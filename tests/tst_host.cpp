@@ -84,6 +84,7 @@ int restartedStudio(const QString& settings)
     std::cout << "depth=" << depthSpin()->value() << "\n";
     dialog->reject();
     std::cout << "output=" << studio.output()->contents().toStdString() << "\n";
+    studio.openFiles({example("rules-core.crc")}); // quitting with a window open
     studio.close();
     return 0;
 }
@@ -147,6 +148,7 @@ private Q_SLOTS:
 
     void cleanupTestCase()
     {
+        m_studio->openFiles({example("rules-core.crc"), example("security-audit.crc")});
         m_studio->close();
         m_studio.reset();
     }

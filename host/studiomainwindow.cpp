@@ -64,6 +64,8 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
 
     m_output = new OutputDock(this);
     addDockWidget(Qt::BottomDockWidgetArea, m_output);
+    resizeDocks({m_outlineDock}, {280}, Qt::Horizontal);
+    resizeDocks({m_output}, {120}, Qt::Vertical);
 
     m_progress = new ProgressPanel(statusBar());
     statusBar()->addPermanentWidget(m_progress);
@@ -188,7 +190,8 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
             return nullptr;
         addViewer(viewer, fresh);
         shown = viewer;
-        statusBar()->showMessage(tr("%n file(s) opened", nullptr, int(fresh.size())), 5000);
+        statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
+                                 5000);
     }
     if (shown)
         m_tabs->setCurrentWidget(shown);
@@ -207,11 +210,18 @@ void StudioMainWindow::addViewer(QAStViewerWindow* viewer, const QStringList& fi
     });
     if (QWidget* outline = viewer->contentOutlineWidget())
         m_outlines->addWidget(outline); // the viewer deletes it; the stack then lets it go
-    const int index = m_tabs->addTab(viewer, viewer->windowIcon(), viewer->windowTitle());
+    // The tab names the files; its tip gives the viewer's title and the whole paths.
     QStringList names;
-    for (const QString& file : files)
-        names.append(QDir::toNativeSeparators(file));
-    m_tabs->setTabToolTip(index, names.join(QLatin1Char('\n')));
+    QStringList paths{viewer->windowTitle()};
+    for (const QString& file : files) {
+        names.append(QFileInfo(file).fileName());
+        paths.append(QDir::toNativeSeparators(file));
+    }
+    const QString label = names.size() <= 2
+                              ? names.join(QStringLiteral(", "))
+                              : tr("%1 and %2 more").arg(names.first()).arg(names.size() - 1);
+    const int index = m_tabs->addTab(viewer, viewer->windowIcon(), label);
+    m_tabs->setTabToolTip(index, paths.join(QLatin1Char('\n')));
 }
 
 void StudioMainWindow::openWithDialog()

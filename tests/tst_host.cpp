@@ -197,6 +197,8 @@ private Q_SLOTS:
             m_studio->openFiles({example("rules-core.crc"), example("rules-gui.crc")});
         QVERIFY(pair);
         QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(m_studio->tabs()->tabText(0), QStringLiteral("rules-core.crc, rules-gui.crc"));
+        QVERIFY(m_studio->tabs()->tabToolTip(0).contains(example("rules-gui.crc")));
         QVERIFY(!pair->isWindow()); // a page of the tabs
         QCOMPARE(m_studio->plugin()->openedWindow(example("rules-gui.crc")), pair);
 
@@ -229,7 +231,12 @@ private Q_SLOTS:
         data.setUrls(
             {QUrl::fromLocalFile(copy), QUrl::fromLocalFile(example("metrics-detail.xrd"))});
         QCOMPARE(m_studio->droppedFiles(data), QStringList{copy});
-        m_studio->openFiles(m_studio->droppedFiles(data));
+        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton,
+                              Qt::NoModifier);
+        QApplication::sendEvent(m_studio.get(), &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(m_studio.get(), &drop);
         QCOMPARE(m_studio->tabs()->count(), 3);
         QCOMPARE(m_studio->plugin()->openedWindow(copy), m_studio->activeViewer());
         QVERIFY(!m_studio->plugin()->openedWindow(example("metrics-detail.xrd")));
@@ -391,6 +398,15 @@ private Q_SLOTS:
         // Past the end: the last line.
         m_studio->openLocation(m_dir.filePath(QStringLiteral("long.c line 9999")), 3, false);
         QCOMPARE(source->highlightedLine(), 201); // the empty line after the last line feed
+
+        // The last " line N" is the line: a file name may hold the word.
+        QVERIFY(writeFile(m_dir.filePath(QStringLiteral("a line b.c")), "one\ntwo\n"));
+        m_studio->openLocation(QStringLiteral("  a line b.c line 2 "), 3, true);
+        QVERIFY(m_studio->activeSource() && m_studio->activeSource() != source);
+        QCOMPARE(m_studio->activeSource()->path(), m_dir.filePath(QStringLiteral("a line b.c")));
+        QCOMPARE(m_studio->activeSource()->highlightedLine(), 2);
+        Q_EMIT m_studio->tabs()->tabCloseRequested(m_studio->tabs()->currentIndex());
+        QCOMPARE(m_studio->tabs()->count(), tabs);
 
         const QString missing = m_dir.filePath(QStringLiteral("gone.c"));
         m_studio->openLocation(missing + QStringLiteral(" line 3"), 3, true);

@@ -188,10 +188,20 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
         QAStViewerWindow* viewer = plugin()->create(fresh, this, nullptr);
         if (!viewer)
             return nullptr;
-        addViewer(viewer, fresh);
-        shown = viewer;
-        statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
-                                 5000);
+        // The plug-in has told the user what it could not read; a window left with nothing
+        // to show is not kept.
+        const bool showsAny = std::any_of(fresh.begin(), fresh.end(), [&](const QString& file) {
+            return plugin()->openedWindow(file) == viewer;
+        });
+        if (showsAny) {
+            addViewer(viewer, fresh);
+            shown = viewer;
+            statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
+                                     5000);
+        } else {
+            delete viewer;
+            statusBar()->showMessage(tr("Nothing could be opened"), 5000);
+        }
     }
     if (shown)
         m_tabs->setCurrentWidget(shown);

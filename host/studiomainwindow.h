@@ -57,7 +57,8 @@ public:
     const QString& pluginError() const { return m_pluginError; }
 
     // Shows `files` in one viewer window. Files already shown elsewhere are left out; when no
-    // file is left, the window that shows the first one comes forward. Returns the window shown.
+    // file is left, the window that shows the first one comes forward. A window that could read
+    // none of its files is dropped. Returns the window shown, or null.
     QAStViewerWindow* openFiles(const QStringList& files);
     // Asks for files with the plug-in's filters and opens them.
     void openWithDialog();

@@ -224,6 +224,16 @@ private Q_SLOTS:
         m_studio->openWithDialog(); // cancelled: nothing happens
         QCOMPARE(m_studio->tabs()->count(), 2);
 
+        // Files that cannot be read: the plug-in says so, and no empty tab is left behind.
+        const QString broken = m_dir.filePath(QStringLiteral("broken.crc"));
+        QVERIFY(writeFile(broken, "<XROD><DOCUMENT>"));
+        m_dialogs->asked.clear();
+        QVERIFY(!m_studio->openFiles({broken, m_dir.filePath(QStringLiteral("missing.crc"))}));
+        QCOMPARE(m_dialogs->asked.size(), 1);
+        QVERIFY(m_dialogs->asked.first().text.contains(QLatin1String("missing.crc")));
+        QCOMPARE(m_studio->tabs()->count(), 2);
+        QCOMPARE(m_studio->activeViewer(), audit);
+
         // Dropped files: only result files are taken.
         const QString copy = m_dir.filePath(QStringLiteral("dropped.crc"));
         QVERIFY(QFile::copy(example("rules-core.crc"), copy));

@@ -26,6 +26,7 @@
 #include <QStatusBar>
 #include <QTabWidget>
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -83,12 +84,11 @@ StudioMainWindow::~StudioMainWindow()
 {
     // The tabs go first, while this window is whole: their windows may still call the studio.
     m_tabs->disconnect(this);
-    const std::vector<QPointer<QAStViewerWindow>> viewers = std::move(m_viewers);
-    for (const QPointer<QAStViewerWindow>& viewer : viewers) {
-        if (viewer) {
-            viewer->disconnect(this);
-            delete viewer.data();
-        }
+    const QList<QAStViewerWindow*> viewers = std::exchange(m_viewers, {});
+    m_active = nullptr;
+    for (QAStViewerWindow* viewer : viewers) {
+        viewer->disconnect(this);
+        delete viewer;
     }
     delete m_tabs;
 }
@@ -211,11 +211,13 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
 void StudioMainWindow::addViewer(QAStViewerWindow* viewer, const QStringList& files)
 {
     viewer->setWindowFlags(Qt::Widget); // a page of the tabs, not a window of its own
-    m_viewers.emplace_back(viewer);
-    connect(viewer, &QObject::destroyed, this, [this] {
-        m_viewers.erase(std::remove_if(m_viewers.begin(), m_viewers.end(),
-                                       [](const QPointer<QAStViewerWindow>& v) { return !v; }),
-                        m_viewers.end());
+    m_viewers.append(viewer);
+    // Only the QObject is left of it by now: it is compared, never used.
+    connect(viewer, &QObject::destroyed, this, [this](QObject* gone) {
+        m_viewers.removeIf(
+            [gone](QAStViewerWindow* v) { return static_cast<QObject*>(v) == gone; });
+        if (static_cast<QObject*>(m_active) == gone)
+            m_active = nullptr;
         updateCommands();
     });
     if (QWidget* outline = viewer->contentOutlineWidget())
@@ -247,8 +249,8 @@ void StudioMainWindow::openWithDialog()
 QAStViewerWindow* StudioMainWindow::activeViewer() const
 {
     QWidget* page = m_tabs->currentWidget();
-    for (const QPointer<QAStViewerWindow>& viewer : m_viewers) {
-        if (viewer && viewer.data() == page)
+    for (QAStViewerWindow* viewer : m_viewers) {
+        if (viewer == page)
             return viewer;
     }
     return nullptr;
@@ -258,8 +260,8 @@ QList<QAStViewerWindow*> StudioMainWindow::viewers() const
 {
     QList<QAStViewerWindow*> inTabOrder;
     for (int i = 0; i < m_tabs->count(); ++i) {
-        for (const QPointer<QAStViewerWindow>& viewer : m_viewers) {
-            if (viewer && viewer.data() == m_tabs->widget(i))
+        for (QAStViewerWindow* viewer : m_viewers) {
+            if (viewer == m_tabs->widget(i))
                 inTabOrder.append(viewer);
         }
     }
@@ -299,18 +301,17 @@ void StudioMainWindow::closeTab(int index)
     QWidget* page = m_tabs->widget(index);
     if (!page)
         return;
-    for (const QPointer<QAStViewerWindow>& viewer : m_viewers) {
-        if (viewer.data() == page) {
+    for (QAStViewerWindow* viewer : m_viewers) {
+        if (viewer == page) {
             if (!viewer->canClose())
                 return;
             if (m_active == viewer) {
                 // It leaves the studio: it takes its menu away in its close event, as active.
                 m_active = nullptr;
             }
-            QAStViewerWindow* closing = viewer;
-            closing->close();
-            if (!closing->testAttribute(Qt::WA_DeleteOnClose))
-                closing->deleteLater();
+            viewer->close();
+            if (!viewer->testAttribute(Qt::WA_DeleteOnClose))
+                viewer->deleteLater();
             m_tabs->removeTab(m_tabs->indexOf(page));
             return;
         }

@@ -8,7 +8,6 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <memory>
-#include <vector>
 
 class OutputDock;
 class PluginLibrary;
@@ -138,8 +137,10 @@ private:
     ProgressPanel* m_progress;
     QMenu* m_toolsMenu = nullptr;
     QAction* m_commands[CommandCount] = {};
-    QPointer<QAStViewerWindow> m_active; // the viewer that was last told activated()
-    std::vector<QPointer<QAStViewerWindow>> m_viewers;
+    // The viewer windows are not ours: each deletes itself when closed (the tabs hold it until
+    // then), and leaves these lists when it is destroyed.
+    QAStViewerWindow* m_active = nullptr; // the viewer that was last told activated()
+    QList<QAStViewerWindow*> m_viewers;
     QHash<int, QPointer<QMenu>> m_pluginMenus;
     int m_nextMenuId = 1;
     QPointer<PreferencesDialog> m_preferences;

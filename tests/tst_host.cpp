@@ -67,11 +67,6 @@ QSpinBox* depthSpin()
     return QAReporter::preference()->general->depthSpin;
 }
 
-QDialogButtonBox* buttonsOf(PreferencesDialog* dialog)
-{
-    return dialog->buttons();
-}
-
 // The plug-in keeps its state for the whole process, bound to the first studio: a restart of the
 // studio is a new process. This one shows what a fresh studio made of a settings file, then quits
 // as a user would.
@@ -455,18 +450,18 @@ private Q_SLOTS:
         const int before = QAReporter::preference()->general->autoDepth;
         const int chosen = before == 2 ? 3 : 2;
         depthSpin()->setValue(chosen);
-        buttonsOf(dialog)->button(QDialogButtonBox::Apply)->click();
+        dialog->buttons()->button(QDialogButtonBox::Apply)->click();
         QCOMPARE(QAReporter::preference()->general->autoDepth, chosen);
         QCOMPARE(changed.size(), 1);
-        buttonsOf(dialog)->button(QDialogButtonBox::RestoreDefaults)->click();
+        dialog->buttons()->button(QDialogButtonBox::RestoreDefaults)->click();
         QCOMPARE(depthSpin()->value(), 4);
-        buttonsOf(dialog)->button(QDialogButtonBox::Cancel)->click();
+        dialog->buttons()->button(QDialogButtonBox::Cancel)->click();
         QTRY_VERIFY(dialog.isNull());
         QCOMPARE(changed.size(), 1);
 
         dialog = m_studio->showPreferences();
         depthSpin()->setValue(chosen);
-        buttonsOf(dialog)->button(QDialogButtonBox::Ok)->click();
+        dialog->buttons()->button(QDialogButtonBox::Ok)->click();
         QTRY_VERIFY(dialog.isNull());
         QCOMPARE(QAReporter::preference()->general->autoDepth, chosen);
         QCOMPARE(changed.size(), 2);
@@ -492,6 +487,13 @@ private Q_SLOTS:
         QVERIFY2(fresh.contains(QLatin1String("depth=4\n")), qPrintable(fresh));
         QVERIFY2(fresh.contains(broken + QStringLiteral(":3")), qPrintable(fresh));
         QCOMPARE(readFile(broken), garbage); // quitting did not overwrite it
+
+        // Quitting writes the settings of a readable file, the defaults included.
+        const QString bare = m_dir.filePath(QStringLiteral("bare.xml"));
+        QVERIFY(writeFile(bare, "<resources version=\"1\"/>\n"));
+        const QString quit = runChild({QStringLiteral("--restarted"), bare});
+        QVERIFY2(quit.contains(QLatin1String("depth=4\n")), qPrintable(quit));
+        QVERIFY(readFile(bare).contains("<int name=\"auto_depth\" value=\"4\"/>"));
     }
 };
 

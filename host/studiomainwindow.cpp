@@ -289,6 +289,7 @@ void StudioMainWindow::currentTabChanged(int)
         if (viewer)
             viewer->activated();
     }
+    // A viewer may make its outline only once it has something to show.
     QWidget* outline = viewer ? viewer->contentOutlineWidget() : nullptr;
     if (outline && m_outlines->indexOf(outline) < 0)
         m_outlines->addWidget(outline);

@@ -1,0 +1,82 @@
+// crcstudio: a desktop studio that loads the code review viewer plug-in and shows result files.
+
+#include "host/studiomainwindow.h"
+#include "sdk/qadialogs.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <iostream>
+#include <vector>
+
+namespace {
+
+// Qt's own command line knows "-plugin" (and "--plugin") as one of its options: ours is taken out
+// before the application sees the arguments. Returns the path given, or an empty string.
+QString takePluginArgument(std::vector<char*>& arguments)
+{
+    QString path;
+    for (size_t i = 1; i < arguments.size();) {
+        const QByteArray argument(arguments[i]);
+        if (argument == "--plugin" && i + 1 < arguments.size()) {
+            path = QString::fromLocal8Bit(arguments[i + 1]);
+            arguments.erase(arguments.begin() + i, arguments.begin() + i + 2);
+        } else if (argument.startsWith("--plugin=")) {
+            path = QString::fromLocal8Bit(argument.mid(9));
+            arguments.erase(arguments.begin() + i);
+        } else {
+            ++i;
+        }
+    }
+    return path;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<char*> arguments(argv, argv + argc);
+    QString pluginPath = takePluginArgument(arguments);
+    int count = int(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication app(count, arguments.data());
+    QCoreApplication::setApplicationName(QStringLiteral("crcstudio"));
+    QApplication::setDesktopFileName(QStringLiteral("crcstudio"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Shows code review result files."));
+    parser.addHelpOption();
+    const QCommandLineOption pluginOption(
+        QStringLiteral("plugin"),
+        QStringLiteral("The viewer plug-in library (default: $CRCSTUDIO_PLUGIN, else %1).")
+            .arg(StudioMainWindow::defaultPluginPath()),
+        QStringLiteral("PATH"));
+    const QCommandLineOption settingsOption(QStringLiteral("settings"),
+                                            QStringLiteral("The settings file (default: %1).")
+                                                .arg(StudioMainWindow::defaultSettingsPath()),
+                                            QStringLiteral("FILE"));
+    parser.addOption(pluginOption);
+    parser.addOption(settingsOption);
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Result files to open."),
+                                 QStringLiteral("[FILE...]"));
+    parser.process(app);
+
+    if (pluginPath.isEmpty())
+        pluginPath = qEnvironmentVariable("CRCSTUDIO_PLUGIN");
+    if (pluginPath.isEmpty())
+        pluginPath = StudioMainWindow::defaultPluginPath();
+    const QString settingsPath = parser.isSet(settingsOption)
+                                     ? parser.value(settingsOption)
+                                     : StudioMainWindow::defaultSettingsPath();
+
+    StudioMainWindow window(pluginPath, settingsPath);
+    if (!window.plugin()) {
+        std::cerr << "crcstudio: " << window.pluginError().toLocal8Bit().constData() << "\n";
+        // Only a screen someone looks at gets the message box: a headless run would wait forever.
+        if (QGuiApplication::platformName() != QLatin1String("offscreen"))
+            QADialogs::warning(nullptr, window.caption(), window.pluginError());
+        return 1;
+    }
+    window.show();
+    window.openFiles(parser.positionalArguments());
+    return app.exec();
+}

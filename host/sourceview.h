@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QPlainTextEdit>
+#include <memory>
+
+// A source file shown read-only, with one line highlighted.
+class SourceView : public QPlainTextEdit
+{
+    Q_OBJECT
+
+public:
+    // The file at `path`, or null with `error` saying why it cannot be shown.
+    static std::unique_ptr<SourceView> open(const QString& path, QString* error);
+
+    const QString& path() const { return m_path; }
+    // Highlights line `line` (from 1) and scrolls it into view; lines past the end go to the last.
+    void showLine(int line);
+    int highlightedLine() const { return m_line; }
+
+private:
+    explicit SourceView(const QString& path);
+
+    QString m_path;
+    int m_line = 0;
+};

@@ -7,6 +7,7 @@
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
 #include "sdk/qadialogs.h"
+#include "sdk/qailogmonitor.h"
 #include "viewer/qareporter.h"
 
 #include <QApplication>
@@ -26,6 +27,7 @@ int usage()
 {
     std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
                  "       crcview summary [--node NAME] [--check] FILE...\n"
+                 "       crcview export [--failed] DIRECTORY FILE...\n"
                  "  dump              print every result node of FILE, its types and totals\n"
                  "  --count           print only the number of nodes and the totals\n"
                  "  --failed          keep only failed nodes (and nodes without a verdict)\n"
@@ -36,7 +38,10 @@ int usage()
                  "                    counts; files that cannot be read are listed on standard\n"
                  "                    error (exit status 2)\n"
                  "  --node NAME       name the test node in the summary\n"
-                 "  --check           exit status 1 when any test failed\n";
+                 "  --check           exit status 1 when any test failed\n"
+                 "  export            write the reports, the report files they link to and the\n"
+                 "                    summary as linked HTML pages into DIRECTORY; prints the\n"
+                 "                    path of index.html\n";
     return exitUsage;
 }
 
@@ -175,11 +180,62 @@ int summary(const QStringList& arguments)
     return check && window.testFailed() > 0 ? exitFailedTests : 0;
 }
 
+// Log messages of an export, on standard error.
+class ErrorLog : public QAILogMonitor
+{
+public:
+    void logMessage(const QString& message) override
+    {
+        std::cerr << message.toLocal8Bit().constData() << "\n";
+        ++count;
+    }
+    int count = 0;
+};
+
+// Opens the files in a viewer window without a display and exports them as HTML pages.
+int exportPages(const QStringList& arguments)
+{
+    bool failedOnly = false;
+    QStringList rest;
+    for (const QString& argument : arguments) {
+        if (argument == QLatin1String("--failed"))
+            failedOnly = true;
+        else if (argument.startsWith(QLatin1Char('-')))
+            return usage();
+        else
+            rest.append(argument);
+    }
+    if (rest.size() < 2)
+        return usage();
+    const QString directory = rest.takeFirst();
+    if (!QDir().mkpath(directory)) {
+        std::cerr << "crcview: cannot create the directory " << directory.toLocal8Bit().constData()
+                  << "\n";
+        return exitUnreadable;
+    }
+    auto dialogs = std::make_unique<ScriptedDialogs>();
+    const ScriptedDialogs* asked = dialogs.get();
+    QADialogs::install(std::move(dialogs));
+    HeadlessStudio studio;
+    QAReporter::initialize(nullptr, &studio);
+    QAReporter window(QStringLiteral("crcview"), QPixmap());
+    window.setFiles(&rest, nullptr, QAStViewerWindow::Normal);
+    if (failedOnly)
+        window.failedtests();
+    ErrorLog log;
+    window.exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
+    std::cout
+        << QDir(directory).absoluteFilePath(QStringLiteral("index.html")).toLocal8Bit().constData()
+        << "\n";
+    return asked->asked.isEmpty() ? 0 : exitUnreadable;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const bool needsWidgets = argc > 1 && qstrcmp(argv[1], "summary") == 0;
+    const bool needsWidgets =
+        argc > 1 && (qstrcmp(argv[1], "summary") == 0 || qstrcmp(argv[1], "export") == 0);
     if (needsWidgets)
         prepareHeadlessDisplay();
     std::unique_ptr<QCoreApplication> app = needsWidgets
@@ -194,5 +250,7 @@ int main(int argc, char** argv)
         return dump(arguments);
     if (command == QLatin1String("summary"))
         return summary(arguments);
+    if (command == QLatin1String("export"))
+        return exportPages(arguments);
     return usage();
 }

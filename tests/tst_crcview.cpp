@@ -157,6 +157,29 @@ private Q_SLOTS:
         QCOMPARE(crcview({QStringLiteral("summary")}).status, 64);
     }
 
+    void exportWritesLinkedPages()
+    {
+        QTemporaryDir dir;
+        const QString out = dir.filePath(QStringLiteral("html"));
+        const QDir examples(QStringLiteral(EXAMPLES_DIR));
+        Run run = crcview(
+            {QStringLiteral("export"), out, examples.filePath(QStringLiteral("rules-core.crc"))});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out.trimmed(), QDir(out).absoluteFilePath(QStringLiteral("index.html")));
+        const QStringList pages = QDir(out).entryList({QStringLiteral("*.html")}, QDir::Files);
+        QVERIFY(pages.contains(QStringLiteral("index.html")));
+        QVERIFY(pages.contains(QStringLiteral("rules.html")));
+        QVERIFY(pages.contains(QStringLiteral("metrics-detail.html"))); // linked report file
+        QFile index(QDir(out).filePath(QStringLiteral("index.html")));
+        QVERIFY(index.open(QIODevice::ReadOnly));
+        QVERIFY(index.readAll().contains("href=\"rules.html\""));
+
+        run = crcview({QStringLiteral("export"), out});
+        QCOMPARE(run.status, 64);
+        run = crcview({QStringLiteral("export"), out, dir.filePath(QStringLiteral("missing.crc"))});
+        QCOMPARE(run.status, 2);
+    }
+
     // The bundled examples are what a new user opens first: they must all read cleanly.
     void examplesReadCleanly()
     {

@@ -146,6 +146,30 @@ void prepareHeadlessDisplay()
     }
 }
 
+// A viewer window without a display, in a studio of its own. Its dialogs are scripted: a
+// warning (files that could not be read) is recorded instead of shown.
+struct HeadlessViewer
+{
+    HeadlessViewer() : dialogs(installScriptedDialogs())
+    {
+        QAReporter::initialize(nullptr, &studio); // before the window, which reads the settings
+        window = std::make_unique<QAReporter>(QStringLiteral("crcview"), QPixmap());
+    }
+    bool warned() const { return !dialogs->asked.isEmpty(); }
+
+    static const ScriptedDialogs* installScriptedDialogs()
+    {
+        auto scripted = std::make_unique<ScriptedDialogs>();
+        const ScriptedDialogs* installed = scripted.get();
+        QADialogs::install(std::move(scripted));
+        return installed;
+    }
+
+    const ScriptedDialogs* dialogs;
+    HeadlessStudio studio;
+    std::unique_ptr<QAReporter> window;
+};
+
 // Runs a viewer window headless on the files, as the studio does for a console run.
 int summary(const QStringList& arguments)
 {
@@ -166,18 +190,13 @@ int summary(const QStringList& arguments)
     if (files.isEmpty())
         return usage();
 
-    auto dialogs = std::make_unique<ScriptedDialogs>();
-    const ScriptedDialogs* asked = dialogs.get();
-    QADialogs::install(std::move(dialogs));
-    HeadlessStudio studio;
-    QAReporter::initialize(nullptr, &studio);
-    QAReporter window(QStringLiteral("crcview"), QPixmap());
+    HeadlessViewer viewer;
     if (!node.isEmpty())
-        window.setNode({QString(), node});
-    window.setFiles(&files, nullptr, QAStViewerWindow::Console);
-    if (!asked->asked.isEmpty())
+        viewer.window->setNode({QString(), node});
+    viewer.window->setFiles(&files, nullptr, QAStViewerWindow::Console);
+    if (viewer.warned())
         return exitUnreadable;
-    return check && window.testFailed() > 0 ? exitFailedTests : 0;
+    return check && viewer.window->testFailed() > 0 ? exitFailedTests : 0;
 }
 
 // Log messages of an export, on standard error.
@@ -187,9 +206,7 @@ public:
     void logMessage(const QString& message) override
     {
         std::cerr << message.toLocal8Bit().constData() << "\n";
-        ++count;
     }
-    int count = 0;
 };
 
 // Opens the files in a viewer window without a display and exports them as HTML pages.
@@ -213,21 +230,16 @@ int exportPages(const QStringList& arguments)
                   << "\n";
         return exitUnreadable;
     }
-    auto dialogs = std::make_unique<ScriptedDialogs>();
-    const ScriptedDialogs* asked = dialogs.get();
-    QADialogs::install(std::move(dialogs));
-    HeadlessStudio studio;
-    QAReporter::initialize(nullptr, &studio);
-    QAReporter window(QStringLiteral("crcview"), QPixmap());
-    window.setFiles(&rest, nullptr, QAStViewerWindow::Normal);
+    HeadlessViewer viewer;
+    viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
     if (failedOnly)
-        window.failedtests();
+        viewer.window->failedtests();
     ErrorLog log;
-    window.exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
+    viewer.window->exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
     std::cout
         << QDir(directory).absoluteFilePath(QStringLiteral("index.html")).toLocal8Bit().constData()
         << "\n";
-    return asked->asked.isEmpty() ? 0 : exitUnreadable;
+    return viewer.warned() ? exitUnreadable : 0;
 }
 
 } // namespace

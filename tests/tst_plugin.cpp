@@ -1,5 +1,6 @@
 // The plug-in as the studio meets it: through the two entry points of the built library.
 
+#include "host/studiocomponent.h"
 #include "prefs/qareporterpref.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
@@ -17,23 +18,6 @@ namespace {
 
 using Instantiate = QUnknownInterface* (*)();
 using Verification = const char* (*)();
-
-// The studio's component: it answers the studio interface.
-class StudioComponent : public QUnknownInterface
-{
-public:
-    explicit StudioComponent(StudioInterface* studio) : m_studio(studio) {}
-    bool queryInterface(const QUuid& id, void** result) override
-    {
-        *result = id == IID_StudioInterface ? m_studio : nullptr;
-        return *result != nullptr;
-    }
-    unsigned long addRef() override { return 1; }
-    unsigned long release() override { return 1; }
-
-private:
-    StudioInterface* m_studio;
-};
 
 // A sender with one signal, to hook the preferences dialog to.
 class Dialog : public QObject

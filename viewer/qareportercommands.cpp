@@ -1,0 +1,226 @@
+// The commands menu, its help texts, the toolbar and the docks.
+#include "viewer/qareporter.h"
+#include "viewer/qareporterhost.h"
+
+#include "filter/qareporternodevalidator.h"
+#include "folio/dreportwidget.h"
+#include "model/qareporterdata.h"
+#include "sdk/studiointerface.h"
+#include "sdk/trackwellinterface.h"
+#include "viewer/qarlistview.h"
+#include "viewer/qarpopupmenu.h"
+#include "viewer/qarlistviewitem.h"
+#include "viewer/qartoolbar.h"
+
+#include <QDockWidget>
+#include <QStatusBar>
+
+// The commands menu entries keep these ids as their data.
+namespace {
+enum CommandId
+{
+    AllTestsId = 100,
+    FailedTestsId = 101,
+    ReloadId = 102,
+    GenerateHtmlId = 105
+};
+} // namespace
+
+void QAReporter::showHeaderDock()
+{
+    addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
+    m_headerDock->show();
+}
+
+// A failed entry is filed as a defect, another as a report; a whole file cannot be filed.
+void QAReporter::updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const
+{
+    const auto* outlineEntry = dynamic_cast<const QARListViewItem*>(item);
+    entry->setText(outlineEntry && outlineEntry->ko ? tr("&Submit Trackwell Defect Report")
+                                                    : tr("&Submit Trackwell Report"));
+    entry->setEnabled(item && item->parent());
+}
+
+void QAReporter::contextMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+{
+    m_contextPopup->listItem = nullptr;
+    if (!entry)
+        return;
+    updateSubmitEntry(m_submitEntry, entry);
+    m_contextPopup->listItem = entry;
+    m_contextPopup->popup(position);
+}
+
+void QAReporter::setupToolBar(bool on)
+{
+    if (!m_toolBar)
+        return;
+    m_toolBar->setEnabledAll(on);
+    if (on) {
+        connect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter,
+                Qt::UniqueConnection);
+    } else {
+        disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
+        disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
+        disconnect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
+    }
+}
+
+void QAReporter::createToolMenu()
+{
+    if (!hostStudio())
+        return;
+    m_commandsMenu = new QMenu(m_title, this);
+    connect(m_commandsMenu, &QMenu::aboutToShow, this, &QAReporter::updateToolMenu);
+    connect(m_commandsMenu, &QMenu::hovered, this,
+            [this](QAction* action) { highlighted(action->data().toInt()); });
+}
+
+void QAReporter::updateToolMenu()
+{
+    if (!m_commandsMenu)
+        return;
+    m_commandsMenu->clear();
+    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
+    const bool loaded = !m_dataList.empty();
+    const bool filtered = m_toolBar && m_toolBar->isFiltered();
+    const auto addEntry = [this](const QString& text, int id, auto slot) {
+        QAction* action = m_commandsMenu->addAction(text, this, slot);
+        action->setData(id);
+        return action;
+    };
+
+    QAction* all = addEntry(tr("All Test Results"), AllTestsId, &QAReporter::alltests);
+    all->setCheckable(true);
+    all->setChecked(!filtered);
+    all->setEnabled(loaded);
+    QAction* failed = addEntry(tr("Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
+    failed->setCheckable(true);
+    failed->setChecked(filtered);
+    failed->setEnabled(loaded);
+    m_commandsMenu->addSeparator();
+
+    int nextId = ReloadId + 100; // ids of the type and dock entries
+    for (const QString& type : std::as_const(m_typeNames)) {
+        if (!m_typeVisibilityInitialised)
+            m_typeVisibility.insert(type, true);
+        const bool shown = m_typeVisibility.value(type, true);
+        if (!shown)
+            m_validator->setAttribut(QAReporterNodeValidator::AttrType, QRegularExpression(type));
+        const int id = nextId++;
+        QAction* entry = m_commandsMenu->addAction(type, this, [this, id] { typeCheck(id); });
+        entry->setData(id);
+        entry->setCheckable(true);
+        entry->setChecked(shown);
+    }
+    m_typeVisibilityInitialised = true;
+    m_commandsMenu->addSeparator();
+
+    addEntry(tr("Reload"), ReloadId, qOverload<>(&QAReporter::reload));
+    m_commandsMenu->addSeparator();
+    m_showHeaderItemId = nextId++;
+    QAction* showHeader = m_commandsMenu->addAction(tr("Show header"), this,
+                                                    [this] { showDock(m_showHeaderItemId); });
+    showHeader->setData(m_showHeaderItemId);
+    showHeader->setCheckable(true);
+    showHeader->setChecked(!m_headerDock->isHidden());
+    m_printHeaderItemId = nextId++;
+    QAction* printHeaderEntry =
+        addEntry(tr("Print Header"), m_printHeaderItemId, &QAReporter::printHeader);
+    printHeaderEntry->setEnabled(m_headerShown);
+    m_commandsMenu->addSeparator();
+    QAction* submit = addEntry(QString(), nextId++, &QAReporter::submitTrackwell);
+    updateSubmitEntry(submit, m_currentItem);
+    submit->setEnabled(submit->isEnabled() && loaded);
+    m_commandsMenu->addSeparator();
+    addEntry(tr("Generate HTML"), GenerateHtmlId, &QAReporter::exportDoc);
+}
+
+QAction* QAReporter::commandEntry(int id) const
+{
+    if (!m_commandsMenu)
+        return nullptr;
+    for (QAction* action : m_commandsMenu->actions()) {
+        if (!action->isSeparator() && action->data().toInt() == id)
+            return action;
+    }
+    return nullptr;
+}
+
+void QAReporter::typeCheck(int id)
+{
+    const QAction* entry = commandEntry(id);
+    if (!s_preference || !hostStudio() || !entry || entry->text().isNull())
+        return;
+    setTypeVisible(entry->text(), !m_typeVisibility.value(entry->text(), true));
+}
+
+QString QAReporter::helpText(int id) const
+{
+    switch (id) {
+    case AllTestsId:
+        return tr("Display complete report");
+    case FailedTestsId:
+        return tr("Display failed tests only");
+    case ReloadId:
+        return tr("Reload the current report");
+    case GenerateHtmlId:
+        return tr("Generate the viewer's content to a HTML file");
+    default:
+        break;
+    }
+    const QAction* entry = commandEntry(id);
+    return tr("Show or hide %1", " %1 is the menu item name")
+        .arg(entry ? entry->text() : QString());
+}
+
+void QAReporter::highlighted(int id)
+{
+    StudioInterface* studio = hostStudio();
+    if (!studio || !m_commandsMenu)
+        return;
+    if (auto* studioWindow = qobject_cast<QMainWindow*>(studio->mainWindow()))
+        studioWindow->statusBar()->showMessage(helpText(id));
+}
+
+void QAReporter::showDock(int)
+{
+    if (!hostStudio() || !m_commandsMenu)
+        return;
+    if (m_headerDock->isHidden()) {
+        showHeaderDock();
+        m_headerShown = true;
+    } else {
+        removeDockWidget(m_headerDock);
+        m_headerShown = false;
+    }
+    if (QAction* printHeaderEntry = commandEntry(m_printHeaderItemId))
+        printHeaderEntry->setEnabled(m_headerShown);
+}
+
+void QAReporter::print()
+{
+    m_documentView->print();
+}
+
+void QAReporter::copy()
+{
+    m_documentView->copy();
+}
+
+void QAReporter::printHeader()
+{
+    if (m_headerShown)
+        m_headerView->print();
+}
+
+
+void QAReporter::gotoMenu()
+{
+    if (m_contextPopup->listItem)
+        moveDoc(m_contextPopup->listItem);
+}

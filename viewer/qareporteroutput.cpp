@@ -1,0 +1,270 @@
+// Saving copies, the HTML export and defect submission.
+#include "viewer/qareporter.h"
+#include "viewer/qareporterhost.h"
+
+#include "export/qareporterhtmlwriter.h"
+#include "filter/qareporterfilter.h"
+#include "folio/ddocument.h"
+#include "folio/dexporthtml.h"
+#include "model/qareporterdata.h"
+#include "model/qareporternode.h"
+#include "sdk/qadialogs.h"
+#include "sdk/qailogmonitor.h"
+#include "sdk/qaoutputwindow.h"
+#include "sdk/qaprogressdialog.h"
+#include "sdk/studiointerface.h"
+#include "sdk/trackwellinterface.h"
+#include "viewer/qarlistview.h"
+#include "viewer/qarlistviewitem.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSet>
+
+namespace {
+
+QString dialogTitle()
+{
+    StudioInterface* studio = hostStudio();
+    return studio ? studio->caption()
+                  : QAReporter::tr("Report", "Default product name to dialogs box.");
+}
+
+} // namespace
+
+void QAReporter::saveAs()
+{
+    const QString title = dialogTitle();
+    for (const auto& record : m_dataList) {
+        while (!saveCopy(record->fileName, title)) {
+        }
+    }
+}
+
+// Asks for a name and copies `source` there; false when the user must be asked again.
+bool QAReporter::saveCopy(const QString& source, const QString& title)
+{
+    const QFileInfo from(source);
+    const QString chosen = QADialogs::current().saveFileName(
+        this, tr("Save %1 Report As", "%1 is the source file name.").arg(from.fileName()),
+        from.absolutePath(), tr("Report File") + QStringLiteral(" (*.xrd)"));
+    if (chosen.isEmpty())
+        return true;
+    const QFileInfo to(chosen);
+    if (from.filePath() == to.filePath()) {
+        QADialogs::warning(
+            this, title,
+            tr("Source and destination files are the sames.\nPlease select an other file."));
+        return false;
+    }
+    if (to.exists() &&
+        QADialogs::current().message(this, QMessageBox::Warning, title,
+                                     tr("The file already exists.\nDo you want to overwrite it?"),
+                                     QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                                     QMessageBox::No) != QMessageBox::Yes)
+        return false;
+
+    QFile input(source);
+    if (!input.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have read permission."));
+        return true;
+    }
+    // Written aside and renamed at the end: a failed copy never leaves half a file behind.
+    QSaveFile output(chosen);
+    if (!output.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have write permission."));
+        return true;
+    }
+    while (!input.atEnd()) {
+        QByteArray line = input.readLine();
+        if (line.endsWith('\n'))
+            line.chop(1);
+        output.write(line);
+        output.write("\n");
+    }
+    if (!output.commit())
+        QADialogs::warning(
+            this, title,
+            tr("The file could not be save.\nPlease check if you have write permission."));
+    return true;
+}
+
+void QAReporter::exportDoc()
+{
+    StudioInterface* studio = hostStudio();
+    const QString directory = QADialogs::current().existingDirectory(
+        this, QStringLiteral("Export To Html"),
+        studio ? studio->currentDirectory() : QDir::currentPath());
+    if (directory.isEmpty())
+        return;
+    QAProgressDialog progress(tr("Export Report to HTML files"), tr("Abort"), 100, this);
+    progress.setWindowTitle(dialogTitle());
+    exportHTML(directory, QStringLiteral("index.html"), &progress,
+               studio ? studio->logMonitor() : nullptr);
+}
+
+bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgressMonitor* progress,
+                            QAILogMonitor* log)
+{
+    StudioInterface* studio = hostStudio();
+    QList<QAReporterData*> reports;
+    for (const auto& record : m_dataList)
+        reports.append(record.get());
+    QList<QAReporterData*> displayed;
+    if (m_filter) {
+        for (const auto& record : m_filter->filtered())
+            displayed.append(record.get());
+    }
+    QAReporterHTMLWriter writer(reports, displayed, progress, log);
+    writer.setBaseForLink(directory);
+    DExportHtml exporter(directory, (studio ? studio->currentDirectory() : QDir::currentPath()) +
+                                        QDir::separator() + QStringLiteral("dhtml.cfg"));
+    if (studio)
+        exporter.setSearchPath(studio->documentSearchPath());
+    exporter.setHTMLWriter(&writer);
+
+    bool canceled = false;
+    QStringList written;
+    for (QAReporterData* record : std::as_const(displayed)) {
+        if (progress && progress->isCanceled()) {
+            canceled = true;
+            break;
+        }
+        if (!record->document)
+            continue;
+        written.append(directory + QDir::separator() + record->document->tag() +
+                       QStringLiteral(".html"));
+        exporter.generate(record->document.get(), progress, log);
+    }
+    if (!canceled && !displayed.isEmpty()) {
+        const QString base = QFileInfo(displayed.first()->fileName).path();
+        const QStringList linked = writer.referencedXrd();
+        writer.setReferencedXrd(written + linked);
+        exportLinkedReports(base, linked, &writer, &exporter, progress, log);
+    }
+    if (m_headerDocument && !canceled)
+        exporter.generate(m_headerDocument.get(), progress, log);
+    return !canceled;
+}
+
+// Writes the pages of the report files `files` links to, pass by pass: each pass writes the
+// files first named by the pages of the pass before, so every reachable file is written once.
+void QAReporter::exportLinkedReports(const QString& directory, QStringList files,
+                                     QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                                     QAIProgressMonitor* progress, QAILogMonitor* log)
+{
+    while (!files.isEmpty()) {
+        const QStringList before = writer->referencedXrd();
+        const QSet<QString> known(before.begin(), before.end());
+        for (QString file : std::as_const(files)) {
+            if (progress && progress->isCanceled())
+                return;
+            if (QFileInfo(file).isRelative())
+                file = directory + QDir::separator() + file;
+            std::unique_ptr<DDocument> document = readXrdFile(file);
+            if (!document) {
+                if (log)
+                    log->logMessage(tr("Unable to open the report file '%1'").arg(file));
+                continue;
+            }
+            document->setTag(QFileInfo(writer->getHtmlFilenameForXrd(file)).baseName());
+            exporter->generate(document.get(), progress, log);
+        }
+        files.clear();
+        for (const QString& file : writer->referencedXrd()) {
+            if (!known.contains(file))
+                files.append(file);
+        }
+    }
+}
+
+void QAReporter::submitTrackwell()
+{
+    StudioInterface* studio = hostStudio();
+    if (!studio)
+        return;
+    QAOutputWindow* output = studio->outputWindow();
+    studio->activateOutput();
+    const auto log = [output](const QString& text) {
+        if (output)
+            output->appendOutput(text);
+    };
+    TrackwellInterface* tracker = studio->trackwellInterface();
+    if (!tracker) {
+        log(tr("Submit Defect Report Failed ...\n"));
+        return;
+    }
+    log(tr("Submit Defect Report ...\n"));
+    const nodeData studioNode = node();
+    const auto* entry = dynamic_cast<const QARListViewItem*>(m_currentItem);
+    if (!entry) {
+        log(tr("No nodes selected\n"));
+        log(tr("Stopped.\n"));
+        return;
+    }
+    if (!entry->item) {
+        log(tr("Can't find data\n"));
+        log(tr("Stopped.\n"));
+        return;
+    }
+    const QTreeWidgetItem* top = entry;
+    while (top->parent())
+        top = top->parent();
+    const auto* reportEntry = static_cast<const QARListViewItem*>(top);
+
+    QString headline = studio->caption();
+    QString description;
+    if (!studioNode.name.isEmpty()) {
+        if (!studioNode.workspace.isEmpty()) {
+            headline += studioNode.workspace + QLatin1Char(':');
+            description += tr("Workspace:  ") + studioNode.workspace + QLatin1Char(' ');
+        }
+        headline += studioNode.name + QLatin1Char(':');
+        description += tr("Test:       ") + studioNode.name + QLatin1Char(' ');
+    }
+    headline += reportEntry->text(0) + QLatin1Char(':') + entry->text(0);
+    description += tr("Report file:  ") + reportEntry->text(0) + QLatin1Char(' ');
+    description += tr("Item failed:  ", "Current node failed to Submit Defect Report") +
+                   entry->text(0) + QLatin1Char(' ');
+    description += tr("Item type:   ", "Current node type to Submit Defect Report") +
+                   (entry->node ? entry->node->type : QString()) + QLatin1Char(' ');
+    const QString label = tr("Report File");
+    const QString path = QDir::toNativeSeparators(reportEntry->fileInfo.absoluteFilePath());
+
+    const auto echo = [&] {
+        if (tracker->activatedCmdLine() && output)
+            log(QString::fromLocal8Bit(tracker->getCmdLine()) + QLatin1Char('\n'));
+    };
+    const auto error = [&] {
+        log(QString::fromLocal8Bit(tracker->getErrorMessage()) + QLatin1Char('\n'));
+    };
+    const auto warnIfFailed = [&](quint16 result) {
+        echo();
+        if (!result) {
+            log(tr("Warning ...\n"));
+            error();
+        }
+    };
+    const quint16 opened = tracker->open();
+    echo();
+    if (!opened) {
+        error();
+        log(tr("Stopped.\n"));
+        return;
+    }
+    warnIfFailed(tracker->setHeadline(headline.toLocal8Bit().constData()));
+    warnIfFailed(tracker->setDescription(description.toLocal8Bit().constData()));
+    warnIfFailed(
+        tracker->attachFile(label.toLocal8Bit().constData(), path.toLocal8Bit().constData()));
+    const quint16 submitted = tracker->submit(0);
+    echo();
+    if (!submitted) {
+        error();
+        log(tr("Stopped.\n"));
+    }
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+struct ImportError;
+
+// Result files converted from analyzer and test results, kept in the user's cache folder: one
+// folder per original, named by a hash of its absolute path, size and modification time (so a
+// changed original is converted again), holding the result file under the original's own name
+// (so that the viewer names the original). Nothing is ever written beside the original.
+namespace ImportCache {
+
+// The result file converted from `input`, made now unless an up-to-date one is in the cache.
+// Null, with `error` filled, when `input` cannot be converted or the cache cannot be written.
+QString resultFileFor(const QString& input, ImportError* error);
+
+// The file a result file of the cache was converted from, in this process; `path` otherwise.
+QString originalOf(const QString& path);
+
+// The folder of the cache.
+QString directory();
+
+} // namespace ImportCache

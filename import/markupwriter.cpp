@@ -1,0 +1,113 @@
+#include "import/markupwriter.h"
+
+#include "sdk/qasafefile.h"
+
+namespace {
+
+constexpr qsizetype FlushSize = 1 << 20;
+
+} // namespace
+
+MarkupWriter::MarkupWriter(QASafeFile* out) : m_out(out)
+{
+    m_buffer.reserve(FlushSize + FlushSize / 4);
+    raw("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
+}
+
+void MarkupWriter::open(const char* element, std::initializer_list<Attribute> attributes)
+{
+    m_buffer.append('<').append(element);
+    for (const Attribute& attribute : attributes) {
+        m_buffer.append(' ').append(attribute.first).append("=\"");
+        escape(attribute.second, true);
+        m_buffer.append('"');
+    }
+    m_buffer.append('>');
+    m_open.push_back(element);
+    flushIfFull();
+}
+
+void MarkupWriter::close()
+{
+    if (m_open.empty())
+        return;
+    m_buffer.append("</").append(m_open.back()).append(">\n");
+    m_open.pop_back();
+    flushIfFull();
+}
+
+void MarkupWriter::element(const char* element, QByteArrayView text,
+                           std::initializer_list<Attribute> attributes)
+{
+    open(element, attributes);
+    escape(text, false);
+    close();
+}
+
+void MarkupWriter::text(QByteArrayView utf8)
+{
+    escape(utf8, false);
+    flushIfFull();
+}
+
+void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
+{
+    const char* data = utf8.data();
+    const qsizetype size = utf8.size();
+    qsizetype plain = 0; // start of the run copied as it is
+    for (qsizetype i = 0; i < size; ++i) {
+        const unsigned char c = static_cast<unsigned char>(data[i]);
+        const char* replacement = nullptr;
+        switch (c) {
+        case '&':
+            replacement = "&amp;";
+            break;
+        case '<':
+            replacement = "&lt;";
+            break;
+        case '>':
+            replacement = "&gt;";
+            break;
+        case '"':
+            replacement = attribute ? "&quot;" : nullptr;
+            break;
+        case '\n':
+            replacement = attribute ? "&#10;" : nullptr;
+            break;
+        case '\t':
+            replacement = attribute ? "&#9;" : nullptr;
+            break;
+        case '\r':
+            replacement = ""; // line ends are line feeds in the markup
+            break;
+        default:
+            if (c < 0x20)
+                replacement = "?";
+            break;
+        }
+        if (!replacement)
+            continue;
+        m_buffer.append(data + plain, i - plain).append(replacement);
+        plain = i + 1;
+    }
+    m_buffer.append(data + plain, size - plain);
+}
+
+void MarkupWriter::flushIfFull()
+{
+    if (m_buffer.size() < FlushSize)
+        return;
+    if (!m_failed && !m_out->write(m_buffer))
+        m_failed = true;
+    m_buffer.clear();
+}
+
+bool MarkupWriter::finish()
+{
+    while (!m_open.empty())
+        close();
+    if (!m_failed && !m_out->write(m_buffer))
+        m_failed = true;
+    m_buffer.clear();
+    return !m_failed;
+}

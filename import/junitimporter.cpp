@@ -72,6 +72,7 @@ public:
             const char c = data[i];
             if (m_cut) {
                 m_droppedLines += c == '\n';
+                m_droppedPartLine = c != '\n';
                 continue;
             }
             m_text.append(c);
@@ -83,12 +84,13 @@ public:
     }
     const QByteArray& text() const { return m_text; }
     bool cut() const { return m_cut; }
-    int droppedLines() const { return m_droppedLines; }
+    int droppedLines() const { return m_droppedLines + (m_droppedPartLine ? 1 : 0); }
 
 private:
     QByteArray m_text;
     int m_lines = 0;
     int m_droppedLines = 0;
+    bool m_droppedPartLine = false; // the text left out ends inside a line
     bool m_cut = false;
 };
 
@@ -384,8 +386,8 @@ void WritePass::writeLines(const CappedText& text, const char* style)
     }
     if (text.cut())
         m_out.element("PARAGRAPH",
-                      "(cut here: " + QByteArray::number(text.droppedLines() + 1) +
-                          " more lines in " + m_fileName + ")",
+                      "(cut here: " + QByteArray::number(text.droppedLines()) + " more lines in " +
+                          m_fileName + ")",
                       {{"style", "Warning"}});
 }
 

@@ -2,6 +2,8 @@
 
 #include "sdk/qasafefile.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr qsizetype FlushSize = 1 << 20;
@@ -31,7 +33,10 @@ void MarkupWriter::close()
 {
     if (m_open.empty())
         return;
-    m_buffer.append("</").append(m_open.back()).append(">\n");
+    m_buffer.append("</").append(m_open.back()).append('>');
+    // A line feed after blocks keeps the file readable; after a link it would be text.
+    if (std::strcmp(m_open.back(), "LINK") != 0)
+        m_buffer.append('\n');
     m_open.pop_back();
     flushIfFull();
 }

@@ -8,7 +8,10 @@
 #include "model/reportloader.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -88,6 +91,28 @@ QByteArray result(const QByteArray& uri, int line, const QByteArray& extra = QBy
     return "{\"ruleId\":\"R1\",\"message\":{\"text\":\"goto used\"},\"locations\":[{"
            "\"physicalLocation\":{\"artifactLocation\":{" +
            uri + "},\"region\":{\"startLine\":" + QByteArray::number(line) + "}}}]" + extra + "}";
+}
+
+struct Run
+{
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+Run crcview(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(CRCVIEW_PATH), arguments);
+    Run run;
+    if (!process.waitForFinished(120000)) {
+        process.kill();
+        return run;
+    }
+    run.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
 }
 
 } // namespace
@@ -438,6 +463,73 @@ private Q_SLOTS:
         QVERIFY(ImportCache::resultFileFor(original, &error).isNull());
         QCOMPARE(error.file, QDir::cleanPath(original));
         QCOMPARE(error.line, 1);
+    }
+
+    // crcview takes analyzer and test results wherever it takes result files: the summary
+    // counts the findings and tests, the export names the original and links each finding to
+    // its source line, convert writes the markup. Nothing is written beside the inputs.
+    void commandLine()
+    {
+        const QString ff = data + QStringLiteral("/flawfinder.sarif");
+        const QString junit = data + QStringLiteral("/ctest-junit.xml");
+        Run run = crcview({QStringLiteral("summary"), ff});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QStringLiteral("\t[0] Test Case Passed\n\t[7] Test Case Failed\n"));
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--check"), ff, junit});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.out, QStringLiteral("\t[3] Test Case Passed\n\t[7] Test Case Failed\n"));
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--check"), junit}).status, 0);
+
+        run = crcview({QStringLiteral("dump"), QStringLiteral("--count"),
+                       QStringLiteral("--failed"), data + QStringLiteral("/clang-analyzer.sarif")});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QStringLiteral("nodes: 5\ntotals: passed=0 failed=2 inconclusive=-1\n"));
+
+        const QString pages = path("pages");
+        run = crcview({QStringLiteral("export"), pages, ff});
+        QCOMPARE(run.status, 0);
+        const QByteArray index = readFile(pages + QStringLiteral("/index.html"));
+        QVERIFY(index.contains(">flawfinder.sarif</a>"));
+        const QString report = QString::fromUtf8(readFile(pages + QStringLiteral("/run1.html")));
+        static const QRegularExpression href(QStringLiteral("href=\"([^\"]*src/tmp\\.c)\""));
+        const QRegularExpressionMatch link = href.match(report);
+        QVERIFY2(link.hasMatch(), qPrintable(report.left(2000)));
+        QCOMPARE(QFileInfo(QDir(pages).filePath(link.captured(1))).canonicalFilePath(),
+                 data + QStringLiteral("/src/tmp.c"));
+
+        const QString converted = path("converted.crc");
+        run = crcview({QStringLiteral("convert"), ff, QStringLiteral("-o"), converted});
+        QCOMPARE(run.status, 0);
+        run = crcview({QStringLiteral("dump"), QStringLiteral("--count"), converted});
+        QCOMPARE(run.out, QStringLiteral("nodes: 16\ntotals: passed=0 failed=7 inconclusive=-1\n"));
+        run = crcview({QStringLiteral("convert"), junit});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.startsWith(QLatin1String("<?xml")));
+        QVERIFY(run.out.contains(QLatin1String("<XROD:NODE name=\"tst_folio\" type=\"Test\"")));
+
+        // Refusals: the input as output, a broken input (among good ones), a bad command line.
+        const QString input = path("in.sarif");
+        QVERIFY(writeFile(input, "{\"runs\": 3}"));
+        run = crcview({QStringLiteral("convert"), input, QStringLiteral("-o"), input});
+        QCOMPARE(run.status, 64);
+        QCOMPARE(readFile(input), QByteArray("{\"runs\": 3}"));
+        run = crcview({QStringLiteral("dump"), input});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.err, input + QStringLiteral(": $.runs: an array of runs was expected\n"));
+        run = crcview({QStringLiteral("summary"), junit, input});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.out, QStringLiteral("\t[3] Test Case Passed\n\t[0] Test Case Failed\n"));
+        QVERIFY(run.err.startsWith(input + QStringLiteral(": $.runs")));
+        QCOMPARE(crcview({QStringLiteral("convert")}).status, 64);
+        QCOMPARE(crcview({QStringLiteral("convert"), ff, QStringLiteral("extra")}).status, 64);
+
+        QStringList beside;
+        for (QDirIterator it(data, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+             it.hasNext();)
+            beside.append(QFileInfo(it.next()).fileName());
+        beside.sort();
+        QCOMPARE(beside, (QStringList{"README.md", "clang-analyzer.sarif", "clean.c", "copy.c",
+                                      "ctest-junit.xml", "flawfinder.sarif", "leak.c", "tmp.c"}));
     }
 };
 

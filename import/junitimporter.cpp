@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <cstring>
 #include <expat.h>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -271,7 +272,7 @@ private:
     qint64 m_cases = 0;
     bool m_inCase = false;
     TestCase m_case;
-    std::vector<Block> m_suiteOutputs; // captured output of the innermost suite
+    std::unique_ptr<Block> m_suiteOutput; // output of a suite, written where it ends
     CappedText* m_capture = nullptr;
 };
 
@@ -313,7 +314,6 @@ void WritePass::startSuite(const XML_Char** attributes)
     }
     if (!counts.isEmpty())
         m_out.element("PARAGRAPH", counts, {{"style", "Normal"}});
-    m_suiteOutputs.clear();
 }
 
 void WritePass::start(const XML_Char* name, const XML_Char** attributes)
@@ -350,9 +350,9 @@ void WritePass::start(const XML_Char* name, const XML_Char** attributes)
         m_case.file = attribute(attributes, "file").toByteArray();
         m_case.line = attribute(attributes, "line").toByteArray();
     } else if (is(name, "system-out") || is(name, "system-err")) {
-        m_suiteOutputs.push_back(
-            {is(name, "system-out") ? Block::Output : Block::ErrorOutput, {}, {}, {}});
-        m_capture = &m_suiteOutputs.back().text;
+        m_suiteOutput = std::make_unique<Block>(
+            Block{is(name, "system-out") ? Block::Output : Block::ErrorOutput, {}, {}, {}});
+        m_capture = &m_suiteOutput->text;
     }
 }
 
@@ -362,10 +362,10 @@ void WritePass::end(const XML_Char* name)
     if (is(name, "testcase")) {
         m_inCase = false;
         writeCase();
+    } else if (!m_inCase && m_suiteOutput && (is(name, "system-out") || is(name, "system-err"))) {
+        writeBlock(*m_suiteOutput);
+        m_suiteOutput.reset();
     } else if (is(name, "testsuite") && !m_inCase) {
-        for (const Block& output : m_suiteOutputs)
-            writeBlock(output);
-        m_suiteOutputs.clear();
         m_out.close(); // SECTION
         m_out.close(); // XROD:NODE
         --m_suiteDepth;

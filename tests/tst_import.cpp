@@ -337,7 +337,7 @@ private Q_SLOTS:
         Imported imported = importText(
             "surefire.xml",
             "<?xml version='1.0'?>\n<testsuites name='all'>\n"
-            " <testsuite name='outer' tests='4'>\n"
+            " <testsuite name='outer' tests='4'><system-out>set up</system-out>\n"
             "  <testsuite name='inner'>\n"
             "   <testcase name='ok1' classname='a.B' time='0.5'/>\n"
             "   <testcase name='broke' classname='a.B'><error message='NPE' type='java.lang.NPE'>"
@@ -374,6 +374,7 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("<LINK target=\"tests/test_x.py line 17\""));
         QVERIFY(imported.markup.contains("Standard output</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">ok pkg</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">set up</PARAGRAPH>")); // before a nested suite
     }
 
     // Long captured output is cut with a note of how much was left out; 10,000 cases and

@@ -674,11 +674,13 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
     // Parsed in place, the fastest way; nesting however deep is parsed without recursion.
     constexpr unsigned Flags =
         rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
-    log.ParseInsitu<Flags>(json.data());
+    // A byte order mark, as some tools write, is not JSON.
+    const size_t start = json.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    log.ParseInsitu<Flags>(json.data() + start);
     if (log.HasParseError()) {
         // The parse overwrote the bytes: the position is counted in the file as it is.
         input.seek(0);
-        positionOf(input.readAll(), log.GetErrorOffset(), error);
+        positionOf(input.readAll(), start + log.GetErrorOffset(), error);
         error->message = QString::fromUtf8(rapidjson::GetParseError_En(log.GetParseError()));
         return false;
     }

@@ -244,7 +244,7 @@ private Q_SLOTS:
         QCOMPARE(totals(imported), QStringLiteral("0/0/-1"));
         QVERIFY(imported.markup.contains("No results."));
 
-        imported = importText("none.sarif", "{\"version\":\"2.1.0\",\"runs\":[]}");
+        imported = importText("none.sarif", "\xEF\xBB\xBF{\"version\":\"2.1.0\",\"runs\":[]}");
         QVERIFY(imported.ok());
         QCOMPARE(imported.nodes, QStringList());
     }
@@ -286,6 +286,7 @@ private Q_SLOTS:
             {"{\"version\":\"1.0.0\",\"runs\":[]}", 0, 0, "SARIF 1.0.0 cannot be read"},
             {"[]", 0, 0, "$: a SARIF log"},
             {"", 1, 1, "The document is empty"},
+            {"\xEF\xBB\xBF\n {", 2, 3, "Missing a name"},
             {"{\"runs\":[{\"results\":[{\"message\":{\"text\":\"\xff\"}}]}]}", 1, 42,
              "Invalid encoding"},
         };

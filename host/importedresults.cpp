@@ -8,6 +8,22 @@
 #include <QApplication>
 #include <QCoreApplication>
 
+namespace {
+
+void tellErrors(const QStringList& errors, QWidget* parent, QAOutputWindow* output)
+{
+    if (errors.isEmpty())
+        return;
+    const QString text =
+        QCoreApplication::translate("StudioMainWindow", "These results cannot be read:\n%1")
+            .arg(errors.join(QLatin1Char('\n')));
+    if (output)
+        output->appendOutput(text + QLatin1Char('\n'));
+    QADialogs::warning(parent, QStringLiteral("crcstudio"), text);
+}
+
+} // namespace
+
 QStringList importedAsResultFiles(const QStringList& files, QWidget* parent, QAOutputWindow* output)
 {
     QStringList resultFiles;
@@ -26,13 +42,16 @@ QStringList importedAsResultFiles(const QStringList& files, QWidget* parent, QAO
         else
             resultFiles.append(converted);
     }
-    if (!errors.isEmpty()) {
-        const QString text =
-            QCoreApplication::translate("StudioMainWindow", "These results cannot be read:\n%1")
-                .arg(errors.join(QLatin1Char('\n')));
-        if (output)
-            output->appendOutput(text + QLatin1Char('\n'));
-        QADialogs::warning(parent, QStringLiteral("crcstudio"), text);
-    }
+    tellErrors(errors, parent, output);
     return resultFiles;
+}
+
+void refreshImportedResults(QWidget* parent, QAOutputWindow* output)
+{
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    QStringList errors;
+    for (const ImportError& error : ImportCache::refreshChanged())
+        errors.append(error.text());
+    QApplication::restoreOverrideCursor();
+    tellErrors(errors, parent, output);
 }

@@ -10,3 +10,7 @@ class QWidget;
 // out and the reason shown in one warning over `parent` and written to `output`.
 QStringList importedAsResultFiles(const QStringList& files, QWidget* parent,
                                   QAOutputWindow* output);
+
+// Converts again the results whose originals changed since they were opened, before a reload;
+// what cannot be converted is told as above, and its old results stay.
+void refreshImportedResults(QWidget* parent, QAOutputWindow* output);

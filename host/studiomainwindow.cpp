@@ -349,6 +349,7 @@ void StudioMainWindow::runCommand(Command command)
     QAStViewerWindow* viewer = activeViewer();
     switch (command) {
     case Reload:
+        refreshImportedResults(this, m_output); // originals changed since they were converted
         viewer->reload();
         break;
     case SaveAs:

@@ -15,9 +15,23 @@ namespace {
 // Raised when the markup an import writes changes, so that old conversions are made again.
 constexpr int MarkupVersion = 1;
 
-QHash<QString, QString>& originals()
+// What a result file of the cache was converted from.
+struct Conversion
 {
-    static QHash<QString, QString> byResultFile;
+    QString original;
+    qint64 size = 0;
+    qint64 modified = 0;
+};
+
+Conversion conversionOf(const QString& original)
+{
+    const QFileInfo info(original);
+    return {original, info.size(), info.lastModified().toMSecsSinceEpoch()};
+}
+
+QHash<QString, Conversion>& conversions()
+{
+    static QHash<QString, Conversion> byResultFile;
     return byResultFile;
 }
 
@@ -42,11 +56,11 @@ QString resultFileFor(const QString& input, ImportError* error)
                                            : QStringLiteral("no such file");
         return QString();
     }
+    const Conversion conversion = conversionOf(absolute);
     QCryptographicHash hash(QCryptographicHash::Sha1);
     hash.addData(absolute.toUtf8());
-    hash.addData(QByteArray::number(original.size()) + '/' +
-                 QByteArray::number(original.lastModified().toMSecsSinceEpoch()) + '/' +
-                 QByteArray::number(MarkupVersion));
+    hash.addData(QByteArray::number(conversion.size) + '/' +
+                 QByteArray::number(conversion.modified) + '/' + QByteArray::number(MarkupVersion));
     const QString folder =
         directory() + QLatin1Char('/') + QString::fromLatin1(hash.result().toHex().left(24));
     const QString resultFile = folder + QLatin1Char('/') + original.fileName();
@@ -60,13 +74,30 @@ QString resultFileFor(const QString& input, ImportError* error)
         if (!importResults(absolute, resultFile, error))
             return QString();
     }
-    originals().insert(resultFile, absolute);
+    conversions().insert(resultFile, conversion);
     return resultFile;
 }
 
 QString originalOf(const QString& path)
 {
-    return originals().value(QDir::cleanPath(path), path);
+    const auto found = conversions().constFind(QDir::cleanPath(path));
+    return found == conversions().constEnd() ? path : found->original;
+}
+
+QList<ImportError> refreshChanged()
+{
+    QList<ImportError> errors;
+    for (auto entry = conversions().begin(); entry != conversions().end(); ++entry) {
+        const Conversion now = conversionOf(entry->original);
+        if (now.size == entry->size && now.modified == entry->modified)
+            continue;
+        ImportError error;
+        if (importResults(entry->original, entry.key(), &error))
+            *entry = now;
+        else
+            errors.append(error);
+    }
+    return errors;
 }
 
 } // namespace ImportCache

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 struct ImportError;
@@ -16,6 +17,11 @@ QString resultFileFor(const QString& input, ImportError* error);
 
 // The file a result file of the cache was converted from, in this process; `path` otherwise.
 QString originalOf(const QString& path);
+
+// Converts again, into the same result files, the originals converted in this process that have
+// changed since, so that reading those files again shows the new results. Returns the errors of
+// the originals that could not be converted; their result files stay as they were.
+QList<ImportError> refreshChanged();
 
 // The folder of the cache.
 QString directory();

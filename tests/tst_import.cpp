@@ -454,14 +454,22 @@ private Q_SLOTS:
 
         QVERIFY(writeFile(
             original, sarif(result("\"uri\":\"a.c\"", 1) + "," + result("\"uri\":\"b.c\"", 2))));
+        // Read again, the result file handed out before shows the new results.
+        ReportLoadError readError;
+        QCOMPARE(loadReport(first, {}, nullptr, &readError)->failed, 1);
+        QVERIFY(ImportCache::refreshChanged().isEmpty());
+        QCOMPARE(loadReport(first, {}, nullptr, &readError)->failed, 2);
         const QString second = ImportCache::resultFileFor(original, &error);
         QVERIFY(!second.isNull() && second != first);
-        ReportLoadError readError;
         QCOMPARE(loadReport(second, {}, nullptr, &readError)->failed, 2);
         QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("run*")}, QDir::Files),
                  QStringList{QStringLiteral("run.sarif")});
 
         QVERIFY(writeFile(original, "{"));
+        const QList<ImportError> refused = ImportCache::refreshChanged();
+        QCOMPARE(refused.size(), 2); // both result files made from it
+        QCOMPARE(refused.first().line, 1);
+        QCOMPARE(loadReport(first, {}, nullptr, &readError)->failed, 2);
         QVERIFY(ImportCache::resultFileFor(original, &error).isNull());
         QCOMPARE(error.file, QDir::cleanPath(original));
         QCOMPARE(error.line, 1);

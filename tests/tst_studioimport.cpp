@@ -184,6 +184,36 @@ private Q_SLOTS:
         QCOMPARE(source->highlightedLine(), 8);
     }
 
+    // File > Reload after the analyzer ran again shows its new findings; a log broken since
+    // is refused and the findings shown before stay.
+    void reloadAfterANewRun()
+    {
+        const QString log = m_dir.filePath(QStringLiteral("again.sarif"));
+        QVERIFY(QFile::copy(data + QStringLiteral("/flawfinder.sarif"), log));
+        m_dialogs->files.append({log});
+        menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        QCOMPARE(activeReporter()->testFailed(), 7);
+
+        QVERIFY(writeFile(log, "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
+                               "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":\"FF1\","
+                               "\"message\":{\"text\":\"one left\"}}]}]}"));
+        QAction* reload = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Reload"));
+        QVERIFY(reload);
+        reload->trigger();
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(activeReporter()->testFailed(), 1);
+        QCOMPARE(activeReporter()->outline()->topLevelItem(0)->text(0),
+                 QStringLiteral("again.sarif"));
+
+        QVERIFY(writeFile(log, "{\"runs\": [\n"));
+        m_dialogs->asked.clear();
+        reload->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 1);
+        QVERIFY2(m_dialogs->asked.first().text.contains(log + QStringLiteral(":2:1: ")),
+                 qPrintable(m_dialogs->asked.first().text));
+        QCOMPARE(activeReporter()->testFailed(), 1);
+    }
+
     // Dropped on the window, a JUnit report opens like a result file; a broken log is refused
     // with its file, line and column, and leaves no tab.
     void dropsAndBrokenLogs()
@@ -211,7 +241,7 @@ private Q_SLOTS:
         QVERIFY2(m_dialogs->asked.last().text.contains(broken + QStringLiteral(":2:16: ")),
                  qPrintable(m_dialogs->asked.last().text));
         QVERIFY(m_studio->output()->contents().contains(broken + QStringLiteral(":2:16: ")));
-        QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files),
+        QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("broken*")}, QDir::Files),
                  (QStringList{QStringLiteral("broken.sarif")}));
     }
 };

@@ -85,6 +85,14 @@ void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
         case '\r':
             replacement = ""; // line ends are line feeds in the markup
             break;
+        case 0xEF: // U+FFFE and U+FFFF, the two non-characters XML refuses
+            if (i + 2 < size && static_cast<unsigned char>(data[i + 1]) == 0xBF &&
+                (static_cast<unsigned char>(data[i + 2]) & 0xFE) == 0xBE) {
+                m_buffer.append(data + plain, i - plain).append('?');
+                i += 2;
+                plain = i + 1;
+            }
+            continue;
         default:
             if (c < 0x20)
                 replacement = "?";

@@ -256,12 +256,14 @@ private Q_SLOTS:
         Imported imported = importText(
             "messages.sarif",
             sarif("{\"ruleIndex\":0,\"message\":{\"id\":\"m\",\"arguments\":[\"goto\",\"3\"]}},"
-                  "{\"ruleId\":\"R1\",\"message\":{\"text\":\"a <b> & \\\"c\\\"\\u0001 d\"}}"));
+                  "{\"ruleId\":\"R1\",\"message\":{\"text\":\"a <b> & \\\"c\\\"\\u0001 d\"}},"
+                  "{\"ruleId\":\"R1\",\"message\":{\"text\":\"x\\uffff\\ufffe\\ufffdy\"}}"));
         QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
         QVERIFY(imported.markup.contains("warning: goto is used 3 times"));
         QVERIFY(imported.markup.contains("a &lt;b&gt; &amp; \"c\"? d"));
         QVERIFY(imported.nodes.at(2).contains(QLatin1String("goto is used 3 times")));
         QVERIFY(imported.nodes.at(3).contains(QLatin1String("a <b> & \"c\"? d")));
+        QVERIFY(imported.markup.contains("x??\xEF\xBF\xBDy"));
     }
 
     // Broken logs: the error names the file and where (line and column, or the JSON path), no

@@ -174,7 +174,7 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
 {
     if (!plugin() || requested.isEmpty())
         return nullptr;
-    const QStringList files = importedAsResultFiles(requested, this, m_output);
+    const QStringList files = importedAsResultFiles(requested, this, this);
     QStringList fresh;
     QAStViewerWindow* shown = nullptr;
     for (const QString& file : files) {
@@ -349,7 +349,7 @@ void StudioMainWindow::runCommand(Command command)
     QAStViewerWindow* viewer = activeViewer();
     switch (command) {
     case Reload:
-        refreshImportedResults(this, m_output); // originals changed since they were converted
+        refreshImportedResults(this, this); // originals changed since they were converted
         viewer->reload();
         break;
     case SaveAs:

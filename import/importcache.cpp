@@ -45,7 +45,7 @@ QString directory()
            QStringLiteral("/imports");
 }
 
-QString resultFileFor(const QString& input, ImportError* error)
+QString resultFileFor(const QString& input, ImportError* error, const ImportProgress& progress)
 {
     const QFileInfo original(input);
     const QString absolute = QDir::cleanPath(original.absoluteFilePath());
@@ -71,7 +71,7 @@ QString resultFileFor(const QString& input, ImportError* error)
             error->message = QStringLiteral("cannot create the cache folder");
             return QString();
         }
-        if (!importResults(absolute, resultFile, error))
+        if (!importResults(absolute, resultFile, error, progress))
             return QString();
     }
     conversions().insert(resultFile, conversion);

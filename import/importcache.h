@@ -1,9 +1,9 @@
 #pragma once
 
+#include "import/resultimport.h"
+
 #include <QList>
 #include <QString>
-
-struct ImportError;
 
 // Result files converted from analyzer and test results, kept in the user's cache folder: one
 // folder per original, named by a hash of its absolute path, size and modification time (so a
@@ -13,7 +13,9 @@ namespace ImportCache {
 
 // The result file converted from `input`, made now unless an up-to-date one is in the cache.
 // Null, with `error` filled, when `input` cannot be converted or the cache cannot be written.
-QString resultFileFor(const QString& input, ImportError* error);
+// `progress`, when given, is told how far a conversion has come.
+QString resultFileFor(const QString& input, ImportError* error,
+                      const ImportProgress& progress = {});
 
 // The file a result file of the cache was converted from, in this process; `path` otherwise.
 QString originalOf(const QString& path);

@@ -134,7 +134,10 @@ struct TestCase
 };
 
 // Runs expat over the whole file with one handler object.
-template <typename Handler> bool parse(QFile& input, Handler& handler, ImportError* error)
+// `pass` (0 or 1) of the two: each is half of the work.
+template <typename Handler>
+bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
+           const ImportProgress& progress)
 {
     XML_Parser parser = XML_ParserCreate("UTF-8");
     handler.parser = parser;
@@ -152,6 +155,8 @@ template <typename Handler> bool parse(QFile& input, Handler& handler, ImportErr
     bool ok = true;
     QByteArray chunk(ChunkSize, Qt::Uninitialized);
     for (bool last = false; ok && !last;) {
+        const qint64 total = std::max<qint64>(input.size(), 1);
+        progress(int((pass * total + input.pos()) * (ImportSteps / 2) / total));
         const qint64 size = input.read(chunk.data(), ChunkSize);
         if (size < 0) {
             error->message = QStringLiteral("cannot read the file: %1").arg(input.errorString());
@@ -446,13 +451,14 @@ void WritePass::finish()
 
 } // namespace
 
-bool importJUnit(QFile& input, const QString& directory, MarkupWriter& out, ImportError* error)
+bool importJUnit(QFile& input, const QString& directory, MarkupWriter& out, ImportError* error,
+                 const ImportProgress& progress)
 {
     VerdictPass verdicts;
-    if (!parse(input, verdicts, error))
+    if (!parse(input, verdicts, error, 0, progress))
         return false;
     WritePass writer(out, verdicts.suites, directory, QFileInfo(input.fileName()).fileName());
-    if (!parse(input, writer, error))
+    if (!parse(input, writer, error, 1, progress))
         return false;
     writer.finish();
     return true;

@@ -31,8 +31,10 @@ QStringList importPatterns()
     return {QStringLiteral("*.sarif"), QStringLiteral("*.sarif.json"), QStringLiteral("*.xml")};
 }
 
-bool importResults(const QString& input, const QString& output, ImportError* error)
+bool importResults(const QString& input, const QString& output, ImportError* error,
+                   const ImportProgress& progress)
 {
+    const ImportProgress report = progress ? progress : [](int) {};
     *error = ImportError();
     error->file = input;
     const ImportFormat format = importFormatOf(input);
@@ -58,8 +60,9 @@ bool importResults(const QString& input, const QString& output, ImportError* err
     }
     MarkupWriter out(&target);
     const QString directory = QFileInfo(input).absolutePath();
-    const bool read = format == ImportFormat::Sarif ? importSarif(file, directory, out, error)
-                                                    : importJUnit(file, directory, out, error);
+    const bool read = format == ImportFormat::Sarif
+                          ? importSarif(file, directory, out, error, report)
+                          : importJUnit(file, directory, out, error, report);
     if (!read) {
         target.discard();
         return false;
@@ -70,5 +73,6 @@ bool importResults(const QString& input, const QString& output, ImportError* err
         error->message = target.errorString();
         return false;
     }
+    report(ImportSteps);
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 // What a failed import tells the user: the file, where in it (a line and column, or a JSON path
 // in the message), and why.
@@ -28,6 +29,11 @@ ImportFormat importFormatOf(const QString& path);
 // The file name patterns of the files imported, for file dialogs and drops.
 QStringList importPatterns();
 
+// Told how far an import has come, in thousandths of the whole.
+using ImportProgress = std::function<void(int permille)>;
+constexpr int ImportSteps = 1000;
+
 // Writes the result-file markup for the analyzer or test results `input` as the file `output`,
 // completely or not at all. On failure `error` says why and `output` is left as it was.
-bool importResults(const QString& input, const QString& output, ImportError* error);
+bool importResults(const QString& input, const QString& output, ImportError* error,
+                   const ImportProgress& progress = {});

@@ -187,7 +187,9 @@ public:
         }
     }
 
-    bool write(const QString& where, int runIndex, ImportError* error);
+    // `progress` is told of each file written, as thousandths from `done` to `done + share`.
+    bool write(const QString& where, int runIndex, ImportError* error,
+               const ImportProgress& progress, int done, int share);
 
 private:
     bool group(const QString& where, ImportError* error);
@@ -441,7 +443,8 @@ void RunWriter::openSection(const QByteArray& style, Bytes title)
     m_out.element("TITLE", title, {{"style", style}});
 }
 
-bool RunWriter::write(const QString& where, int runIndex, ImportError* error)
+bool RunWriter::write(const QString& where, int runIndex, ImportError* error,
+                      const ImportProgress& progress, int done, int share)
 {
     if (!m_run.IsObject()) {
         error->message = QStringLiteral("%1: a run object was expected").arg(where);
@@ -468,8 +471,13 @@ bool RunWriter::write(const QString& where, int runIndex, ImportError* error)
                                        QByteArray::number(qsizetype(m_groups.size())) +
                                        (m_groups.size() == 1 ? " file." : " files.");
     m_out.element("PARAGRAPH", count, {{"style", "Normal"}});
-    for (const FileGroup& file : m_groups)
+    qsizetype written = 0;
+    for (const FileGroup& file : m_groups) {
         writeFile(file);
+        for (const RuleGroup& rule : file.rules)
+            written += qsizetype(rule.results.size());
+        progress(done + int(share * written / std::max<qsizetype>(m_resultCount, 1)));
+    }
     m_out.close();
     return true;
 }
@@ -663,13 +671,19 @@ void positionOf(const QByteArray& original, size_t offset, ImportError* error)
 
 } // namespace
 
-bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, ImportError* error)
+bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, ImportError* error,
+                 const ImportProgress& progress)
 {
+    // Shares of the work, in thousandths: reading the file, parsing it, writing the runs.
+    constexpr int Read = 150;
+    constexpr int Parsed = 400;
+    progress(0);
     QByteArray json = input.readAll();
     if (input.error() != QFileDevice::NoError) {
         error->message = QStringLiteral("cannot read the file: %1").arg(input.errorString());
         return false;
     }
+    progress(Read);
     rapidjson::Document log;
     // Parsed in place, the fastest way; nesting however deep is parsed without recursion.
     constexpr unsigned Flags =
@@ -699,11 +713,14 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
         error->message = QStringLiteral("$.runs: an array of runs was expected");
         return false;
     }
+    progress(Parsed);
     out.open("XROD");
     int sections = 0;
+    const int runShare = (ImportSteps - Parsed) / std::max<int>(int(runs->Size()), 1);
     for (rapidjson::SizeType i = 0; i < runs->Size(); ++i) {
         RunWriter run((*runs)[i], directory, out, sections);
-        if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), error))
+        if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), error, progress,
+                       Parsed + int(i) * runShare, runShare))
             return false;
     }
     if (runs->Empty()) {

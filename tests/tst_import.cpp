@@ -14,6 +14,7 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 
 namespace {
 
@@ -438,6 +439,21 @@ private Q_SLOTS:
         QVERIFY2(error.message.contains(QLatin1String("root element is <project>")),
                  qPrintable(error.text()));
         QVERIFY(!QFile::exists(path("bad.crc")));
+    }
+
+    // Progress runs from the start to the end of the work, never backwards.
+    void progressIsReported()
+    {
+        for (const char* name : {"/flawfinder.sarif", "/ctest-junit.xml"}) {
+            QList<int> steps;
+            ImportError error;
+            QVERIFY(importResults(data + QLatin1String(name), path("progress.crc"), &error,
+                                  [&](int permille) { steps.append(permille); }));
+            QVERIFY2(steps.size() >= 3, name);
+            QCOMPARE(steps.first(), 0);
+            QCOMPARE(steps.last(), ImportSteps);
+            QVERIFY(std::is_sorted(steps.begin(), steps.end()));
+        }
     }
 
     // The cache: the same original gives the same result file, named as the original, in the

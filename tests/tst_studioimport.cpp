@@ -6,6 +6,7 @@
 #include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 #include "host/outputdock.h"
+#include "host/progresspanel.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
@@ -17,8 +18,10 @@
 #include <QApplication>
 #include <QDir>
 #include <QDropEvent>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -184,15 +187,25 @@ private Q_SLOTS:
         QCOMPARE(source->highlightedLine(), 8);
     }
 
-    // File > Reload after the analyzer ran again shows its new findings; a log broken since
-    // is refused and the findings shown before stay.
+    // The conversion shows its progress; File > Reload after the analyzer ran again shows its
+    // new findings; a log broken since is refused and the findings shown before stay.
     void reloadAfterANewRun()
     {
         const QString log = m_dir.filePath(QStringLiteral("again.sarif"));
         QVERIFY(QFile::copy(data + QStringLiteral("/flawfinder.sarif"), log));
+        ProgressPanel* panel = m_studio->progress();
+        QStringList shown; // the progress display's label at each step
+        const QMetaObject::Connection steps =
+            connect(panel->bar(), &QProgressBar::valueChanged, this, [&](int value) {
+                shown.append(panel->label()->text() + QLatin1Char(' ') + QString::number(value));
+            });
         m_dialogs->files.append({log});
         menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        disconnect(steps);
         QCOMPARE(activeReporter()->testFailed(), 7);
+        QVERIFY2(shown.contains(QStringLiteral("Converting again.sarif 1000")),
+                 qPrintable(shown.join(QLatin1Char('\n'))));
+        QVERIFY(!panel->isVisible());
 
         QVERIFY(writeFile(log, "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
                                "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":\"FF1\","

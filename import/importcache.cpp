@@ -35,6 +35,36 @@ QHash<QString, Conversion>& conversions()
     return byResultFile;
 }
 
+// Beside each result file: the path of the original it was converted from.
+const QString originalRecord = QStringLiteral("/.original");
+
+bool inUse(const QString& folder)
+{
+    const QString prefix = folder + QLatin1Char('/');
+    for (auto entry = conversions().cbegin(); entry != conversions().cend(); ++entry) {
+        if (entry.key().startsWith(prefix))
+            return true;
+    }
+    return false;
+}
+
+// Removes the earlier conversions of `original`, except `kept` and those this process shows, so
+// that the cache does not grow with every run of a tool.
+void removeEarlierConversions(const QString& original, const QString& kept)
+{
+    const QFileInfoList folders =
+        QDir(ImportCache::directory())
+            .entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden);
+    for (const QFileInfo& folder : folders) {
+        const QString path = QDir::cleanPath(folder.absoluteFilePath());
+        if (path == kept || inUse(path) || !QASafeWrite::isRegularFile(path + originalRecord))
+            continue;
+        QFile record(path + originalRecord);
+        if (record.open(QIODevice::ReadOnly) && QString::fromUtf8(record.read(1 << 16)) == original)
+            QDir(path).removeRecursively();
+    }
+}
+
 } // namespace
 
 namespace ImportCache {
@@ -73,6 +103,9 @@ QString resultFileFor(const QString& input, ImportError* error, const ImportProg
         }
         if (!importResults(absolute, resultFile, error, progress))
             return QString();
+        QString ignored; // without the record, the folder is only never removed
+        QASafeWrite::writeFile(folder + originalRecord, absolute.toUtf8(), &ignored);
+        removeEarlierConversions(absolute, QDir::cleanPath(folder));
     }
     conversions().insert(resultFile, conversion);
     return resultFile;
@@ -92,6 +125,7 @@ QList<ImportError> refreshChanged()
         if (now.size == entry->size && now.modified == entry->modified)
             continue;
         ImportError error;
+        QDir().mkpath(QFileInfo(entry.key()).path()); // another process may have removed it
         if (importResults(entry->original, entry.key(), &error))
             *entry = now;
         else

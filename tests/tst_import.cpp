@@ -535,6 +535,24 @@ private Q_SLOTS:
         QVERIFY(run.out.startsWith(QLatin1String("<?xml")));
         QVERIFY(run.out.contains(QLatin1String("<XROD:NODE name=\"tst_folio\" type=\"Test\"")));
 
+        // Each run of a tool leaves one conversion in the cache, not one more per run.
+        const QString rerun = path("rerun.sarif");
+        QByteArray results = result("\"uri\":\"a.c\"", 1);
+        for (int count = 1; count <= 3; ++count) {
+            QVERIFY(writeFile(rerun, sarif(results)));
+            run = crcview({QStringLiteral("summary"), rerun});
+            QCOMPARE(
+                run.out,
+                QStringLiteral("\t[0] Test Case Passed\n\t[%1] Test Case Failed\n").arg(count));
+            results += "," + result("\"uri\":\"a.c\"", count + 1);
+        }
+        QDirIterator kept(m_dir.filePath(QStringLiteral("cache/crcview/imports")),
+                          {QStringLiteral("rerun.sarif")}, QDir::Files,
+                          QDirIterator::Subdirectories);
+        QVERIFY(kept.hasNext());
+        kept.next();
+        QVERIFY(!kept.hasNext());
+
         // Refusals: the input as output, a broken input (among good ones), a bad command line.
         const QString input = path("in.sarif");
         QVERIFY(writeFile(input, "{\"runs\": 3}"));

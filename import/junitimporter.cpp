@@ -2,6 +2,7 @@
 
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
+#include "import/verdict.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -17,37 +18,6 @@ using Bytes = QByteArrayView;
 constexpr qint64 ChunkSize = 1 << 18;
 constexpr int MaxLines = 200;           // lines of one output or trace kept
 constexpr qsizetype MaxBytes = 1 << 14; // bytes of one output or trace kept
-constexpr int MaxTitleLevel = 6;
-
-enum class Verdict : char
-{
-    NotEvaluated,
-    Passed,
-    Failed
-};
-
-const char* stateOf(Verdict verdict)
-{
-    switch (verdict) {
-    case Verdict::Failed:
-        return "ko";
-    case Verdict::Passed:
-        return "ok";
-    case Verdict::NotEvaluated:
-        break;
-    }
-    return "NE";
-}
-
-QByteArray titleStyle(int level, Verdict verdict)
-{
-    QByteArray style = "Title" + QByteArray::number(std::min(level, MaxTitleLevel));
-    if (verdict == Verdict::Failed)
-        style += " Failed";
-    else if (verdict == Verdict::Passed)
-        style += " Passed";
-    return style;
-}
 
 bool is(const XML_Char* name, const char* literal)
 {
@@ -379,16 +349,7 @@ void WritePass::end(const XML_Char* name)
 
 void WritePass::writeLines(const CappedText& text, const char* style)
 {
-    Bytes rest(text.text());
-    while (!rest.isEmpty()) {
-        const qsizetype end = rest.indexOf('\n');
-        const Bytes line = end < 0 ? rest : rest.first(end);
-        if (!line.trimmed().isEmpty())
-            m_out.element("PARAGRAPH", line, {{"style", style}});
-        if (end < 0)
-            break;
-        rest = rest.sliced(end + 1);
-    }
+    m_out.lines(text.text(), style);
     if (text.cut())
         m_out.element("PARAGRAPH",
                       "(cut here: " + QByteArray::number(text.droppedLines()) + " more lines in " +

@@ -55,6 +55,19 @@ void MarkupWriter::text(QByteArrayView utf8)
     flushIfFull();
 }
 
+void MarkupWriter::lines(QByteArrayView utf8, const char* style)
+{
+    while (!utf8.isEmpty()) {
+        const qsizetype end = utf8.indexOf('\n');
+        const QByteArrayView line = end < 0 ? utf8 : utf8.first(end);
+        if (!line.trimmed().isEmpty())
+            element("PARAGRAPH", line, {{"style", style}});
+        if (end < 0)
+            break;
+        utf8 = utf8.sliced(end + 1);
+    }
+}
+
 void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
 {
     const char* data = utf8.data();

@@ -25,6 +25,9 @@ public:
     void element(const char* element, QByteArrayView text,
                  std::initializer_list<Attribute> attributes = {});
     void text(QByteArrayView utf8);
+    // Each line of a text as a paragraph of `style`, blank lines left out: the document view
+    // does not break lines inside a paragraph.
+    void lines(QByteArrayView utf8, const char* style);
     void raw(QByteArrayView markup) { m_buffer.append(markup.data(), markup.size()); }
 
     // Closes what is still open and hands the last bytes to the file; false when a write failed.

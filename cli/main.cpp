@@ -1,5 +1,6 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
+#include "cli/convertcommand.h"
 #include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -28,6 +29,7 @@ int usage()
     std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
                  "       crcview summary [--node NAME] [--check] FILE...\n"
                  "       crcview export [--failed] DIRECTORY FILE...\n"
+                 "       crcview convert FILE [-o OUT.crc]\n"
                  "  dump              print every result node of FILE, its types and totals\n"
                  "  --count           print only the number of nodes and the totals\n"
                  "  --failed          keep only failed nodes (and nodes without a verdict)\n"
@@ -41,7 +43,11 @@ int usage()
                  "  --check           exit status 1 when any test failed\n"
                  "  export            write the reports, the report files they link to and the\n"
                  "                    summary as linked HTML pages into DIRECTORY; prints the\n"
-                 "                    path of index.html\n";
+                 "                    path of index.html\n"
+                 "  convert           write the result-file markup of FILE to OUT.crc or to\n"
+                 "                    standard output\n"
+                 "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
+                 "result files everywhere.\n";
     return exitUsage;
 }
 
@@ -258,11 +264,16 @@ int main(int argc, char** argv)
     if (arguments.isEmpty())
         return usage();
     const QString command = arguments.takeFirst();
+    if (command == QLatin1String("convert"))
+        return convertCommand(arguments);
+    const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
+    if (!imported.anyLeft())
+        return exitUnreadable;
     if (command == QLatin1String("dump"))
-        return dump(arguments);
+        return imported.exitStatus(dump(arguments));
     if (command == QLatin1String("summary"))
-        return summary(arguments);
+        return imported.exitStatus(summary(arguments));
     if (command == QLatin1String("export"))
-        return exportPages(arguments);
+        return imported.exitStatus(exportPages(arguments));
     return usage();
 }

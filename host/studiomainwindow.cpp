@@ -1,10 +1,13 @@
 #include "host/studiomainwindow.h"
 
+#include "host/importedresults.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
+#include "import/importcache.h"
+#include "import/resultimport.h"
 #include "sdk/preferenceitem.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
@@ -167,10 +170,11 @@ QAStViewerPlugin* StudioMainWindow::plugin() const
     return m_plugin ? m_plugin->plugin() : nullptr;
 }
 
-QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
+QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
 {
-    if (!plugin() || files.isEmpty())
+    if (!plugin() || requested.isEmpty())
         return nullptr;
+    const QStringList files = importedAsResultFiles(requested, this, this);
     QStringList fresh;
     QAStViewerWindow* shown = nullptr;
     for (const QString& file : files) {
@@ -183,8 +187,9 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
         }
     }
     if (!fresh.isEmpty()) {
-        m_currentDirectory = QFileInfo(fresh.first()).absolutePath();
-        statusBar()->showMessage(tr("Opening %1").arg(QDir::toNativeSeparators(fresh.first())));
+        const QString first = ImportCache::originalOf(fresh.first());
+        m_currentDirectory = QFileInfo(first).absolutePath();
+        statusBar()->showMessage(tr("Opening %1").arg(QDir::toNativeSeparators(first)));
         QAStViewerWindow* viewer = plugin()->create(fresh, this, nullptr);
         if (!viewer)
             return nullptr;
@@ -227,7 +232,7 @@ void StudioMainWindow::addViewer(QAStViewerWindow* viewer, const QStringList& fi
     QStringList paths{viewer->windowTitle()};
     for (const QString& file : files) {
         names.append(QFileInfo(file).fileName());
-        paths.append(QDir::toNativeSeparators(file));
+        paths.append(QDir::toNativeSeparators(ImportCache::originalOf(file)));
     }
     const QString label = names.size() <= 2
                               ? names.join(QStringLiteral(", "))
@@ -240,7 +245,9 @@ void StudioMainWindow::openWithDialog()
 {
     if (!plugin())
         return;
-    const QStringList filters = plugin()->filters() << tr("All files (*)");
+    const QStringList filters = plugin()->filters()
+                                << tr("Analyzer and test results (*.sarif *.sarif.json *.xml)")
+                                << tr("All files (*)");
     const QStringList files = QADialogs::current().openFileNames(
         this, tr("Open"), currentDirectory(), filters.join(QStringLiteral(";;")));
     openFiles(files);
@@ -342,6 +349,7 @@ void StudioMainWindow::runCommand(Command command)
     QAStViewerWindow* viewer = activeViewer();
     switch (command) {
     case Reload:
+        refreshImportedResults(this, this); // originals changed since they were converted
         viewer->reload();
         break;
     case SaveAs:
@@ -438,7 +446,7 @@ QStringList StudioMainWindow::droppedFiles(const QMimeData& data) const
     QStringList files;
     if (!plugin() || !data.hasUrls())
         return files;
-    const QStringList patterns = plugin()->accept();
+    const QStringList patterns = plugin()->accept() + importPatterns();
     for (const QUrl& url : data.urls()) {
         if (url.isLocalFile() && QDir::match(patterns, QFileInfo(url.toLocalFile()).fileName()))
             files.append(url.toLocalFile());

@@ -58,7 +58,8 @@ public:
     // Shows `files` in one viewer window. Files already shown elsewhere are left out; when no
     // file is left, the window that shows the first one comes forward. A window that could read
     // none of its files is dropped. Returns the window shown, or null.
-    QAStViewerWindow* openFiles(const QStringList& files);
+    // Analyzer and test results are converted first (see importedAsResultFiles()).
+    QAStViewerWindow* openFiles(const QStringList& requested);
     // Asks for files with the plug-in's filters and opens them.
     void openWithDialog();
     // The result files among dragged data, as a drop would open them.

@@ -1,0 +1,135 @@
+#include "cli/convertcommand.h"
+
+#include "import/importcache.h"
+#include "import/resultimport.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <iostream>
+
+namespace {
+
+constexpr int exitUnreadable = 2;
+constexpr int exitUsage = 64;
+
+int convertUsage()
+{
+    std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
+                 "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
+                 "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
+                 "                    or to standard output\n";
+    return exitUsage;
+}
+
+void report(const ImportError& error)
+{
+    std::cerr << error.text().toLocal8Bit().constData() << "\n";
+}
+
+bool sameFile(const QString& a, const QString& b)
+{
+    const QFileInfo first(a);
+    const QFileInfo second(b);
+    if (first.exists() && second.exists())
+        return first.canonicalFilePath() == second.canonicalFilePath();
+    return first.absoluteFilePath() == second.absoluteFilePath();
+}
+
+// Option values and the export directory are not files to convert.
+bool takesValue(const QString& command, const QString& option)
+{
+    return (command == QLatin1String("dump") && option == QLatin1String("--hide-type")) ||
+           (command == QLatin1String("summary") && option == QLatin1String("--node"));
+}
+
+} // namespace
+
+int convertCommand(const QStringList& arguments)
+{
+    QString input;
+    QString output;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("-o") && i + 1 < arguments.size() && output.isNull())
+            output = arguments.at(++i);
+        else if (argument.startsWith(QLatin1Char('-')) || !input.isNull())
+            return convertUsage();
+        else
+            input = argument;
+    }
+    if (input.isNull())
+        return convertUsage();
+    ImportError error;
+    if (output.isNull()) {
+        const QString converted = ImportCache::resultFileFor(input, &error);
+        QFile markup(converted);
+        if (converted.isNull()) {
+            report(error);
+            return exitUnreadable;
+        }
+        if (!markup.open(QIODevice::ReadOnly)) {
+            std::cerr << converted.toLocal8Bit().constData() << ": "
+                      << markup.errorString().toLocal8Bit().constData() << "\n";
+            return exitUnreadable;
+        }
+        while (!markup.atEnd()) {
+            const QByteArray block = markup.read(1 << 20);
+            std::cout.write(block.constData(), block.size());
+        }
+        std::cout.flush();
+        return std::cout ? 0 : exitUnreadable;
+    }
+    if (sameFile(input, output)) {
+        std::cerr << "crcview: the output " << output.toLocal8Bit().constData()
+                  << " is the input itself; nothing written\n";
+        return exitUsage;
+    }
+    if (!importResults(input, output, &error)) {
+        report(error);
+        return exitUnreadable;
+    }
+    return 0;
+}
+
+ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
+{
+    if (command != QLatin1String("dump") && command != QLatin1String("summary") &&
+        command != QLatin1String("export"))
+        return;
+    bool directoryToCome = command == QLatin1String("export");
+    QStringList kept;
+    for (qsizetype i = 0; i < arguments->size(); ++i) {
+        const QString& argument = arguments->at(i);
+        if (argument.startsWith(QLatin1Char('-'))) {
+            kept.append(argument);
+            if (takesValue(command, argument) && i + 1 < arguments->size())
+                kept.append(arguments->at(++i));
+            continue;
+        }
+        if (directoryToCome) {
+            directoryToCome = false;
+            kept.append(argument);
+            continue;
+        }
+        if (importFormatOf(argument) == ImportFormat::None) {
+            ++m_others;
+            kept.append(argument);
+            continue;
+        }
+        ImportError error;
+        const QString converted = ImportCache::resultFileFor(argument, &error);
+        if (converted.isNull()) {
+            report(error);
+            m_failed = true;
+            continue;
+        }
+        ++m_converted;
+        kept.append(converted);
+    }
+    *arguments = kept;
+}
+
+int ImportedFiles::exitStatus(int status) const
+{
+    return m_failed && status == 0 ? exitUnreadable : status;
+}

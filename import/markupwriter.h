@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+class QASafeFile;
+
+// Writes result-file markup as it is produced: elements are opened and closed in order and
+// every text is escaped on the way. Texts are UTF-8; characters XML cannot hold (controls other
+// than tab and line feed) become '?', so that whatever a tool wrote, the reader can read.
+class MarkupWriter
+{
+public:
+    using Attribute = std::pair<const char*, QByteArrayView>;
+
+    explicit MarkupWriter(QASafeFile* out);
+
+    // Opens `element` (a literal: its name is kept until the matching close()).
+    void open(const char* element, std::initializer_list<Attribute> attributes = {});
+    void close();
+    // An element with only a text in it.
+    void element(const char* element, QByteArrayView text,
+                 std::initializer_list<Attribute> attributes = {});
+    void text(QByteArrayView utf8);
+    // Each line of a text as a paragraph of `style`, blank lines left out: the document view
+    // does not break lines inside a paragraph.
+    void lines(QByteArrayView utf8, const char* style);
+    void raw(QByteArrayView markup) { m_buffer.append(markup.data(), markup.size()); }
+
+    // Closes what is still open and hands the last bytes to the file; false when a write failed.
+    bool finish();
+    int depth() const { return int(m_open.size()); }
+
+private:
+    void escape(QByteArrayView utf8, bool attribute);
+    void flushIfFull();
+
+    QASafeFile* m_out;
+    QByteArray m_buffer;
+    std::vector<const char*> m_open;
+    bool m_failed = false;
+};

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "import/resultimport.h"
+#include "import/verdict.h"
+
+#include <QByteArrayView>
+#include <QHash>
+#include <QString>
+#include <rapidjson/fwd.h>
+#include <vector>
+
+class MarkupWriter;
+
+// Writes one run of a SARIF log as a document: File > Rule > Finding nodes, the findings of a
+// run grouped by the file and rule they belong to.
+class SarifRunWriter
+{
+public:
+    using Value = rapidjson::Value;
+    using Bytes = QByteArrayView;
+
+    // `directory` is the base of relative locations without a known base; `sections` numbers
+    // the sections of the whole output.
+    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out, int& sections);
+
+    // `where` is the run's JSON path. `progress` is told of each file written, as thousandths
+    // from `done` to `done + share`.
+    bool write(const QString& where, int runIndex, ImportError* error,
+               const ImportProgress& progress, int done, int share);
+
+private:
+    // A file that results point into.
+    struct SourceFile
+    {
+        QString name; // as shown: the path relative to the base, or the whole path
+        QString base; // absolute folder ending in '/', empty when the file is not on this machine
+        bool relative = false; // name is relative to base
+
+        bool linkable() const { return !base.isEmpty(); }
+        QString absolutePath() const { return relative ? base + name : name; }
+    };
+
+    // One place a result speaks of.
+    struct Place
+    {
+        SourceFile file;
+        int line = 0;
+        const Value* region = nullptr;
+        Bytes logicalName;
+        bool found = false;
+    };
+
+    struct RuleGroup
+    {
+        QByteArray id;
+        const Value* rule = nullptr;
+        std::vector<const Value*> results;
+        Verdict verdict = Verdict::NotEvaluated;
+    };
+
+    struct FileGroup
+    {
+        SourceFile file;
+        bool located = false;
+        std::vector<RuleGroup> rules;
+        QHash<QByteArray, int> ruleIndex;
+        Verdict verdict = Verdict::NotEvaluated;
+    };
+
+    bool group(const QString& where, ImportError* error);
+    void writeFile(const FileGroup& file);
+    void writeRule(const FileGroup& file, const RuleGroup& rule);
+    void writeFinding(const FileGroup& file, const Value& result, const Value* rule);
+    void writeLocationLine(const char* label, const FileGroup& owner, const Place& place,
+                           Bytes message);
+    void openSection(const QByteArray& titleStyle, Bytes title);
+
+    const Value* ruleOf(const Value& result, QByteArray* id) const;
+    QByteArray messageOf(const Value* message, const Value* rule) const;
+    Place placeOf(const Value* location);
+    SourceFile fileOf(const Value* artifactLocation);
+    SourceFile resolve(Bytes uri, Bytes baseId);
+    QString baseFolder(Bytes baseId) const;
+
+    const Value& m_run;
+    QString m_directory;
+    MarkupWriter& m_out;
+    int& m_sections;
+    const Value* m_driver = nullptr;
+    const Value* m_rules = nullptr;
+    const Value* m_artifacts = nullptr;
+    const Value* m_baseIds = nullptr;
+    QHash<QByteArray, const Value*> m_rulesById;
+    QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
+    std::vector<FileGroup> m_groups;
+    qsizetype m_resultCount = 0;
+};

@@ -1,0 +1,263 @@
+// crcstudio with the results of analyzers and test runners, as a user meets them: opened from
+// the File menu or dropped on the window, named after the original files, their findings
+// linked to the source lines, and bad logs refused with the place of the fault.
+
+#include "folio/ddocument.h"
+#include "folio/dlink.h"
+#include "folio/dreportwidget.h"
+#include "host/outputdock.h"
+#include "host/progresspanel.h"
+#include "host/sourceview.h"
+#include "host/studiomainwindow.h"
+#include "sdk/qadialogs.h"
+#include "sdk/qastviewerplugin.h"
+#include "sdk/qastviewerwindow.h"
+#include "viewer/qareporter.h"
+#include "viewer/qarlistview.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
+const QString data = QStringLiteral(IMPORT_DATA_DIR);
+
+bool writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
+}
+
+// The entry of a menu of the menu bar, found by the texts a user reads.
+QAction* menuEntry(QMainWindow& window, const QString& menu, const QString& entry)
+{
+    for (QAction* top : window.menuBar()->actions()) {
+        if (top->text() != menu || !top->menu())
+            continue;
+        for (QAction* action : top->menu()->actions()) {
+            if (action->text() == entry)
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+// The text shown by a document view, as a user copies it.
+QString shownText(DFolioView* view)
+{
+    view->selectAll();
+    const QString text = view->selectedText();
+    view->clearSelection();
+    return text;
+}
+
+// The point of the viewport where a link to `target` is drawn, or (-1, -1).
+QPoint linkPoint(DFolioView* view, const QString& target)
+{
+    const QSize size = view->viewport()->size();
+    for (int y = 2; y < size.height(); y += 4) {
+        for (int x = 2; x < size.width(); x += 6) {
+            const DLink* link = dcast<DLink>(view->itemAt(QPoint(x, y)));
+            if (link && link->target() == target)
+                return QPoint(x, y);
+        }
+    }
+    return QPoint(-1, -1);
+}
+
+} // namespace
+
+class TestStudioImport : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<StudioMainWindow> m_studio;
+    ScriptedDialogs* m_dialogs = nullptr;
+
+    void closeAllTabs()
+    {
+        while (m_studio->tabs()->count() > 0)
+            Q_EMIT m_studio->tabs()->tabCloseRequested(0);
+        QTRY_VERIFY(m_studio->viewers().isEmpty());
+    }
+
+    QAReporter* activeReporter() const
+    {
+        return qobject_cast<QAReporter*>(m_studio->activeViewer());
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(m_dir.filePath(QStringLiteral("cache"))));
+        auto dialogs = std::make_unique<ScriptedDialogs>();
+        m_dialogs = dialogs.get();
+        QADialogs::install(std::move(dialogs));
+        m_studio = std::make_unique<StudioMainWindow>(
+            pluginPath, m_dir.filePath(QStringLiteral("settings.xml")));
+        QVERIFY2(m_studio->plugin(), qPrintable(m_studio->pluginError()));
+        m_studio->show();
+    }
+
+    void cleanupTestCase()
+    {
+        m_studio->close();
+        m_studio.reset();
+    }
+
+    void cleanup()
+    {
+        closeAllTabs();
+        m_dialogs->asked.clear();
+    }
+
+    // File > Open offers analyzer and test results; a SARIF log and a JUnit report open in one
+    // tab named after them, the outline and the summary name them too, and the findings and
+    // tests are counted.
+    void openFromTheFileMenu()
+    {
+        QAction* open = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."));
+        QVERIFY(open);
+        const QString sarif = data + QStringLiteral("/flawfinder.sarif");
+        const QString junit = data + QStringLiteral("/ctest-junit.xml");
+        m_dialogs->files.append({sarif, junit});
+        open->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 1);
+        QVERIFY2(m_dialogs->asked.first().text.contains(
+                     QLatin1String("Analyzer and test results (*.sarif *.sarif.json *.xml)")),
+                 qPrintable(m_dialogs->asked.first().text));
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(m_studio->tabs()->tabText(0), QStringLiteral("flawfinder.sarif, ctest-junit.xml"));
+        QVERIFY(m_studio->tabs()->tabToolTip(0).contains(sarif));
+        QCOMPARE(m_studio->currentDirectory(), data); // where the next Open starts
+
+        QAReporter* viewer = activeReporter();
+        QVERIFY(viewer);
+        QCOMPARE(viewer->testFailed(), 7);
+        QCOMPARE(viewer->testPassed(), 3);
+        QARListView* outline = viewer->outline();
+        QVERIFY(outline);
+        QCOMPARE(outline->topLevelItemCount(), 2);
+        QCOMPARE(outline->topLevelItem(0)->text(0), QStringLiteral("flawfinder.sarif"));
+        QCOMPARE(outline->topLevelItem(1)->text(0), QStringLiteral("ctest-junit.xml"));
+        QCOMPARE(outline->topLevelItem(0)->child(0)->text(0), QStringLiteral("src/copy.c"));
+        const QString summary = shownText(viewer->headerView());
+        QVERIFY2(summary.contains(QLatin1String("flawfinder.sarif")), qPrintable(summary));
+        QVERIFY2(summary.contains(QLatin1String("ctest-junit.xml")), qPrintable(summary));
+
+        // Opened again, the same tab comes forward.
+        m_dialogs->files.append({sarif});
+        open->trigger();
+        QCOMPARE(m_studio->tabs()->count(), 1);
+    }
+
+    // A finding's link, clicked where it is drawn, opens the source file at the finding's line.
+    void findingsLinkToTheirLines()
+    {
+        QVERIFY(m_studio->openFiles({data + QStringLiteral("/flawfinder.sarif")}));
+        QAReporter* viewer = activeReporter();
+        QARListView* outline = viewer->outline();
+        const QList<QTreeWidgetItem*> found = outline->findItems(
+            QStringLiteral("line 8: buffer/gets"), Qt::MatchStartsWith | Qt::MatchRecursive);
+        QCOMPARE(found.size(), 1);
+        outline->scrollToItem(found.first());
+        QTest::mouseClick(outline->viewport(), Qt::LeftButton, {},
+                          outline->visualItemRect(found.first()).center());
+        QCOMPARE(outline->currentItem(), found.first());
+
+        DFolioView* document = viewer->documentView();
+        const QPoint link = linkPoint(document, QStringLiteral("src/tmp.c line 8"));
+        QVERIFY(link.x() >= 0);
+        QTest::mouseClick(document->viewport(), Qt::LeftButton, {}, link);
+        SourceView* source = m_studio->activeSource();
+        QVERIFY2(source, qPrintable(m_studio->output()->contents()));
+        QCOMPARE(source->path(), data + QStringLiteral("/src/tmp.c"));
+        QCOMPARE(source->highlightedLine(), 8);
+    }
+
+    // The conversion shows its progress; File > Reload after the analyzer ran again shows its
+    // new findings; a log broken since is refused and the findings shown before stay.
+    void reloadAfterANewRun()
+    {
+        const QString log = m_dir.filePath(QStringLiteral("again.sarif"));
+        QVERIFY(QFile::copy(data + QStringLiteral("/flawfinder.sarif"), log));
+        ProgressPanel* panel = m_studio->progress();
+        QStringList shown; // the progress display's label at each step
+        const QMetaObject::Connection steps =
+            connect(panel->bar(), &QProgressBar::valueChanged, this, [&](int value) {
+                shown.append(panel->label()->text() + QLatin1Char(' ') + QString::number(value));
+            });
+        m_dialogs->files.append({log});
+        menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        disconnect(steps);
+        QCOMPARE(activeReporter()->testFailed(), 7);
+        QVERIFY2(shown.contains(QStringLiteral("Converting again.sarif 1000")),
+                 qPrintable(shown.join(QLatin1Char('\n'))));
+        QVERIFY(!panel->isVisible());
+
+        QVERIFY(writeFile(log, "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
+                               "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":\"FF1\","
+                               "\"message\":{\"text\":\"one left\"}}]}]}"));
+        QAction* reload = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Reload"));
+        QVERIFY(reload);
+        reload->trigger();
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(activeReporter()->testFailed(), 1);
+        QCOMPARE(activeReporter()->outline()->topLevelItem(0)->text(0),
+                 QStringLiteral("again.sarif"));
+
+        QVERIFY(writeFile(log, "{\"runs\": [\n"));
+        m_dialogs->asked.clear();
+        reload->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 1);
+        QVERIFY2(m_dialogs->asked.first().text.contains(log + QStringLiteral(":2:1: ")),
+                 qPrintable(m_dialogs->asked.first().text));
+        QCOMPARE(activeReporter()->testFailed(), 1);
+    }
+
+    // Dropped on the window, a JUnit report opens like a result file; a broken log is refused
+    // with its file, line and column, and leaves no tab.
+    void dropsAndBrokenLogs()
+    {
+        QMimeData dropped;
+        dropped.setUrls({QUrl::fromLocalFile(data + QStringLiteral("/ctest-junit.xml"))});
+        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton,
+                              Qt::NoModifier);
+        QApplication::sendEvent(m_studio.get(), &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(m_studio.get(), &drop);
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(m_studio->tabs()->tabText(0), QStringLiteral("ctest-junit.xml"));
+        QCOMPARE(activeReporter()->testPassed(), 3);
+
+        const QString broken = m_dir.filePath(QStringLiteral("broken.sarif"));
+        QVERIFY(writeFile(broken, "{\"runs\": [\n  {\"results\": [}\n]}"));
+        QAction* open = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."));
+        m_dialogs->files.append({broken});
+        open->trigger();
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(m_dialogs->asked.size(), 2);
+        QCOMPARE(m_dialogs->asked.last().kind, QStringLiteral("message"));
+        QVERIFY2(m_dialogs->asked.last().text.contains(broken + QStringLiteral(":2:16: ")),
+                 qPrintable(m_dialogs->asked.last().text));
+        QVERIFY(m_studio->output()->contents().contains(broken + QStringLiteral(":2:16: ")));
+        QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("broken*")}, QDir::Files),
+                 (QStringList{QStringLiteral("broken.sarif")}));
+    }
+};
+
+QTEST_MAIN(TestStudioImport)
+#include "tst_studioimport.moc"

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -63,9 +64,12 @@ bool QASafeFile::open()
         m_replacesFile = false;
     }
 
+    // The temporary name must fit where the target's name fits: a name of 255 bytes leaves no
+    // room for the dot and the random ending, so it is shortened.
     const QFileInfo info(m_path);
+    const QByteArray name = QFile::encodeName(info.fileName()).left(NAME_MAX - 8);
     QByteArray pattern =
-        QFile::encodeName(info.absolutePath() + QLatin1String("/.") + info.fileName()) + ".XXXXXX";
+        QFile::encodeName(info.absolutePath()) + "/." + name + ".XXXXXX";
     const int descriptor = ::mkstemp(pattern.data());
     if (descriptor < 0)
         return failErrno(errno);
@@ -177,11 +181,9 @@ bool copyFile(const QString& source, const QString& target, QString* error)
             *error = QStringLiteral("Cannot read %1: %2").arg(source, reason);
         return false;
     };
-    if (!isRegularFile(source))
-        return refuse(QStringLiteral("it is not a regular file"));
     QFile input(source);
-    if (!input.open(QIODevice::ReadOnly))
-        return refuse(input.errorString());
+    if (!openRegularFile(input, error))
+        return false;
     QASafeFile output(target);
     if (!output.open()) {
         if (error)
@@ -212,6 +214,31 @@ bool isRegularFile(const QString& path)
 {
     struct stat status;
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool openRegularFile(QFile& file, QString* error)
+{
+    auto refuse = [&](const QString& reason) {
+        if (error)
+            *error = QStringLiteral("Cannot read %1: %2").arg(file.fileName(), reason);
+        return false;
+    };
+    // Without O_NONBLOCK, opening a FIFO would wait for a writer.
+    const int descriptor =
+        ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return refuse(reasonOf(errno));
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        return refuse(QStringLiteral("it is not a regular file"));
+    }
+    ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return refuse(file.errorString());
+    }
+    return true;
 }
 
 } // namespace QASafeWrite

@@ -182,8 +182,9 @@ bool copyFile(const QString& source, const QString& target, QString* error)
         return false;
     };
     QFile input(source);
-    if (!openRegularFile(input, error))
-        return false;
+    QString reason;
+    if (!openRegularFile(input, &reason))
+        return refuse(reason);
     QASafeFile output(target);
     if (!output.open()) {
         if (error)
@@ -220,7 +221,7 @@ bool openRegularFile(QFile& file, QString* error)
 {
     auto refuse = [&](const QString& reason) {
         if (error)
-            *error = QStringLiteral("Cannot read %1: %2").arg(file.fileName(), reason);
+            *error = reason;
         return false;
     };
     // Without O_NONBLOCK, opening a FIFO would wait for a writer.

@@ -58,7 +58,7 @@ bool isRegularFile(const QString& path);
 
 // Opens `file` (named by its fileName()) for reading when it is a regular file. The check is
 // made on the opened file itself, so a FIFO put in its place meanwhile neither blocks nor is
-// read. False with the reason in `error` otherwise.
+// read. False with the reason (without the name) in `error` otherwise.
 bool openRegularFile(QFile& file, QString* error);
 
 } // namespace QASafeWrite

@@ -29,6 +29,8 @@
 #include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScopeGuard>
+#include <QStorageInfo>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTabWidget>
@@ -82,6 +84,39 @@ int restartedStudio(const QString& settings)
     std::cout << "output=" << studio.output()->contents().toStdString() << "\n";
     studio.openFiles({example("rules-core.crc")}); // quitting with a window open
     studio.close();
+    return 0;
+}
+
+// The action of a menu of the menu bar, found by the texts a user reads.
+QAction* menuAction(QMainWindow& window, const QString& menuText, const QString& actionText)
+{
+    for (QAction* top : window.menuBar()->actions()) {
+        if (top->text() != menuText || !top->menu())
+            continue;
+        for (QAction* action : top->menu()->actions()) {
+            if (action->text() == actionText)
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+// A studio on `settings` quit through File > Quit; prints the messages it showed.
+int quitFromMenu(const QString& settings)
+{
+    auto dialogs = std::make_unique<ScriptedDialogs>();
+    ScriptedDialogs* asked = dialogs.get();
+    QADialogs::install(std::move(dialogs));
+    StudioMainWindow studio(pluginPath, settings);
+    if (!studio.plugin())
+        return 2;
+    studio.show();
+    QAction* quit = menuAction(studio, QStringLiteral("&File"), QStringLiteral("&Quit"));
+    if (!quit)
+        return 3;
+    quit->trigger();
+    for (const ScriptedDialogs::Asked& message : std::as_const(asked->asked))
+        std::cout << "message=" << message.text.toStdString() << "\n";
     return 0;
 }
 
@@ -496,6 +531,37 @@ private Q_SLOTS:
         QVERIFY2(quit.contains(QLatin1String("depth=4\n")), qPrintable(quit));
         QVERIFY(readFile(bare).contains("<int name=\"auto_depth\" value=\"4\"/>"));
     }
+
+    // Settings that cannot be written on File > Quit: a full disk or a read-only folder keeps
+    // the old settings file whole, and the user is told why.
+    void quittingOnAFullDiskKeepsTheSettings()
+    {
+        const QString disk = m_dir.filePath(QStringLiteral("full"));
+        QVERIFY(QDir().mkpath(disk));
+        QProcess mount;
+        mount.start(QStringLiteral("mount"), {QStringLiteral("-t"), QStringLiteral("tmpfs"),
+                                              QStringLiteral("-o"), QStringLiteral("size=64k"),
+                                              QStringLiteral("tmpfs"), disk});
+        if (!mount.waitForFinished() || mount.exitCode() != 0)
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount = qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+
+        const QString settings = disk + QStringLiteral("/settings.xml");
+        QByteArray old = "<resources version=\"1\">\n";
+        while (old.size() < 13 * 1024)
+            old += "<group name=\"OTHER\"><int name=\"kept\" value=\"1\"/></group>\n";
+        old += "</resources>\n";
+        QVERIFY(writeFile(settings, old));
+        // All but a few kilobytes of the room left are taken: the new file starts to be written.
+        const qint64 room = QStorageInfo(disk).bytesAvailable();
+        QVERIFY(writeFile(disk + QStringLiteral("/filler"), QByteArray(room - 4096, 'f')));
+
+        const QString quit = runChild({QStringLiteral("--quit-from-menu"), settings});
+        QVERIFY2(quit.contains(QLatin1String("message=")) && quit.contains(settings) &&
+                     quit.contains(QLatin1String("No space left")),
+                 qPrintable(quit));
+        QCOMPARE(readFile(settings), old);
+    }
 };
 
 int main(int argc, char** argv)
@@ -503,6 +569,8 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--restarted") == 0)
         return restartedStudio(QString::fromLocal8Bit(argv[2]));
+    if (argc == 3 && qstrcmp(argv[1], "--quit-from-menu") == 0)
+        return quitFromMenu(QString::fromLocal8Bit(argv[2]));
     TestHost test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -87,6 +87,15 @@ int restartedStudio(const QString& settings)
     return 0;
 }
 
+// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
+bool mountTinyDisk(const QString& point)
+{
+    QDir().mkpath(point);
+    return QProcess::execute(QStringLiteral("mount"),
+                             {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
+}
+
 // The action of a menu of the menu bar, found by the texts a user reads.
 QAction* menuAction(QMainWindow& window, const QString& menuText, const QString& actionText)
 {
@@ -532,17 +541,51 @@ private Q_SLOTS:
         QVERIFY(readFile(bare).contains("<int name=\"auto_depth\" value=\"4\"/>"));
     }
 
+    // File > Save As copies the bytes of the result file, CR LF line ends included; a copy that
+    // cannot be written (full disk) is said so with the reason, and the file it was to replace
+    // keeps its bytes.
+    void saveAsCopiesBytes()
+    {
+        QByteArray crlf = readFile(example("rules-core.crc"));
+        crlf.replace("\n", "\r\n");
+        const QString source = m_dir.filePath(QStringLiteral("crlf.crc"));
+        QVERIFY(writeFile(source, crlf));
+        QVERIFY(m_studio->openFiles({source}));
+        QAction* saveAs = menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("Save &As..."));
+        QVERIFY(saveAs && saveAs->isEnabled());
+
+        const QString copy = m_dir.filePath(QStringLiteral("copy.xrd"));
+        m_dialogs->files.append({copy});
+        saveAs->trigger();
+        QCOMPARE(readFile(copy).size(), crlf.size());
+        QCOMPARE(readFile(copy), crlf);
+
+        const QString disk = m_dir.filePath(QStringLiteral("saveas-disk"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        const QString target = disk + QStringLiteral("/old.xrd");
+        QVERIFY(writeFile(target, "old copy"));
+        const qint64 room = QStorageInfo(disk).bytesAvailable();
+        QVERIFY(writeFile(disk + QStringLiteral("/filler"), QByteArray(room - 4096, 'f')));
+        m_dialogs->asked.clear();
+        m_dialogs->files.append({target});
+        m_dialogs->buttons = {QMessageBox::Yes}; // overwrite it
+        saveAs->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 3); // the name, overwrite?, the failure
+        QVERIFY2(m_dialogs->asked.last().text.contains(QLatin1String("could not be save")) &&
+                     m_dialogs->asked.last().text.contains(QLatin1String("No space left")),
+                 qPrintable(m_dialogs->asked.last().text));
+        QCOMPARE(readFile(target), QByteArray("old copy"));
+    }
+
     // Settings that cannot be written on File > Quit: a full disk or a read-only folder keeps
     // the old settings file whole, and the user is told why.
     void quittingOnAFullDiskKeepsTheSettings()
     {
         const QString disk = m_dir.filePath(QStringLiteral("full"));
-        QVERIFY(QDir().mkpath(disk));
-        QProcess mount;
-        mount.start(QStringLiteral("mount"), {QStringLiteral("-t"), QStringLiteral("tmpfs"),
-                                              QStringLiteral("-o"), QStringLiteral("size=64k"),
-                                              QStringLiteral("tmpfs"), disk});
-        if (!mount.waitForFinished() || mount.exitCode() != 0)
+        if (!mountTinyDisk(disk))
             QSKIP("mounting a small file system is not allowed here");
         const auto unmount = qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
 

@@ -12,6 +12,7 @@
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaoutputwindow.h"
 #include "sdk/qaprogressdialog.h"
+#include "sdk/qasafefile.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
 #include "viewer/qarlistview.h"
@@ -19,7 +20,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QSet>
 
 namespace {
@@ -65,32 +65,17 @@ bool QAReporter::saveCopy(const QString& source, const QString& title)
                                      QMessageBox::No) != QMessageBox::Yes)
         return false;
 
-    QFile input(source);
-    if (!input.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have read permission."));
+    // A copy of the bytes, CR LF line ends included, written aside and renamed at the end: a
+    // failed copy never leaves half a file behind, and an existing file stays as it was.
+    QString reason;
+    if (QASafeWrite::copyFile(source, chosen, &reason))
         return true;
-    }
-    // Written aside and renamed at the end: a failed copy never leaves half a file behind.
-    QSaveFile output(chosen);
-    if (!output.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have write permission."));
-        return true;
-    }
-    while (!input.atEnd()) {
-        QByteArray line = input.readLine();
-        if (line.endsWith('\n'))
-            line.chop(1);
-        output.write(line);
-        output.write("\n");
-    }
-    if (!output.commit())
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have write permission."));
+    const bool readable = QASafeWrite::isRegularFile(source) && QFileInfo(source).isReadable();
+    QADialogs::warning(
+        this, title,
+        (readable ? tr("The file could not be save.\nPlease check if you have write permission.")
+                  : tr("The file could not be save.\nPlease check if you have read permission.")) +
+            QStringLiteral("\n\n") + reason);
     return true;
 }
 

@@ -229,15 +229,19 @@ bool openRegularFile(QFile& file, QString* error)
         ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         return refuse(reasonOf(errno));
-    struct stat status;
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(descriptor);
+    struct stat checked;
+    const bool regular = ::fstat(descriptor, &checked) == 0 && S_ISREG(checked.st_mode);
+    ::close(descriptor);
+    if (!regular)
         return refuse(QStringLiteral("it is not a regular file"));
-    }
-    ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(descriptor);
+    // Opened again by name, so that the file keeps its name; it must be the file checked.
+    if (!file.open(QIODevice::ReadOnly))
         return refuse(file.errorString());
+    struct stat opened;
+    if (::fstat(file.handle(), &opened) != 0 || opened.st_dev != checked.st_dev ||
+        opened.st_ino != checked.st_ino) {
+        file.close();
+        return refuse(QStringLiteral("it was replaced while being opened"));
     }
     return true;
 }

@@ -56,9 +56,9 @@ bool copyFile(const QString& source, const QString& target, QString* error);
 // socket or a device, which would hang or never end when read.
 bool isRegularFile(const QString& path);
 
-// Opens `file` (named by its fileName()) for reading when it is a regular file. The check is
-// made on the opened file itself, so a FIFO put in its place meanwhile neither blocks nor is
-// read. False with the reason (without the name) in `error` otherwise.
+// Opens `file` (named by its fileName()) for reading when it is a regular file: the check opens
+// it without waiting, so a FIFO does not block, and the file opened must be the one checked.
+// False with the reason (without the name) in `error` otherwise.
 bool openRegularFile(QFile& file, QString* error);
 
 } // namespace QASafeWrite

@@ -60,8 +60,9 @@ public:
     bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
-    // Reads one report document; the caller owns it. Null when it cannot be read.
-    std::unique_ptr<DDocument> readXrdFile(const QString& path) const;
+    // Reads one report document; the caller owns it. Null when it cannot be read, with the
+    // reason ("FILE:LINE:COLUMN: message") in `reason` when given.
+    std::unique_ptr<DDocument> readXrdFile(const QString& path, QString* reason = nullptr) const;
 
     // Writes the displayed reports, the report files they link to and the summary as HTML pages
     // into `directory`; `index` takes no part (the summary is always "index.html").
@@ -156,9 +157,9 @@ private Q_SLOTS:
 
 private:
     void setupToolBar(bool on);
-    void exportLinkedReports(const QString& directory, QStringList files,
-                             QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                             QAIProgressMonitor* progress, QAILogMonitor* log);
+    bool exportHTMLsubFile(const QString& dir, const QStringList& files,
+                           QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                           QAIProgressMonitor* progress, QAILogMonitor* log);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;

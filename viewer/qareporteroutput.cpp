@@ -3,9 +3,11 @@
 #include "viewer/qareporterhost.h"
 
 #include "export/qareporterhtmlwriter.h"
+#include "export/qareporterindexpage.h"
 #include "filter/qareporterfilter.h"
 #include "folio/ddocument.h"
 #include "folio/dexporthtml.h"
+#include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporternode.h"
 #include "sdk/qadialogs.h"
@@ -18,6 +20,7 @@
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
@@ -98,8 +101,13 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
 {
     StudioInterface* studio = hostStudio();
     QList<QAReporterData*> reports;
-    for (const auto& record : m_dataList)
+    QStringList reportFolders;
+    for (const auto& record : m_dataList) {
         reports.append(record.get());
+        const QString folder = QFileInfo(record->fileName).absolutePath();
+        if (!reportFolders.contains(folder))
+            reportFolders.append(folder);
+    }
     QList<QAReporterData*> displayed;
     if (m_filter) {
         for (const auto& record : m_filter->filtered())
@@ -109,10 +117,23 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
     writer.setBaseForLink(directory);
     DExportHtml exporter(directory, (studio ? studio->currentDirectory() : QDir::currentPath()) +
                                         QDir::separator() + QStringLiteral("dhtml.cfg"));
+    // Pictures come only from the folders of the result files and the document search path.
+    exporter.setImageFolders(reportFolders);
     if (studio)
         exporter.setSearchPath(studio->documentSearchPath());
     exporter.setHTMLWriter(&writer);
 
+    // Every page is named by one table, the summary's first, so that no page replaces another
+    // and every link finds its page.
+    DPageNames& names = exporter.pageNames();
+    const QString indexPage =
+        names.nameFor(QStringLiteral("summary"), QStringLiteral("index"), writer.pageSuffix());
+    writer.setPageNames(&names);
+    exporter.setIndexPage(indexPage);
+    const QString base = displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
+    writer.setXrdBase(base);
+
+    bool complete = true;
     bool canceled = false;
     QStringList written;
     for (QAReporterData* record : std::as_const(displayed)) {
@@ -122,50 +143,71 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
         }
         if (!record->document)
             continue;
-        written.append(directory + QDir::separator() + record->document->tag() +
-                       QStringLiteral(".html"));
-        exporter.generate(record->document.get(), progress, log);
+        const QString page = writer.reportPageName(record->document->tag());
+        written.append(directory + QDir::separator() + page);
+        complete &= exporter.generateAs(record->document.get(), page, progress, log);
     }
     if (!canceled && !displayed.isEmpty()) {
-        const QString base = QFileInfo(displayed.first()->fileName).path();
         const QStringList linked = writer.referencedXrd();
         writer.setReferencedXrd(written + linked);
-        exportLinkedReports(base, linked, &writer, &exporter, progress, log);
+        complete &= exportHTMLsubFile(base, linked, &writer, &exporter, progress, log);
     }
-    if (m_headerDocument && !canceled)
-        exporter.generate(m_headerDocument.get(), progress, log);
-    return !canceled;
+    if (m_headerDocument && !canceled) {
+        exporter.setPagePreamble(
+            indexPage, indexPagePreamble(reports, QDateTime::currentDateTime(),
+                                         [&writer](const QString& tag) {
+                                             return writer.reportPageName(tag);
+                                         }));
+        // Written also after a cancel among the report file pages.
+        const bool linkedCanceled = progress && progress->isCanceled();
+        complete &= exporter.generateAs(m_headerDocument.get(), indexPage,
+                                        linkedCanceled ? nullptr : progress, log);
+    }
+    exporter.writeManifest(log);
+    return complete && !canceled && exporter.problems() == 0;
 }
 
-// Writes the pages of the report files `files` links to, pass by pass: each pass writes the
-// files first named by the pages of the pass before, so every reachable file is written once.
-void QAReporter::exportLinkedReports(const QString& directory, QStringList files,
-                                     QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                                     QAIProgressMonitor* progress, QAILogMonitor* log)
+// Writes the pages of the report files `files` names, pass by pass: each pass writes the files
+// first named by the pages of the pass before, so every reachable file is written once. False
+// when a file could not be read or its page not written, or on a cancel.
+bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
+                                   QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                                   QAIProgressMonitor* progress, QAILogMonitor* log)
 {
-    while (!files.isEmpty()) {
+    writer->setXrdBase(dir);
+    bool complete = true;
+    QSet<QString> exported; // resolved paths: two spellings of one file give one page
+    QStringList pass = files;
+    while (!pass.isEmpty()) {
         const QStringList before = writer->referencedXrd();
         const QSet<QString> known(before.begin(), before.end());
-        for (QString file : std::as_const(files)) {
+        for (const QString& entry : std::as_const(pass)) {
             if (progress && progress->isCanceled())
-                return;
-            if (QFileInfo(file).isRelative())
-                file = directory + QDir::separator() + file;
-            std::unique_ptr<DDocument> document = readXrdFile(file);
+                return false;
+            const QString file = writer->resolveXrd(entry);
+            if (exported.contains(file))
+                continue;
+            exported.insert(file);
+            QString reason;
+            std::unique_ptr<DDocument> document = readXrdFile(file, &reason);
             if (!document) {
+                complete = false;
                 if (log)
-                    log->logMessage(tr("Unable to open the report file '%1'").arg(file));
+                    log->logMessage(tr("Unable to open the report file '%1'").arg(file) +
+                                    QStringLiteral(": ") + reason);
                 continue;
             }
-            document->setTag(QFileInfo(writer->getHtmlFilenameForXrd(file)).baseName());
-            exporter->generate(document.get(), progress, log);
+            const QString page = writer->getHtmlFilenameForXrd(entry);
+            document->setTag(QFileInfo(page).completeBaseName());
+            complete &= exporter->generateAs(document.get(), page, progress, log);
         }
-        files.clear();
+        pass.clear();
         for (const QString& file : writer->referencedXrd()) {
             if (!known.contains(file))
-                files.append(file);
+                pass.append(file);
         }
     }
+    return complete;
 }
 
 void QAReporter::submitTrackwell()

@@ -228,6 +228,15 @@ QString DExportHtml::copyImage(const QString& source, QAILogMonitor* monitor)
         return QString();
     }
     const QFileInfo info(found);
+    // A copy named "x.html" or "x.svg" would be a page with its own scripts in a browser.
+    static const QStringList pictureSuffixes{
+        QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("gif"),
+        QStringLiteral("bmp"), QStringLiteral("webp"), QStringLiteral("ico"), QStringLiteral("xpm")};
+    if (!pictureSuffixes.contains(info.suffix().toLower())) {
+        log(monitor, tr("Image '%1' left out: only pictures (%2) are copied")
+                         .arg(source, pictureSuffixes.join(QStringLiteral(", "))));
+        return QString();
+    }
     const QString suffix = DHTMLWriter::safeFileName(info.suffix());
     const QString name = pageNames().nameFor(
         QStringLiteral("image:") + found, info.completeBaseName(),

@@ -68,6 +68,9 @@ public:
     // into `directory`; `index` takes no part (the summary is always "index.html").
     bool exportHTML(const QString& directory, const QString& index, QAIProgressMonitor* progress,
                     QAILogMonitor* log) override;
+    // The file name the last export gave the summary: "index.html" unless a file of that name
+    // that no export wrote was in the way.
+    const QString& exportedIndexPage() const { return m_exportedIndexPage; }
 
     // The displayed node whose section holds `item`, or null.
     QAReporterNode* searchReporterNode(DItem* item) const;
@@ -179,6 +182,7 @@ private:
     QDockWidget* m_headerDock;
     DReportWidget* m_headerView;
     std::unique_ptr<DDocument> m_headerDocument;
+    QString m_exportedIndexPage;
     DReportWidget* m_documentView;
     bool m_headerShown = false;
     int m_studioMenuId = -1;

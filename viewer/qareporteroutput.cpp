@@ -130,6 +130,12 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
         names.nameFor(QStringLiteral("summary"), QStringLiteral("index"), writer.pageSuffix());
     writer.setPageNames(&names);
     exporter.setIndexPage(indexPage);
+    m_exportedIndexPage = indexPage;
+    if (log && indexPage != QStringLiteral("index") + writer.pageSuffix())
+        log->logMessage(tr("%1 was not written by an export and is left alone; the summary is %2")
+                            .arg(QDir(directory).filePath(QStringLiteral("index") +
+                                                          writer.pageSuffix()),
+                                 indexPage));
     const QString base = displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
     writer.setXrdBase(base);
 

@@ -56,11 +56,25 @@ QString QAReporterHTMLWriter::resolveXrd(const QString& xrdPath) const
     return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
 }
 
+QAReporterData* QAReporterHTMLWriter::exportedReport(const QString& xrdPath) const
+{
+    const QString path = resolveXrd(xrdPath);
+    for (QAReporterData* report : m_displayed) {
+        if (report->document &&
+            QDir::cleanPath(QFileInfo(report->fileName).absoluteFilePath()) == path)
+            return report;
+    }
+    return nullptr;
+}
+
 QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) const
 {
     const QString wanted = QFileInfo(xrdPath).baseName();
     if (!m_pageNames)
         return safeFileName(wanted) + pageSuffix();
+    // A link to a report file that is exported anyway leads to its page.
+    if (const QAReporterData* report = exportedReport(xrdPath))
+        return reportPageName(report->document->tag());
     return m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath), wanted,
                                 pageSuffix());
 }

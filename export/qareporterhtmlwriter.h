@@ -43,6 +43,8 @@ public:
     // The page of the report file `xrdPath`: its name up to the first dot, plus the page suffix,
     // unless another page has that name already.
     QString getHtmlFilenameForXrd(const QString& xrdPath) const;
+    // The displayed report read from the report file `xrdPath`, or null.
+    QAReporterData* exportedReport(const QString& xrdPath) const;
     // The page of the report whose document is tagged `tag`.
     QString reportPageName(const QString& tag) const;
 

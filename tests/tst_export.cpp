@@ -354,7 +354,7 @@ void TestExport::pageSettingsAndLayout()
     title->setIndent(8);
     auto record = readReport(
         report("<TITLE style='Title 1'>Run</TITLE><SECTION tag='s1'><TITLE>Inner</TITLE>"
-               "<TABLE widths='1 3'><ROW><CELL span='1'>wide</CELL></ROW></TABLE>"
+               "<TABLE widths='1 3'><ROW><CELL span='2'>wide</CELL></ROW></TABLE>"
                "<LIST ordered='1'><PARAGRAPH>one</PARAGRAPH><PARAGRAPH>two</PARAGRAPH></LIST>"
                "<PAGEBREAK/><TAG name='here'/>"
                "<GRAPHIC title='Trend'><AXIS name='x' min='0' max='10'/>"

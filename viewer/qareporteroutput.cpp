@@ -9,6 +9,7 @@
 #include "folio/dexporthtml.h"
 #include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
 #include "model/qareporternode.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qailogmonitor.h"
@@ -23,6 +24,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 namespace {
@@ -92,8 +94,29 @@ void QAReporter::exportDoc()
         return;
     QAProgressDialog progress(tr("Export Report to HTML files"), tr("Abort"), 100, this);
     progress.setWindowTitle(dialogTitle());
-    exportHTML(directory, QStringLiteral("index.html"), &progress,
-               studio ? studio->logMonitor() : nullptr);
+    // The studio's log hears everything; what went wrong is also said in a message box.
+    struct KeptLog : QAILogMonitor
+    {
+        void logMessage(const QString& message) override
+        {
+            if (studioLog)
+                studioLog->logMessage(message);
+            messages.append(message);
+        }
+        QAILogMonitor* studioLog = nullptr;
+        QStringList messages;
+    } log;
+    log.studioLog = studio ? studio->logMonitor() : nullptr;
+    if (exportHTML(directory, QStringLiteral("index.html"), &progress, &log) ||
+        progress.isCanceled())
+        return;
+    constexpr int shown = 10;
+    QString text = tr("The export to %1 is not complete:").arg(directory);
+    for (const QString& message : log.messages.mid(0, shown))
+        text += QLatin1Char('\n') + message;
+    if (log.messages.size() > shown)
+        text += QLatin1Char('\n') + tr("and %1 more").arg(log.messages.size() - shown);
+    QADialogs::warning(this, dialogTitle(), text);
 }
 
 bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgressMonitor* progress,
@@ -108,10 +131,19 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
         if (!reportFolders.contains(folder))
             reportFolders.append(folder);
     }
+    // The reports as shown, in the window's order; a report document (.xrd) without result
+    // nodes, which the filter passes by, is exported as it is.
     QList<QAReporterData*> displayed;
     if (m_filter) {
+        QHash<QString, QAReporterData*> filtered;
         for (const auto& record : m_filter->filtered())
-            displayed.append(record.get());
+            filtered.insert(record->fileName, record.get());
+        for (const auto& record : m_dataList) {
+            if (QAReporterData* shown = filtered.value(record->fileName))
+                displayed.append(shown);
+            else if (!record->tree && record->document)
+                displayed.append(record.get());
+        }
     }
     QAReporterHTMLWriter writer(reports, displayed, progress, log);
     writer.setBaseForLink(directory);
@@ -191,7 +223,7 @@ bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
             if (progress && progress->isCanceled())
                 return false;
             const QString file = writer->resolveXrd(entry);
-            if (exported.contains(file))
+            if (exported.contains(file) || writer->exportedReport(entry))
                 continue;
             exported.insert(file);
             QString reason;

@@ -137,6 +137,9 @@ private slots:
     void pageSettingsAndLayout();
     void imagesAreCopiedOrLogged();
     void cancelLeavesNoPage();
+    void cellSpansCountColumns();
+    void styleSheetStaysInsideTheExport_data();
+    void styleSheetStaysInsideTheExport();
     void deepDocumentExports();
     void searchItemInBounds();
     void reverseSearchDefersToBase();
@@ -606,3 +609,60 @@ void TestExport::reverseSearchOnDeepTrees()
 
 QTEST_GUILESS_MAIN(TestExport)
 #include "tst_export.moc"
+
+// span="3" is a cell over three columns: in a table of three columns it makes no fourth.
+void TestExport::cellSpansCountColumns()
+{
+    auto record = readReport(report("<TABLE widths='1 1 1'><ROW><CELL>a</CELL><CELL>b</CELL>"
+                                     "<CELL>c</CELL></ROW><ROW><CELL span='3'>all</CELL></ROW>"
+                                     "<ROW><CELLTEXT text='two' span='2'/><CELL span='1'>one</CELL>"
+                                     "</ROW><ROW><CELL span='0'>x</CELL></ROW></TABLE>"));
+    QVERIFY(record);
+    DHTMLWriter writer;
+    const QString page = body(writer, record->document.get());
+    QVERIFY2(page.contains(QLatin1String("<td colspan=\"3\">all</td>")), qPrintable(page));
+    QVERIFY2(page.contains(QLatin1String("<td colspan=\"2\">two</td><td>one</td>")),
+             qPrintable(page));
+    QVERIFY(page.contains(QLatin1String("<td>x</td>")));
+    QVERIFY(!page.contains(QLatin1String("colspan=\"4\"")));
+}
+
+void TestExport::styleSheetStaysInsideTheExport_data()
+{
+    QTest::addColumn<QString>("css");
+    QTest::addColumn<bool>("linked");
+    QTest::newRow("relative") << "site.css" << true;
+    QTest::newRow("below") << "css/site.css" << true;
+    QTest::newRow("other host") << "//host/x.css" << false;
+    QTest::newRow("windows share") << "\\\\host\\x.css" << false;
+    QTest::newRow("mixed slashes") << "/\\host/x.css" << false;
+    QTest::newRow("web") << "https://host/x.css" << false;
+    QTest::newRow("file url") << "file:///etc/x.css" << false;
+    QTest::newRow("drive") << "C:/x.css" << false;
+    QTest::newRow("absolute") << "/srv/x.css" << false;
+    QTest::newRow("climbing") << "css/../../x.css" << false;
+}
+
+// The style sheet of dhtml.cfg: only a relative path inside the export is linked; anything
+// else would make the pages reach out when opened, and is said in the log.
+void TestExport::styleSheetStaysInsideTheExport()
+{
+    QFETCH(QString, css);
+    QFETCH(bool, linked);
+    QTemporaryDir dir;
+    const QString config = dir.filePath("dhtml.cfg");
+    QFile cfg(config);
+    QVERIFY(cfg.open(QIODevice::WriteOnly));
+    cfg.write("css = " + css.toUtf8() + "\n");
+    cfg.close();
+    auto record = readReport(report("<PARAGRAPH>p</PARAGRAPH>"));
+    QVERIFY(record);
+    DExportHtml exporter(dir.filePath("out"), config);
+    Log log;
+    QVERIFY(exporter.generate(record->document.get(), nullptr, &log));
+    QFile file(dir.filePath("out/doc.html"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray page = file.readAll();
+    QCOMPARE(page.contains("<link rel=\"stylesheet\""), linked);
+    QCOMPARE(log.messages.size(), linked ? 0 : 1);
+}

@@ -8,6 +8,8 @@
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"
+#include "folio/dreportwidget.h"
+#include "folio/ditem.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qadialogs.h"
@@ -578,6 +580,76 @@ private Q_SLOTS:
                      m_dialogs->asked.last().text.contains(QLatin1String("No space left")),
                  qPrintable(m_dialogs->asked.last().text));
         QCOMPARE(readFile(target), QByteArray("old copy"));
+    }
+
+    // File > Export to HTML: into a folder that cannot be written the user is told which pages
+    // failed and why; into a good one the summary page opens the set.
+    void exportFromTheMenu()
+    {
+        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        QAction* exportAction =
+            menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("&Export to HTML..."));
+        QVERIFY(exportAction && exportAction->isEnabled());
+
+        const QString good = m_dir.filePath(QStringLiteral("published"));
+        QVERIFY(QDir().mkpath(good));
+        m_dialogs->directories = {good};
+        exportAction->trigger();
+        QVERIFY(readFile(good + QStringLiteral("/index.html")).contains("<h1>Code review results</h1>"));
+        QVERIFY(readFile(good + QStringLiteral("/rules.html")).contains("href=\"index.html\""));
+        QVERIFY(m_dialogs->asked.size() == 1); // the folder only: nothing went wrong
+
+        const QString disk = m_dir.filePath(QStringLiteral("export-disk"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        QVERIFY(QProcess::execute(QStringLiteral("mount"),
+                                  {QStringLiteral("-o"), QStringLiteral("remount,ro"), disk}) == 0);
+        m_dialogs->asked.clear();
+        m_dialogs->directories = {disk};
+        exportAction->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 2);
+        const QString said = m_dialogs->asked.last().text;
+        QVERIFY2(said.contains(QLatin1String("not complete")) && said.contains(disk) &&
+                     said.contains(QLatin1String("Read-only")),
+                 qPrintable(said));
+    }
+
+    // A link to a report file that is a FIFO (or a device) is refused at once with the reason;
+    // the studio does not wait for a writer that never comes.
+    void followingALinkToAFifo()
+    {
+        const QString fifo = m_dir.filePath(QStringLiteral("pipe.xrd"));
+        QVERIFY(QProcess::execute(QStringLiteral("mkfifo"), {fifo}) == 0);
+        const QString linking = m_dir.filePath(QStringLiteral("linking.crc"));
+        QVERIFY(writeFile(linking,
+                          "<XROD><DOCUMENT tag='lk'><XROD:NODE name='n' type='R' state='ko' "
+                          "sum='1'><SECTION><PARAGRAPH><LINK target='xrdlink://pipe.xrd'>"
+                          "follow me to the pipe</LINK></PARAGRAPH></SECTION></XROD:NODE>"
+                          "</DOCUMENT></XROD>"));
+        auto* viewer = qobject_cast<QAReporter*>(m_studio->openFiles({linking}));
+        QVERIFY(viewer);
+        DReportWidget* view = viewer->documentView();
+        QTRY_VERIFY(view->isVisible());
+        // Where the link is drawn: the first point of the view that shows it.
+        QPoint onLink(-1, -1);
+        for (int y = 0; y < view->viewport()->height() && onLink.x() < 0; y += 3) {
+            for (int x = 0; x < view->viewport()->width() && onLink.x() < 0; x += 5) {
+                const DItem* item = view->itemAt(QPoint(x, y));
+                if (item && (item->type() == DItem::Link ||
+                             (item->parent() && item->parent()->type() == DItem::Link)))
+                    onLink = QPoint(x, y);
+            }
+        }
+        QVERIFY(onLink.x() >= 0);
+        m_dialogs->asked.clear();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, onLink);
+        QTRY_VERIFY(!m_dialogs->asked.isEmpty());
+        QVERIFY(m_dialogs->asked.last().text.contains(fifo));
+        QVERIFY2(m_studio->output()->contents().contains(
+                     fifo + QStringLiteral(": cannot open the file: it is not a regular file")),
+                 qPrintable(m_studio->output()->contents()));
     }
 
     // Settings that cannot be written on File > Quit: a full disk or a read-only folder keeps

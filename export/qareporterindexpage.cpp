@@ -9,6 +9,8 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QStringList>
+#include <vector>
 
 namespace {
 
@@ -89,6 +91,8 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
                   text("%1 inconclusive").arg(inconclusive));
     out += "</svg>\n";
 
+    // The failures to list are the deepest ones: a failed item none of whose descendants
+    // failed, named with the items above it ("src/main.c › no-goto › line 42").
     int listed = 0;
     qint64 more = 0;
     QByteArray items;
@@ -97,27 +101,54 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
         if (!tree || !record->document)
             continue;
         const QString page = pageOf(record->document->tag());
+        struct Failure
+        {
+            const QAReporterNode* node;
+            QString context;
+            bool hasFailedDescendant = false;
+        };
+        std::vector<Failure> failures;
+        std::vector<std::pair<int, size_t>> failedAbove; // depth, index in failures
+        QStringList names;                               // of the items above, by depth
         tree->toRoot();
         while (const QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
-            if (node->stat != QSKO)
+            const int depth = tree->iterator()->depth();
+            while (!failedAbove.empty() && failedAbove.back().first >= depth)
+                failedAbove.pop_back();
+            names.resize(qMax(0, depth - 1));
+            if (node->stat == QSKO) {
+                if (!failedAbove.empty())
+                    failures[failedAbove.back().second].hasFailedDescendant = true;
+                failedAbove.emplace_back(depth, failures.size());
+                failures.push_back({node, names.join(QStringLiteral(" \u203a "))});
+            }
+            names.append(node->name);
+        }
+        for (const Failure& failure : failures) {
+            if (failure.hasFailedDescendant)
                 continue;
             if (listed == listedFailures) {
                 ++more;
                 continue;
             }
             ++listed;
-            items += "<li><a href=\"";
+            items += "<li>";
+            if (!failure.context.isEmpty()) {
+                appendText(items, failure.context);
+                items += " &rsaquo; ";
+            }
+            items += "<a href=\"";
             appendText(items, page);
-            if (const QString anchor = anchorOf(*node); !anchor.isEmpty()) {
+            if (const QString anchor = anchorOf(*failure.node); !anchor.isEmpty()) {
                 items += '#';
                 appendText(items, anchor);
             }
             items += "\">";
-            appendText(items, node->name);
+            appendText(items, failure.node->name);
             items += "</a>";
-            if (!node->type.isEmpty()) {
+            if (!failure.node->type.isEmpty()) {
                 items += " <span class=\"type\">";
-                appendText(items, node->type);
+                appendText(items, failure.node->type);
                 items += "</span>";
             }
             items += " &middot; ";

@@ -136,9 +136,14 @@ void DExportHtml::readManifest()
     QFile file(QDir(m_outputDir).filePath(manifestName()));
     if (QASafeWrite::openRegularFile(file, nullptr)) {
         while (!file.atEnd()) {
-            const QString name = QString::fromUtf8(file.readLine()).trimmed();
-            if (!name.isEmpty() && name == DHTMLWriter::safeFileName(name) &&
-                !m_inManifest.contains(name)) {
+            QByteArray line = file.readLine();
+            if (line.endsWith('\n'))
+                line.chop(1);
+            const QString name = QString::fromUtf8(line);
+            // Names of files in the directory only: nothing below or above it.
+            const bool plainName = !name.isEmpty() && !name.contains(u'/') &&
+                                   name != QLatin1String(".") && name != QLatin1String("..");
+            if (plainName && !m_inManifest.contains(name)) {
                 m_inManifest.insert(name);
                 m_manifest.append(name);
             }
@@ -148,9 +153,10 @@ void DExportHtml::readManifest()
     const QStringList present = QDir(m_outputDir).entryList(
         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     for (const QString& name : present) {
-        if (!m_inManifest.contains(name) || !QASafeWrite::isRegularFile(
-                                                 QDir(m_outputDir).filePath(name)) ||
-            QFileInfo(QDir(m_outputDir).filePath(name)).isSymLink())
+        const QString path = QDir(m_outputDir).filePath(name);
+        const bool ours = m_inManifest.contains(name) && !QFileInfo(path).isSymLink() &&
+                          QASafeWrite::isRegularFile(path);
+        if (!ours)
             m_names.reserve(name);
     }
 }
@@ -174,9 +180,12 @@ bool DExportHtml::writeManifest(QAILogMonitor* monitor)
     const QString path = QDir(m_outputDir).filePath(manifestName());
     if (m_manifest.isEmpty() && !QFileInfo::exists(path))
         return true; // nothing written, nothing to remember
+    // Files of earlier exports that are gone are forgotten.
     QByteArray lines;
-    for (const QString& name : std::as_const(m_manifest))
-        lines += name.toUtf8() + '\n';
+    for (const QString& name : std::as_const(m_manifest)) {
+        if (QFileInfo::exists(QDir(m_outputDir).filePath(name)))
+            lines += name.toUtf8() + '\n';
+    }
     QString reason;
     if (QASafeWrite::writeFile(path, lines, &reason))
         return true;

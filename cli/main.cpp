@@ -240,9 +240,11 @@ int exportPages(const QStringList& arguments)
     // on standard error already; they make the exit status 2.
     const bool complete =
         viewer.window->exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
-    std::cout
-        << QDir(directory).absoluteFilePath(viewer.window->exportedIndexPage()).toLocal8Bit().constData()
-        << "\n";
+    std::cout << QDir(directory)
+                     .absoluteFilePath(viewer.window->exportedIndexPage())
+                     .toLocal8Bit()
+                     .constData()
+              << "\n";
     return viewer.warned() || !complete ? exitUnreadable : 0;
 }
 

@@ -75,8 +75,7 @@ QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) cons
     // A link to a report file that is exported anyway leads to its page.
     if (const QAReporterData* report = exportedReport(xrdPath))
         return reportPageName(report->document->tag());
-    return m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath), wanted,
-                                pageSuffix());
+    return m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath), wanted, pageSuffix());
 }
 
 QString QAReporterHTMLWriter::reportPageName(const QString& tag) const

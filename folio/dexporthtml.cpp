@@ -150,8 +150,9 @@ void DExportHtml::readManifest()
         }
     }
     m_names.reserve(manifestName());
-    const QStringList present = QDir(m_outputDir).entryList(
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    const QStringList present =
+        QDir(m_outputDir)
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     for (const QString& name : present) {
         const QString path = QDir(m_outputDir).filePath(name);
         const bool ours = m_inManifest.contains(name) && !QFileInfo(path).isSymLink() &&
@@ -238,18 +239,19 @@ QString DExportHtml::copyImage(const QString& source, QAILogMonitor* monitor)
     }
     const QFileInfo info(found);
     // A copy named "x.html" or "x.svg" would be a page with its own scripts in a browser.
-    static const QStringList pictureSuffixes{
-        QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("gif"),
-        QStringLiteral("bmp"), QStringLiteral("webp"), QStringLiteral("ico"), QStringLiteral("xpm")};
+    static const QStringList pictureSuffixes{QStringLiteral("png"),  QStringLiteral("jpg"),
+                                             QStringLiteral("jpeg"), QStringLiteral("gif"),
+                                             QStringLiteral("bmp"),  QStringLiteral("webp"),
+                                             QStringLiteral("ico"),  QStringLiteral("xpm")};
     if (!pictureSuffixes.contains(info.suffix().toLower())) {
         log(monitor, tr("Image '%1' left out: only pictures (%2) are copied")
                          .arg(source, pictureSuffixes.join(QStringLiteral(", "))));
         return QString();
     }
     const QString suffix = DHTMLWriter::safeFileName(info.suffix());
-    const QString name = pageNames().nameFor(
-        QStringLiteral("image:") + found, info.completeBaseName(),
-        suffix.isEmpty() ? QString() : QLatin1Char('.') + suffix);
+    const QString name =
+        pageNames().nameFor(QStringLiteral("image:") + found, info.completeBaseName(),
+                            suffix.isEmpty() ? QString() : QLatin1Char('.') + suffix);
     QString reason;
     if (!QASafeWrite::copyFile(found, QDir(m_outputDir).filePath(name), &reason)) {
         problem(monitor, tr("Image '%1' could not be copied: %2").arg(source, reason));
@@ -294,15 +296,16 @@ bool DExportHtml::generate(DDocument* document, QAIProgressMonitor* progress,
     if (wanted.isEmpty()) {
         // Named after its title, without replacing a page of this export.
         wanted = document->title().isEmpty() ? QStringLiteral("untitled") : document->title();
-        wanted = pageNames().nameFor(QStringLiteral("untagged:") + QString::number(quintptr(document)),
-                                     wanted, QStringLiteral(".html"));
+        wanted =
+            pageNames().nameFor(QStringLiteral("untagged:") + QString::number(quintptr(document)),
+                                wanted, QStringLiteral(".html"));
         log(monitor, tr("A document has no tag; its page is named %1").arg(wanted));
         return generateAs(document, wanted, progress, monitor);
     }
-    return generateAs(document,
-                      pageNames().nameFor(QStringLiteral("page:") + wanted, wanted,
-                                          QStringLiteral(".html")),
-                      progress, monitor);
+    return generateAs(
+        document,
+        pageNames().nameFor(QStringLiteral("page:") + wanted, wanted, QStringLiteral(".html")),
+        progress, monitor);
 }
 
 bool DExportHtml::generateAs(DDocument* document, const QString& fileName,

@@ -4,10 +4,10 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -34,10 +34,7 @@ QString reasonOf(int error)
 
 } // namespace
 
-QASafeFile::QASafeFile(const QString& path)
-    : m_path(path)
-{
-}
+QASafeFile::QASafeFile(const QString& path) : m_path(path) {}
 
 QASafeFile::~QASafeFile()
 {
@@ -68,8 +65,7 @@ bool QASafeFile::open()
     // room for the dot and the random ending, so it is shortened.
     const QFileInfo info(m_path);
     const QByteArray name = QFile::encodeName(info.fileName()).left(NAME_MAX - 8);
-    QByteArray pattern =
-        QFile::encodeName(info.absolutePath()) + "/." + name + ".XXXXXX";
+    QByteArray pattern = QFile::encodeName(info.absolutePath()) + "/." + name + ".XXXXXX";
     const int descriptor = ::mkstemp(pattern.data());
     if (descriptor < 0)
         return failErrno(errno);

@@ -2,14 +2,14 @@
 
 #include <QDir>
 #include <QHash>
-#include <QRegularExpression>
-#include <QSet>
-#include <QUrl>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QScopeGuard>
+#include <QSet>
 #include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
 
 namespace {
 
@@ -250,28 +250,33 @@ private Q_SLOTS:
         const QString bad = writeFile(dir, QStringLiteral("bad.xrd"), "<DOCUMENT tag='b'>\n<oops");
         const QString fifo = dir.filePath(QStringLiteral("fifo.xrd"));
         QVERIFY(QProcess::execute(QStringLiteral("mkfifo"), {fifo}) == 0);
-        const QString linking = writeFile(
-            dir, QStringLiteral("linking.crc"),
-            result(QStringLiteral("linking"), "<LINK target='xrdlink://bad.xrd'>b</LINK>"
-                                              "<LINK target='xrdlink:///dev/zero'>z</LINK>"
-                                              "<LINK target='xrdlink://fifo.xrd'>f</LINK>"));
+        const QString linking = writeFile(dir, QStringLiteral("linking.crc"),
+                                          result(QStringLiteral("linking"),
+                                                 "<LINK target='xrdlink://bad.xrd'>b</LINK>"
+                                                 "<LINK target='xrdlink:///dev/zero'>z</LINK>"
+                                                 "<LINK target='xrdlink://fifo.xrd'>f</LINK>"));
         const QString out = dir.filePath(QStringLiteral("out"));
         Run run = crcview({QStringLiteral("export"), out, linking});
         QCOMPARE(run.status, 2);
-        QVERIFY2(run.err.contains(QStringLiteral("Unable to open the report file '%1': %1:2:1: ").arg(bad)),
+        QVERIFY2(run.err.contains(
+                     QStringLiteral("Unable to open the report file '%1': %1:2:1: ").arg(bad)),
                  qPrintable(run.err));
-        QVERIFY2(run.err.contains(QLatin1String("/dev/zero: cannot open the file: it is not a regular file")),
+        QVERIFY2(run.err.contains(
+                     QLatin1String("/dev/zero: cannot open the file: it is not a regular file")),
                  qPrintable(run.err));
-        QVERIFY2(run.err.contains(fifo + QStringLiteral(": cannot open the file: it is not a regular file")),
+        QVERIFY2(run.err.contains(
+                     fifo + QStringLiteral(": cannot open the file: it is not a regular file")),
                  qPrintable(run.err));
         QVERIFY(QFileInfo::exists(QDir(out).filePath(QStringLiteral("index.html"))));
 
-        const QString good = writeFile(dir, QStringLiteral("good.crc"),
-                                       result(QStringLiteral("good"), "<PARAGRAPH>fine</PARAGRAPH>"));
+        const QString good =
+            writeFile(dir, QStringLiteral("good.crc"),
+                      result(QStringLiteral("good"), "<PARAGRAPH>fine</PARAGRAPH>"));
         const QString disk = dir.filePath(QStringLiteral("disk"));
         if (!mountTinyDisk(disk))
             QSKIP("mounting a small file system is not allowed here");
-        const auto unmount = qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
         run = crcview({QStringLiteral("export"), disk, good});
         QCOMPARE(run.status, 0);
         const QByteArray page = readAll(disk + QStringLiteral("/good.html"));
@@ -340,14 +345,14 @@ private Q_SLOTS:
         QCOMPARE(readAll(QDir(out).filePath(QStringLiteral("chart-2.png"))), QByteArray("PNG"));
         QStringList written = QDir(out).entryList(QDir::Files | QDir::Hidden | QDir::System);
         written.sort();
-        QCOMPARE(written, QStringList({".crc-export-manifest", "a.html", "chart-2.png",
-                                       "chart.png", "index-2.html", "index.html"}));
+        QCOMPARE(written, QStringList({".crc-export-manifest", "a.html", "chart-2.png", "chart.png",
+                                       "index-2.html", "index.html"}));
         QCOMPARE(readAll(QDir(out).filePath(QStringLiteral("a.html"))).count("<script"), 0);
-        for (const char* leftOut :
-             {"/etc/passwd", "../../../../etc/shadow", "/proc/self/environ", "../outside.png",
-              "pics/inside.png", "pics/a.html", "build.sh"})
-            QVERIFY2(run.err.contains(QStringLiteral("Image '%1' left out").arg(QLatin1String(leftOut))),
-                     qPrintable(run.err));
+        for (const char* leftOut : {"/etc/passwd", "../../../../etc/shadow", "/proc/self/environ",
+                                    "../outside.png", "pics/inside.png", "pics/a.html", "build.sh"})
+            QVERIFY2(
+                run.err.contains(QStringLiteral("Image '%1' left out").arg(QLatin1String(leftOut))),
+                qPrintable(run.err));
 
         run = crcview({QStringLiteral("export"), out, crc});
         QCOMPARE(run.status, 0);
@@ -374,9 +379,10 @@ private Q_SLOTS:
         writeFile(dir, QStringLiteral("d.xrd"),
                   "<DOCUMENT tag='dd'><TAG name='t'/><LINK target='::d'>back</LINK></DOCUMENT>");
         const QString cjk = QString(120, QChar(0x6f22));
-        const QStringList tags{QStringLiteral("index"), QStringLiteral("d"),
-                               QStringLiteral("run.v2"), QStringLiteral("dir/name"), QString(),
-                               cjk, QStringLiteral("run")};
+        const QStringList tags{
+            QStringLiteral("index"),    QStringLiteral("d"), QStringLiteral("run.v2"),
+            QStringLiteral("dir/name"), QString(),           cjk,
+            QStringLiteral("run")};
         QStringList files;
         QByteArray links = "<LINK target='xrdlink://d.xrd#t'>d file</LINK>" + fifty;
         for (const QString& tag : tags)
@@ -391,7 +397,8 @@ private Q_SLOTS:
         QCOMPARE(pages.size(), 1 + int(tags.size()) + 1 + 50); // index, reports, d.xrd, r.N.xrd
         for (const QString& page : pages)
             QVERIFY2(page.toUtf8().size() <= 255, qPrintable(page));
-        QVERIFY(readAll(QDir(out).filePath(QStringLiteral("index.html"))).contains("Code review results"));
+        QVERIFY(readAll(QDir(out).filePath(QStringLiteral("index.html")))
+                    .contains("Code review results"));
         const QStringList dead = deadLinks(out);
         QVERIFY2(dead.isEmpty(), qPrintable(dead.join(u'\n')));
     }

@@ -255,8 +255,8 @@ void TestExport::reportAndTagLinks()
     QCOMPARE(writer.getHtmlFilenameForXrd("dir/run2.v1.xrd"), QStringLiteral("run2.html"));
     const QString page = body(writer, first->document.get());
     // A link without a file leads to the anchor in the page itself, never to ".html".
-    QCOMPARE(hrefs(page), QStringList({"run2.html#T12", "run2.html", "#T12", "other.html",
-                                       "#x", "#nowhere"}));
+    QCOMPARE(hrefs(page),
+             QStringList({"run2.html#T12", "run2.html", "#T12", "other.html", "#x", "#nowhere"}));
     // Each report file once, in the order met.
     QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd"}));
     writer.setReferencedXrd({});
@@ -614,9 +614,9 @@ QTEST_GUILESS_MAIN(TestExport)
 void TestExport::cellSpansCountColumns()
 {
     auto record = readReport(report("<TABLE widths='1 1 1'><ROW><CELL>a</CELL><CELL>b</CELL>"
-                                     "<CELL>c</CELL></ROW><ROW><CELL span='3'>all</CELL></ROW>"
-                                     "<ROW><CELLTEXT text='two' span='2'/><CELL span='1'>one</CELL>"
-                                     "</ROW><ROW><CELL span='0'>x</CELL></ROW></TABLE>"));
+                                    "<CELL>c</CELL></ROW><ROW><CELL span='3'>all</CELL></ROW>"
+                                    "<ROW><CELLTEXT text='two' span='2'/><CELL span='1'>one</CELL>"
+                                    "</ROW><ROW><CELL span='0'>x</CELL></ROW></TABLE>"));
     QVERIFY(record);
     DHTMLWriter writer;
     const QString page = body(writer, record->document.get());

@@ -2,14 +2,14 @@
 // commands following the tab shown, progress while a file is read, source files at a line, and
 // the preferences kept in the settings file across a restart.
 
+#include "folio/ditem.h"
+#include "folio/dreportwidget.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"
-#include "folio/dreportwidget.h"
-#include "folio/ditem.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qadialogs.h"
@@ -32,9 +32,9 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScopeGuard>
-#include <QStorageInfo>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QStorageInfo>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -553,7 +553,8 @@ private Q_SLOTS:
         const QString source = m_dir.filePath(QStringLiteral("crlf.crc"));
         QVERIFY(writeFile(source, crlf));
         QVERIFY(m_studio->openFiles({source}));
-        QAction* saveAs = menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("Save &As..."));
+        QAction* saveAs =
+            menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("Save &As..."));
         QVERIFY(saveAs && saveAs->isEnabled());
 
         const QString copy = m_dir.filePath(QStringLiteral("copy.xrd"));
@@ -595,7 +596,8 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(good));
         m_dialogs->directories = {good};
         exportAction->trigger();
-        QVERIFY(readFile(good + QStringLiteral("/index.html")).contains("<h1>Code review results</h1>"));
+        QVERIFY(readFile(good + QStringLiteral("/index.html"))
+                    .contains("<h1>Code review results</h1>"));
         QVERIFY(readFile(good + QStringLiteral("/rules.html")).contains("href=\"index.html\""));
         QVERIFY(m_dialogs->asked.size() == 1); // the folder only: nothing went wrong
 
@@ -659,7 +661,8 @@ private Q_SLOTS:
         const QString disk = m_dir.filePath(QStringLiteral("full"));
         if (!mountTinyDisk(disk))
             QSKIP("mounting a small file system is not allowed here");
-        const auto unmount = qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
 
         const QString settings = disk + QStringLiteral("/settings.xml");
         QByteArray old = "<resources version=\"1\">\n";

@@ -595,8 +595,10 @@ private Q_SLOTS:
     void cancelAmongLinkedPagesKeepsTheSummary()
     {
         Files files;
-        files.add(QStringLiteral("one.xrd"), "<DOCUMENT tag='o'><PARAGRAPH>1</PARAGRAPH></DOCUMENT>");
-        files.add(QStringLiteral("two.xrd"), "<DOCUMENT tag='t'><PARAGRAPH>2</PARAGRAPH></DOCUMENT>");
+        files.add(QStringLiteral("one.xrd"),
+                  "<DOCUMENT tag='o'><PARAGRAPH>1</PARAGRAPH></DOCUMENT>");
+        files.add(QStringLiteral("two.xrd"),
+                  "<DOCUMENT tag='t'><PARAGRAPH>2</PARAGRAPH></DOCUMENT>");
         const QString a = files.add(
             QStringLiteral("a.crc"),
             report("ra", "<XROD:NODE name='f' type='R' state='ko' sum='1'><SECTION>"
@@ -641,8 +643,8 @@ private Q_SLOTS:
             report("ra", node("good", "Rule", "ok", 3) +
                              "<XROD:NODE name='bad &lt;one&gt;' type='Rule' state='ko' sum='2'>"
                              "<SECTION tag='s1'><PARAGRAPH>x</PARAGRAPH></SECTION></XROD:NODE>"));
-        const QString b = files.add(QStringLiteral("b.crc"),
-                                    report("rb", node("worse", "Metric", "ko", 1)));
+        const QString b =
+            files.add(QStringLiteral("b.crc"), report("rb", node("worse", "Metric", "ko", 1)));
         QAReporter window(QStringLiteral("Publish"), QPixmap());
         open(window, {a, b});
         QTemporaryDir out;

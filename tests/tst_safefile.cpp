@@ -118,7 +118,8 @@ private Q_SLOTS:
             QSKIP("mounting a small file system is not allowed here");
         const QString page = disk + QStringLiteral("/index.html");
         QVERIFY(put(page, "old page"));
-        if (!run(QStringLiteral("mount"), {QStringLiteral("-o"), QStringLiteral("remount,ro"), disk}))
+        if (!run(QStringLiteral("mount"),
+                 {QStringLiteral("-o"), QStringLiteral("remount,ro"), disk}))
             QSKIP("remounting read-only is not allowed here");
         QString error;
         QVERIFY(!QASafeWrite::writeFile(page, "new page", &error));

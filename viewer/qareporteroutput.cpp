@@ -164,11 +164,12 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
     exporter.setIndexPage(indexPage);
     m_exportedIndexPage = indexPage;
     if (log && indexPage != QStringLiteral("index") + writer.pageSuffix())
-        log->logMessage(tr("%1 was not written by an export and is left alone; the summary is %2")
-                            .arg(QDir(directory).filePath(QStringLiteral("index") +
-                                                          writer.pageSuffix()),
-                                 indexPage));
-    const QString base = displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
+        log->logMessage(
+            tr("%1 was not written by an export and is left alone; the summary is %2")
+                .arg(QDir(directory).filePath(QStringLiteral("index") + writer.pageSuffix()),
+                     indexPage));
+    const QString base =
+        displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
     writer.setXrdBase(base);
 
     bool complete = true;
@@ -191,11 +192,10 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
         complete &= exportHTMLsubFile(base, linked, &writer, &exporter, progress, log);
     }
     if (m_headerDocument && !canceled) {
-        exporter.setPagePreamble(
-            indexPage, indexPagePreamble(reports, QDateTime::currentDateTime(),
-                                         [&writer](const QString& tag) {
-                                             return writer.reportPageName(tag);
-                                         }));
+        exporter.setPagePreamble(indexPage, indexPagePreamble(reports, QDateTime::currentDateTime(),
+                                                              [&writer](const QString& tag) {
+                                                                  return writer.reportPageName(tag);
+                                                              }));
         // Written also after a cancel among the report file pages.
         const bool linkedCanceled = progress && progress->isCanceled();
         complete &= exporter.generateAs(m_headerDocument.get(), indexPage,

@@ -56,15 +56,23 @@ QString QAReporterHTMLWriter::resolveXrd(const QString& xrdPath) const
     return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
 }
 
+void QAReporterHTMLWriter::setXrdBase(const QString& dir)
+{
+    m_xrdBase = dir;
+    m_xrdPages.clear();
+}
+
 QAReporterData* QAReporterHTMLWriter::exportedReport(const QString& xrdPath) const
 {
-    const QString path = resolveXrd(xrdPath);
-    for (QAReporterData* report : m_displayed) {
-        if (report->document &&
-            QDir::cleanPath(QFileInfo(report->fileName).absoluteFilePath()) == path)
-            return report;
+    // Many links name report files: the reports' own files are found by path, not by a search.
+    if (m_reportFiles.isEmpty()) {
+        for (QAReporterData* report : m_displayed) {
+            if (report->document)
+                m_reportFiles.insert(
+                    QDir::cleanPath(QFileInfo(report->fileName).absoluteFilePath()), report);
+        }
     }
-    return nullptr;
+    return m_reportFiles.value(resolveXrd(xrdPath));
 }
 
 QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) const
@@ -72,10 +80,15 @@ QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) cons
     const QString wanted = QFileInfo(xrdPath).baseName();
     if (!m_pageNames)
         return safeFileName(wanted) + pageSuffix();
+    if (const auto known = m_xrdPages.constFind(xrdPath); known != m_xrdPages.constEnd())
+        return known.value();
     // A link to a report file that is exported anyway leads to its page.
-    if (const QAReporterData* report = exportedReport(xrdPath))
-        return reportPageName(report->document->tag());
-    return m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath), wanted, pageSuffix());
+    const QAReporterData* report = exportedReport(xrdPath);
+    const QString page = report ? reportPageName(report->document->tag())
+                                : m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath),
+                                                       wanted, pageSuffix());
+    m_xrdPages.insert(xrdPath, page);
+    return page;
 }
 
 QString QAReporterHTMLWriter::reportPageName(const QString& tag) const

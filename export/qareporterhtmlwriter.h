@@ -37,7 +37,7 @@ public:
     // them, pages are named after tags and report file names alone.
     void setPageNames(DPageNames* names) { m_pageNames = names; }
     // The directory relative report file names start from.
-    void setXrdBase(const QString& dir) { m_xrdBase = dir; }
+    void setXrdBase(const QString& dir);
     // The report file `xrdPath` names, relative names taken from the report file directory.
     QString resolveXrd(const QString& xrdPath) const;
     // The page of the report file `xrdPath`: its name up to the first dot, plus the page suffix,
@@ -65,6 +65,8 @@ private:
     QString m_baseForLink;
     QString m_xrdBase;
     DPageNames* m_pageNames = nullptr;
+    mutable QHash<QString, QAReporterData*> m_reportFiles; // by absolute path
+    mutable QHash<QString, QString> m_xrdPages;            // report file as linked, its page
     QHash<QString, QString> m_relativePaths; // source paths, relative to m_baseForLink
     QList<QAReporterData*> m_reports;
     QList<QAReporterData*> m_displayed;

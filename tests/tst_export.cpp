@@ -6,6 +6,7 @@
 #include "folio/ddocument.h"
 #include "folio/dexporthtml.h"
 #include "folio/dlink.h"
+#include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
@@ -138,6 +139,7 @@ private slots:
     void imagesAreCopiedOrLogged();
     void cancelLeavesNoPage();
     void cellSpansCountColumns();
+    void pageNamesAreUniqueAndFit();
     void styleSheetStaysInsideTheExport_data();
     void styleSheetStaysInsideTheExport();
     void deepDocumentExports();
@@ -665,4 +667,34 @@ void TestExport::styleSheetStaysInsideTheExport()
     const QByteArray page = file.readAll();
     QCOMPARE(page.contains("<link rel=\"stylesheet\""), linked);
     QCOMPARE(log.messages.size(), linked ? 0 : 1);
+}
+
+// One name per thing written, asked for as often as wanted; two things never share a name, even
+// when only the case differs; names fit in 255 bytes and keep their suffix; reserved names (files
+// of the user) are never given.
+void TestExport::pageNamesAreUniqueAndFit()
+{
+    DPageNames names;
+    names.reserve(QStringLiteral("Build.png"));
+    const QString html = QStringLiteral(".html");
+    QCOMPARE(names.nameFor("report:run.v2", "run.v2", html), QStringLiteral("run.v2.html"));
+    QCOMPARE(names.nameFor("report:run.v2", "ignored", html), QStringLiteral("run.v2.html"));
+    QCOMPARE(names.nameFor("report:R", "R", html), QStringLiteral("R.html"));
+    QCOMPARE(names.nameFor("report:r", "r", html), QStringLiteral("r-2.html"));
+    QCOMPARE(names.nameFor("xrd:/a/r.0.xrd", "r", html), QStringLiteral("r-3.html"));
+    QCOMPARE(names.nameFor("report:dir/name", "dir/name", html), QStringLiteral("dir_name.html"));
+    QCOMPARE(names.nameFor("report:", "", html), QStringLiteral("untitled.html"));
+    QCOMPARE(names.nameFor("image:/x/build.png", "build", ".png"), QStringLiteral("build-2.png"));
+    QCOMPARE(names.nameOf("report:r"), QStringLiteral("r-2.html"));
+    QVERIFY(names.nameOf("report:unknown").isEmpty());
+
+    const QString cjk(120, QChar(0x6f22));
+    const QString first = names.nameFor("report:cjk", cjk, html);
+    const QString second = names.nameFor("report:cjk2", cjk, html);
+    QVERIFY(first != second);
+    for (const QString& name : {first, second}) {
+        QVERIFY2(name.toUtf8().size() <= 255, qPrintable(name));
+        QVERIFY(name.endsWith(html));
+        QVERIFY(name.startsWith(QString(10, QChar(0x6f22))));
+    }
 }

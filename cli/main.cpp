@@ -43,11 +43,13 @@ int usage()
                  "  --check           exit status 1 when any test failed\n"
                  "  export            write the reports, the report files they link to and the\n"
                  "                    summary as linked HTML pages into DIRECTORY; prints the\n"
-                 "                    path of index.html\n"
+                 "                    path of index.html; exit status 2 when a file could not\n"
+                 "                    be read or a page could not be written\n"
                  "  convert           write the result-file markup of FILE to OUT.crc or to\n"
                  "                    standard output\n"
                  "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
-                 "result files everywhere.\n";
+                 "result files everywhere.
+";
     return exitUsage;
 }
 
@@ -241,11 +243,16 @@ int exportPages(const QStringList& arguments)
     if (failedOnly)
         viewer.window->failedtests();
     ErrorLog log;
-    viewer.window->exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
-    std::cout
-        << QDir(directory).absoluteFilePath(QStringLiteral("index.html")).toLocal8Bit().constData()
-        << "\n";
-    return viewer.warned() ? exitUnreadable : 0;
+    // Pages that could not be written and linked files that could not be read are each a line
+    // on standard error already; they make the exit status 2.
+    const bool complete =
+        viewer.window->exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
+    std::cout << QDir(directory)
+                     .absoluteFilePath(viewer.window->exportedIndexPage())
+                     .toLocal8Bit()
+                     .constData()
+              << "\n";
+    return viewer.warned() || !complete ? exitUnreadable : 0;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "folio/ddocument.h"
 #include "folio/dlink.h"
+#include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporternode.h"
 #include "model/reversesearch.h"
@@ -47,9 +48,54 @@ void QAReporterHTMLWriter::setBaseForLink(const QString& dir)
     m_relativePaths.clear();
 }
 
+QString QAReporterHTMLWriter::resolveXrd(const QString& xrdPath) const
+{
+    const QString path = QFileInfo(xrdPath).isRelative() && !m_xrdBase.isEmpty()
+                             ? m_xrdBase + QDir::separator() + xrdPath
+                             : xrdPath;
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
+void QAReporterHTMLWriter::setXrdBase(const QString& dir)
+{
+    m_xrdBase = dir;
+    m_xrdPages.clear();
+}
+
+QAReporterData* QAReporterHTMLWriter::exportedReport(const QString& xrdPath) const
+{
+    // Many links name report files: the reports' own files are found by path, not by a search.
+    if (m_reportFiles.isEmpty()) {
+        for (QAReporterData* report : m_displayed) {
+            if (report->document)
+                m_reportFiles.insert(
+                    QDir::cleanPath(QFileInfo(report->fileName).absoluteFilePath()), report);
+        }
+    }
+    return m_reportFiles.value(resolveXrd(xrdPath));
+}
+
 QString QAReporterHTMLWriter::getHtmlFilenameForXrd(const QString& xrdPath) const
 {
-    return safeFileName(QFileInfo(xrdPath).baseName()) + pageSuffix();
+    const QString wanted = QFileInfo(xrdPath).baseName();
+    if (!m_pageNames)
+        return safeFileName(wanted) + pageSuffix();
+    if (const auto known = m_xrdPages.constFind(xrdPath); known != m_xrdPages.constEnd())
+        return known.value();
+    // A link to a report file that is exported anyway leads to its page.
+    const QAReporterData* report = exportedReport(xrdPath);
+    const QString page = report ? reportPageName(report->document->tag())
+                                : m_pageNames->nameFor(QStringLiteral("xrd:") + resolveXrd(xrdPath),
+                                                       wanted, pageSuffix());
+    m_xrdPages.insert(xrdPath, page);
+    return page;
+}
+
+QString QAReporterHTMLWriter::reportPageName(const QString& tag) const
+{
+    if (!m_pageNames)
+        return safeFileName(QFileInfo(tag).baseName()) + pageSuffix();
+    return m_pageNames->nameFor(QStringLiteral("report:") + tag, tag, pageSuffix());
 }
 
 // Attribute values are escaped, and a relative value never starts with what a browser would
@@ -111,14 +157,16 @@ void QAReporterHTMLWriter::doLink(DItem* item)
         const QString file = hash < 0 ? rest : rest.left(hash);
         const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
         writeRaw("<a href=\"");
-        writeHref(getHtmlFilenameForXrd(file));
-        if (!anchor.isEmpty()) {
+        // Without a file, the link leads to an anchor of the page itself.
+        if (!file.isEmpty())
+            writeHref(getHtmlFilenameForXrd(file));
+        if (!anchor.isEmpty() || file.isEmpty()) {
             writeRaw("#");
             writeText(anchor);
         }
         writeRaw("\">");
         writeChildren(item, "</a>");
-        if (!m_referencedSet.contains(file)) {
+        if (!file.isEmpty() && !m_referencedSet.contains(file)) {
             m_referencedSet.insert(file);
             m_referencedXrd.append(file);
         }
@@ -136,8 +184,8 @@ void QAReporterHTMLWriter::doLink(DItem* item)
     });
     writeRaw("<a href=\"");
     if (report) {
-        writeHref(safeFileName(QFileInfo(tag).baseName()));
-        writeRaw(".html\">");
+        writeHref(reportPageName(tag));
+        writeRaw("\">");
     } else {
         writeRaw("#");
         writeText(tag);

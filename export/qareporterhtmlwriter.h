@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <memory>
 
+class DPageNames;
 class QAILogMonitor;
 class QAIProgressMonitor;
 class QAReporterData;
@@ -32,8 +33,20 @@ public:
 
     // The export directory: source paths are written relative to it.
     void setBaseForLink(const QString& dir);
-    // The page of the report file `xrdPath`: its name up to the first dot, plus the page suffix.
+    // The names of the export's files, which every page name comes from; borrowed. Without
+    // them, pages are named after tags and report file names alone.
+    void setPageNames(DPageNames* names) { m_pageNames = names; }
+    // The directory relative report file names start from.
+    void setXrdBase(const QString& dir);
+    // The report file `xrdPath` names, relative names taken from the report file directory.
+    QString resolveXrd(const QString& xrdPath) const;
+    // The page of the report file `xrdPath`: its name up to the first dot, plus the page suffix,
+    // unless another page has that name already.
     QString getHtmlFilenameForXrd(const QString& xrdPath) const;
+    // The displayed report read from the report file `xrdPath`, or null.
+    QAReporterData* exportedReport(const QString& xrdPath) const;
+    // The page of the report whose document is tagged `tag`.
+    QString reportPageName(const QString& tag) const;
 
     // Report files named by the links written so far, each once, in the order met.
     const QStringList& referencedXrd() const { return m_referencedXrd; }
@@ -50,6 +63,10 @@ private:
     void writeHref(const QString& value);
 
     QString m_baseForLink;
+    QString m_xrdBase;
+    DPageNames* m_pageNames = nullptr;
+    mutable QHash<QString, QAReporterData*> m_reportFiles; // by absolute path
+    mutable QHash<QString, QString> m_xrdPages;            // report file as linked, its page
     QHash<QString, QString> m_relativePaths; // source paths, relative to m_baseForLink
     QList<QAReporterData*> m_reports;
     QList<QAReporterData*> m_displayed;

@@ -5,15 +5,18 @@
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
 #include "model/qastxmlrodreader.h"
+#include "sdk/qasafefile.h"
 
 #include <QFile>
 
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
                                            StudioInterface* studio, ReportLoadError* error)
 {
+    // Only regular files: a FIFO or a device would block or never end.
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = {QStringLiteral("cannot open the file: %1").arg(file.errorString()), 0, 0};
+    QString reason;
+    if (!QASafeWrite::openRegularFile(file, &reason)) {
+        *error = {QStringLiteral("cannot open the file: %1").arg(reason), 0, 0};
         return nullptr;
     }
     QAstXmlRodReader reader;

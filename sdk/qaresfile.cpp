@@ -1,9 +1,10 @@
 #include "sdk/qaresfile.h"
 
+#include "sdk/qasafefile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QXmlStreamReader>
 #include <climits>
 
@@ -400,11 +401,12 @@ bool QAResFile::write(const QAResGroup& root, const QString& path, QString* erro
     const QString directory = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(directory))
         return fail(QStringLiteral("cannot create the directory %1").arg(directory));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return fail(QStringLiteral("cannot be written: %1").arg(file.errorString()));
-    if (file.write(bytes) != bytes.size() || !file.commit())
-        return fail(QStringLiteral("cannot be written: %1").arg(file.errorString()));
+    QString reason;
+    if (!QASafeWrite::writeFile(path, bytes, &reason)) {
+        if (error)
+            *error = reason;
+        return false;
+    }
     return true;
 }
 
@@ -417,9 +419,10 @@ std::unique_ptr<QAResGroup> QAResFile::fromXml(QIODevice* input, const QString& 
 std::unique_ptr<QAResGroup> QAResFile::read(const QString& path, QString* error)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QString reason;
+    if (!QASafeWrite::openRegularFile(file, &reason)) {
         if (error)
-            *error = QStringLiteral("%1: cannot be read: %2").arg(path, file.errorString());
+            *error = QStringLiteral("%1: cannot be read: %2").arg(path, reason);
         return nullptr;
     }
     return fromXml(&file, path, error);
@@ -485,8 +488,7 @@ bool QAResStore::save(QString* error)
     m_brokenCopy.clear();
     if (m_fileIsBroken && QFileInfo::exists(m_path)) {
         const QString copy = m_path + QStringLiteral(".broken");
-        QFile::remove(copy);
-        if (!QFile::copy(m_path, copy)) {
+        if (!QASafeWrite::copyFile(m_path, copy, nullptr)) {
             if (error)
                 *error = QStringLiteral("%1: cannot keep a copy of the unreadable settings as %2; "
                                         "the file is left as it is")

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -33,10 +34,7 @@ QString reasonOf(int error)
 
 } // namespace
 
-QASafeFile::QASafeFile(const QString& path)
-    : m_path(path)
-{
-}
+QASafeFile::QASafeFile(const QString& path) : m_path(path) {}
 
 QASafeFile::~QASafeFile()
 {
@@ -63,9 +61,11 @@ bool QASafeFile::open()
         m_replacesFile = false;
     }
 
+    // The temporary name must fit where the target's name fits: a name of 255 bytes leaves no
+    // room for the dot and the random ending, so it is shortened.
     const QFileInfo info(m_path);
-    QByteArray pattern =
-        QFile::encodeName(info.absolutePath() + QLatin1String("/.") + info.fileName()) + ".XXXXXX";
+    const QByteArray name = QFile::encodeName(info.fileName()).left(NAME_MAX - 8);
+    QByteArray pattern = QFile::encodeName(info.absolutePath()) + "/." + name + ".XXXXXX";
     const int descriptor = ::mkstemp(pattern.data());
     if (descriptor < 0)
         return failErrno(errno);
@@ -177,11 +177,10 @@ bool copyFile(const QString& source, const QString& target, QString* error)
             *error = QStringLiteral("Cannot read %1: %2").arg(source, reason);
         return false;
     };
-    if (!isRegularFile(source))
-        return refuse(QStringLiteral("it is not a regular file"));
     QFile input(source);
-    if (!input.open(QIODevice::ReadOnly))
-        return refuse(input.errorString());
+    QString reason;
+    if (!openRegularFile(input, &reason))
+        return refuse(reason);
     QASafeFile output(target);
     if (!output.open()) {
         if (error)
@@ -212,6 +211,35 @@ bool isRegularFile(const QString& path)
 {
     struct stat status;
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool openRegularFile(QFile& file, QString* error)
+{
+    auto refuse = [&](const QString& reason) {
+        if (error)
+            *error = reason;
+        return false;
+    };
+    // Without O_NONBLOCK, opening a FIFO would wait for a writer.
+    const int descriptor =
+        ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return refuse(reasonOf(errno));
+    struct stat checked;
+    const bool regular = ::fstat(descriptor, &checked) == 0 && S_ISREG(checked.st_mode);
+    ::close(descriptor);
+    if (!regular)
+        return refuse(QStringLiteral("it is not a regular file"));
+    // Opened again by name, so that the file keeps its name; it must be the file checked.
+    if (!file.open(QIODevice::ReadOnly))
+        return refuse(file.errorString());
+    struct stat opened;
+    if (::fstat(file.handle(), &opened) != 0 || opened.st_dev != checked.st_dev ||
+        opened.st_ino != checked.st_ino) {
+        file.close();
+        return refuse(QStringLiteral("it was replaced while being opened"));
+    }
+    return true;
 }
 
 } // namespace QASafeWrite

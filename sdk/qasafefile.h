@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+class QFile;
+
 // Writes a file completely or not at all. The bytes go to a temporary file beside the target;
 // only when every byte has been written and the file closed without error does it take the
 // target's name. A full disk, a read-only folder or a cancelled run leave the old file as it was.
@@ -53,5 +55,10 @@ bool copyFile(const QString& source, const QString& target, QString* error);
 // True when `path` names a regular file, after following links: not a directory, a FIFO, a
 // socket or a device, which would hang or never end when read.
 bool isRegularFile(const QString& path);
+
+// Opens `file` (named by its fileName()) for reading when it is a regular file: the check opens
+// it without waiting, so a FIFO does not block, and the file opened must be the one checked.
+// False with the reason (without the name) in `error` otherwise.
+bool openRegularFile(QFile& file, QString* error);
 
 } // namespace QASafeWrite

@@ -1,9 +1,15 @@
 // The command line: output formats, exit statuses and the bundled examples.
 
 #include <QDir>
+#include <QHash>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QScopeGuard>
+#include <QSet>
+#include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
 
 namespace {
 
@@ -36,6 +42,60 @@ QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArra
     if (file.open(QIODevice::WriteOnly))
         file.write(content);
     return path;
+}
+
+// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
+bool mountTinyDisk(const QString& point)
+{
+    QDir().mkpath(point);
+    return QProcess::execute(QStringLiteral("mount"),
+                             {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A result file of one failed node whose section holds `content`.
+QByteArray result(const QString& tag, const QByteArray& content)
+{
+    return "<XROD><DOCUMENT tag='" + tag.toUtf8() +
+           "'><XROD:NODE name='n' type='Rule' state='ko' sum='1'><SECTION tag='s'>" + content +
+           "</SECTION></XROD:NODE></DOCUMENT></XROD>";
+}
+
+// Every local link of every page in `out`: the page it names must be there, and so must the
+// anchor in it. The links that lead nowhere, as "PAGE -> HREF".
+QStringList deadLinks(const QString& out)
+{
+    QStringList dead;
+    static const QRegularExpression href(QStringLiteral("href=\"([^\"]*)\""));
+    static const QRegularExpression id(QStringLiteral("id=\"([^\"]*)\""));
+    QHash<QString, QSet<QString>> ids;
+    const QStringList pages = QDir(out).entryList({QStringLiteral("*.html")}, QDir::Files);
+    for (const QString& page : pages) {
+        const QString html = QString::fromUtf8(readAll(QDir(out).filePath(page)));
+        for (auto match = id.globalMatch(html); match.hasNext();)
+            ids[page].insert(match.next().captured(1));
+    }
+    for (const QString& page : pages) {
+        const QString html = QString::fromUtf8(readAll(QDir(out).filePath(page)));
+        for (auto match = href.globalMatch(html); match.hasNext();) {
+            const QString link = match.next().captured(1);
+            if (link.startsWith(QLatin1String("file:")))
+                continue;
+            const qsizetype hash = link.indexOf(u'#');
+            QString target = hash < 0 ? link : link.left(hash);
+            const QString anchor = hash < 0 ? QString() : link.mid(hash + 1);
+            target = target.isEmpty() ? page : QUrl::fromPercentEncoding(target.toUtf8());
+            if (!pages.contains(target) || (!anchor.isEmpty() && !ids[target].contains(anchor)))
+                dead.append(page + QStringLiteral(" -> ") + link);
+        }
+    }
+    return dead;
 }
 
 } // namespace
@@ -178,6 +238,169 @@ private Q_SLOTS:
         QCOMPARE(run.status, 64);
         run = crcview({QStringLiteral("export"), out, dir.filePath(QStringLiteral("missing.crc"))});
         QCOMPARE(run.status, 2);
+    }
+
+    // Pages that cannot be written (a read-only folder, a full disk) and linked report files
+    // that cannot be read (malformed, a device, a FIFO) give exit status 2 and a line each on
+    // standard error with the reason; nothing hangs, and no page is left empty or replaced by
+    // a broken one.
+    void exportExitStatuses()
+    {
+        QTemporaryDir dir;
+        const QString bad = writeFile(dir, QStringLiteral("bad.xrd"), "<DOCUMENT tag='b'>\n<oops");
+        const QString fifo = dir.filePath(QStringLiteral("fifo.xrd"));
+        QVERIFY(QProcess::execute(QStringLiteral("mkfifo"), {fifo}) == 0);
+        const QString linking = writeFile(dir, QStringLiteral("linking.crc"),
+                                          result(QStringLiteral("linking"),
+                                                 "<LINK target='xrdlink://bad.xrd'>b</LINK>"
+                                                 "<LINK target='xrdlink:///dev/zero'>z</LINK>"
+                                                 "<LINK target='xrdlink://fifo.xrd'>f</LINK>"));
+        const QString out = dir.filePath(QStringLiteral("out"));
+        Run run = crcview({QStringLiteral("export"), out, linking});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains(
+                     QStringLiteral("Unable to open the report file '%1': %1:2:1: ").arg(bad)),
+                 qPrintable(run.err));
+        QVERIFY2(run.err.contains(
+                     QLatin1String("/dev/zero: cannot open the file: it is not a regular file")),
+                 qPrintable(run.err));
+        QVERIFY2(run.err.contains(
+                     fifo + QStringLiteral(": cannot open the file: it is not a regular file")),
+                 qPrintable(run.err));
+        QVERIFY(QFileInfo::exists(QDir(out).filePath(QStringLiteral("index.html"))));
+
+        const QString good =
+            writeFile(dir, QStringLiteral("good.crc"),
+                      result(QStringLiteral("good"), "<PARAGRAPH>fine</PARAGRAPH>"));
+        const QString disk = dir.filePath(QStringLiteral("disk"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        run = crcview({QStringLiteral("export"), disk, good});
+        QCOMPARE(run.status, 0);
+        const QByteArray page = readAll(disk + QStringLiteral("/good.html"));
+        QVERIFY(page.contains("fine"));
+
+        // Full: what was there stays whole, nothing new is left empty.
+        QFile filler(disk + QStringLiteral("/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        filler.write(QByteArray(QStorageInfo(disk).bytesAvailable() - 1024, 'f'));
+        filler.close();
+        const QString other = writeFile(dir, QStringLiteral("other.crc"),
+                                        result(QStringLiteral("other"), QByteArray(8000, 'x')));
+        run = crcview({QStringLiteral("export"), disk, good, other});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains(QLatin1String("No space left")), qPrintable(run.err));
+        QCOMPARE(readAll(disk + QStringLiteral("/good.html")).size(), page.size());
+        for (const QFileInfo& file : QDir(disk).entryInfoList(QDir::Files | QDir::Hidden))
+            QVERIFY2(file.size() > 0, qPrintable(file.fileName()));
+        QFile::remove(disk + QStringLiteral("/filler"));
+
+        QVERIFY(QProcess::execute(QStringLiteral("mount"),
+                                  {QStringLiteral("-o"), QStringLiteral("remount,ro"), disk}) == 0);
+        run = crcview({QStringLiteral("export"), disk, good});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains(QLatin1String("Read-only")), qPrintable(run.err));
+        QCOMPARE(readAll(disk + QStringLiteral("/good.html")).size(), page.size());
+    }
+
+    // A result file written to harm whoever exports it: pictures outside its folder (absolute,
+    // climbing out, through a link, system files), a picture named like a page or a script,
+    // pages that are links to other files, files of the user in the folder. Nothing outside is
+    // copied, no foreign file is replaced, nothing is written through a link; a second export
+    // into the same folder replaces its own pages under the same names.
+    void hostileResultFilesStayInside()
+    {
+        QTemporaryDir dir;
+        const QString reports = dir.filePath(QStringLiteral("reports"));
+        QVERIFY(QDir().mkpath(reports + QStringLiteral("/pics")));
+        QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("victim"))));
+        writeFile(dir, QStringLiteral("reports/pics/chart.png"), "PNG");
+        writeFile(dir, QStringLiteral("reports/pics/a.html"), "<script>alert(1)</script>");
+        writeFile(dir, QStringLiteral("reports/build.sh"), "echo harm");
+        writeFile(dir, QStringLiteral("outside.png"), "SECRET");
+        writeFile(dir, QStringLiteral("victim/x"), "victim");
+        QVERIFY(QFile::link(dir.filePath(QStringLiteral("outside.png")),
+                            reports + QStringLiteral("/pics/inside.png")));
+        const QString crc = writeFile(
+            dir, QStringLiteral("reports/a.crc"),
+            result(QStringLiteral("a"),
+                   "<PARAGRAPH><IMAGE src='/etc/passwd'/><IMAGE src='../../../../etc/shadow'/>"
+                   "<IMAGE src='/proc/self/environ'/><IMAGE src='../outside.png'/>"
+                   "<IMAGE src='pics/inside.png'/><IMAGE src='pics/a.html'/>"
+                   "<IMAGE src='build.sh'/><IMAGE src='pics/chart.png'/></PARAGRAPH>"));
+        const QString out = dir.filePath(QStringLiteral("out"));
+        QVERIFY(QDir().mkpath(out));
+        writeFile(dir, QStringLiteral("out/chart.png"), "user's own picture");
+        QVERIFY(QFile::link(dir.filePath(QStringLiteral("victim/x")),
+                            QDir(out).filePath(QStringLiteral("index.html"))));
+
+        Run run = crcview({QStringLiteral("export"), out, crc});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out.trimmed(), QDir(out).filePath(QStringLiteral("index-2.html")));
+        QCOMPARE(readAll(dir.filePath(QStringLiteral("victim/x"))), QByteArray("victim"));
+        QCOMPARE(readAll(QDir(out).filePath(QStringLiteral("chart.png"))),
+                 QByteArray("user's own picture"));
+        QCOMPARE(readAll(QDir(out).filePath(QStringLiteral("chart-2.png"))), QByteArray("PNG"));
+        QStringList written = QDir(out).entryList(QDir::Files | QDir::Hidden | QDir::System);
+        written.sort();
+        QCOMPARE(written, QStringList({".crc-export-manifest", "a.html", "chart-2.png", "chart.png",
+                                       "index-2.html", "index.html"}));
+        QCOMPARE(readAll(QDir(out).filePath(QStringLiteral("a.html"))).count("<script"), 0);
+        for (const char* leftOut : {"/etc/passwd", "../../../../etc/shadow", "/proc/self/environ",
+                                    "../outside.png", "pics/inside.png", "pics/a.html", "build.sh"})
+            QVERIFY2(
+                run.err.contains(QStringLiteral("Image '%1' left out").arg(QLatin1String(leftOut))),
+                qPrintable(run.err));
+
+        run = crcview({QStringLiteral("export"), out, crc});
+        QCOMPARE(run.status, 0);
+        QStringList again = QDir(out).entryList(QDir::Files | QDir::Hidden | QDir::System);
+        again.sort();
+        QCOMPARE(again, written);
+    }
+
+    // Reports and linked files whose names collide, or would break links: every page is
+    // written under its own name within 255 bytes, and every local link of every page leads
+    // to a page and an anchor that are there.
+    void collidingNamesAllReachTheirPages()
+    {
+        QTemporaryDir dir;
+        QByteArray fifty;
+        for (int i = 0; i < 50; ++i) {
+            const QString name = QStringLiteral("r.%1.xrd").arg(i);
+            writeFile(dir, name,
+                      "<DOCUMENT tag='x'><TAG name='t'/><PARAGRAPH>" + QByteArray::number(i) +
+                          "</PARAGRAPH></DOCUMENT>");
+            fifty += "<LINK target='xrdlink://" + name.toUtf8() + "#t'>" + QByteArray::number(i) +
+                     "</LINK>";
+        }
+        writeFile(dir, QStringLiteral("d.xrd"),
+                  "<DOCUMENT tag='dd'><TAG name='t'/><LINK target='::d'>back</LINK></DOCUMENT>");
+        const QString cjk = QString(120, QChar(0x6f22));
+        const QStringList tags{
+            QStringLiteral("index"),    QStringLiteral("d"), QStringLiteral("run.v2"),
+            QStringLiteral("dir/name"), QString(),           cjk,
+            QStringLiteral("run")};
+        QStringList files;
+        QByteArray links = "<LINK target='xrdlink://d.xrd#t'>d file</LINK>" + fifty;
+        for (const QString& tag : tags)
+            links += "<LINK target='::" + tag.toUtf8() + "'>to " + tag.toUtf8() + "</LINK>";
+        for (int i = 0; i < tags.size(); ++i)
+            files.append(writeFile(dir, QStringLiteral("c%1.crc").arg(i),
+                                   result(tags.at(i), "<PARAGRAPH>" + links + "</PARAGRAPH>")));
+        const QString out = dir.filePath(QStringLiteral("out"));
+        Run run = crcview(QStringList{QStringLiteral("export"), out} + files);
+        QCOMPARE(run.status, 0);
+        const QStringList pages = QDir(out).entryList({QStringLiteral("*.html")}, QDir::Files);
+        QCOMPARE(pages.size(), 1 + int(tags.size()) + 1 + 50); // index, reports, d.xrd, r.N.xrd
+        for (const QString& page : pages)
+            QVERIFY2(page.toUtf8().size() <= 255, qPrintable(page));
+        QVERIFY(readAll(QDir(out).filePath(QStringLiteral("index.html")))
+                    .contains("Code review results"));
+        const QStringList dead = deadLinks(out);
+        QVERIFY2(dead.isEmpty(), qPrintable(dead.join(u'\n')));
     }
 
     // The bundled examples are what a new user opens first: they must all read cleanly.

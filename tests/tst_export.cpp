@@ -6,6 +6,7 @@
 #include "folio/ddocument.h"
 #include "folio/dexporthtml.h"
 #include "folio/dlink.h"
+#include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
@@ -137,6 +138,10 @@ private slots:
     void pageSettingsAndLayout();
     void imagesAreCopiedOrLogged();
     void cancelLeavesNoPage();
+    void cellSpansCountColumns();
+    void pageNamesAreUniqueAndFit();
+    void styleSheetStaysInsideTheExport_data();
+    void styleSheetStaysInsideTheExport();
     void deepDocumentExports();
     void searchItemInBounds();
     void reverseSearchDefersToBase();
@@ -251,13 +256,14 @@ void TestExport::reportAndTagLinks()
     QAReporterHTMLWriter writer({first.get(), second.get()}, {first.get()}, nullptr, nullptr);
     QCOMPARE(writer.getHtmlFilenameForXrd("dir/run2.v1.xrd"), QStringLiteral("run2.html"));
     const QString page = body(writer, first->document.get());
-    QCOMPARE(hrefs(page), QStringList({"run2.html#T12", "run2.html", ".html#T12", "other.html",
-                                       "#x", "#nowhere"}));
-    // Each report file once, in the order met, the empty name included.
-    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd", ""}));
-    writer.setReferencedXrd({"sub/run2.xrd"});
+    // A link without a file leads to the anchor in the page itself, never to ".html".
+    QCOMPARE(hrefs(page),
+             QStringList({"run2.html#T12", "run2.html", "#T12", "other.html", "#x", "#nowhere"}));
+    // Each report file once, in the order met.
+    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd"}));
+    writer.setReferencedXrd({});
     body(writer, first->document.get());
-    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd", ""}));
+    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd"}));
 }
 
 // No result file may put markup or a script link into a page.
@@ -353,7 +359,7 @@ void TestExport::pageSettingsAndLayout()
     title->setIndent(8);
     auto record = readReport(
         report("<TITLE style='Title 1'>Run</TITLE><SECTION tag='s1'><TITLE>Inner</TITLE>"
-               "<TABLE widths='1 3'><ROW><CELL span='1'>wide</CELL></ROW></TABLE>"
+               "<TABLE widths='1 3'><ROW><CELL span='2'>wide</CELL></ROW></TABLE>"
                "<LIST ordered='1'><PARAGRAPH>one</PARAGRAPH><PARAGRAPH>two</PARAGRAPH></LIST>"
                "<PAGEBREAK/><TAG name='here'/>"
                "<GRAPHIC title='Trend'><AXIS name='x' min='0' max='10'/>"
@@ -605,3 +611,90 @@ void TestExport::reverseSearchOnDeepTrees()
 
 QTEST_GUILESS_MAIN(TestExport)
 #include "tst_export.moc"
+
+// span="3" is a cell over three columns: in a table of three columns it makes no fourth.
+void TestExport::cellSpansCountColumns()
+{
+    auto record = readReport(report("<TABLE widths='1 1 1'><ROW><CELL>a</CELL><CELL>b</CELL>"
+                                    "<CELL>c</CELL></ROW><ROW><CELL span='3'>all</CELL></ROW>"
+                                    "<ROW><CELLTEXT text='two' span='2'/><CELL span='1'>one</CELL>"
+                                    "</ROW><ROW><CELL span='0'>x</CELL></ROW></TABLE>"));
+    QVERIFY(record);
+    DHTMLWriter writer;
+    const QString page = body(writer, record->document.get());
+    QVERIFY2(page.contains(QLatin1String("<td colspan=\"3\">all</td>")), qPrintable(page));
+    QVERIFY2(page.contains(QLatin1String("<td colspan=\"2\">two</td><td>one</td>")),
+             qPrintable(page));
+    QVERIFY(page.contains(QLatin1String("<td>x</td>")));
+    QVERIFY(!page.contains(QLatin1String("colspan=\"4\"")));
+}
+
+void TestExport::styleSheetStaysInsideTheExport_data()
+{
+    QTest::addColumn<QString>("css");
+    QTest::addColumn<bool>("linked");
+    QTest::newRow("relative") << "site.css" << true;
+    QTest::newRow("below") << "css/site.css" << true;
+    QTest::newRow("other host") << "//host/x.css" << false;
+    QTest::newRow("windows share") << "\\\\host\\x.css" << false;
+    QTest::newRow("mixed slashes") << "/\\host/x.css" << false;
+    QTest::newRow("web") << "https://host/x.css" << false;
+    QTest::newRow("file url") << "file:///etc/x.css" << false;
+    QTest::newRow("drive") << "C:/x.css" << false;
+    QTest::newRow("absolute") << "/srv/x.css" << false;
+    QTest::newRow("climbing") << "css/../../x.css" << false;
+}
+
+// The style sheet of dhtml.cfg: only a relative path inside the export is linked; anything
+// else would make the pages reach out when opened, and is said in the log.
+void TestExport::styleSheetStaysInsideTheExport()
+{
+    QFETCH(QString, css);
+    QFETCH(bool, linked);
+    QTemporaryDir dir;
+    const QString config = dir.filePath("dhtml.cfg");
+    QFile cfg(config);
+    QVERIFY(cfg.open(QIODevice::WriteOnly));
+    cfg.write("css = " + css.toUtf8() + "\n");
+    cfg.close();
+    auto record = readReport(report("<PARAGRAPH>p</PARAGRAPH>"));
+    QVERIFY(record);
+    DExportHtml exporter(dir.filePath("out"), config);
+    Log log;
+    QVERIFY(exporter.generate(record->document.get(), nullptr, &log));
+    QFile file(dir.filePath("out/doc.html"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray page = file.readAll();
+    QCOMPARE(page.contains("<link rel=\"stylesheet\""), linked);
+    QCOMPARE(log.messages.size(), linked ? 0 : 1);
+}
+
+// One name per thing written, asked for as often as wanted; two things never share a name, even
+// when only the case differs; names fit in 255 bytes and keep their suffix; reserved names (files
+// of the user) are never given.
+void TestExport::pageNamesAreUniqueAndFit()
+{
+    DPageNames names;
+    names.reserve(QStringLiteral("Build.png"));
+    const QString html = QStringLiteral(".html");
+    QCOMPARE(names.nameFor("report:run.v2", "run.v2", html), QStringLiteral("run.v2.html"));
+    QCOMPARE(names.nameFor("report:run.v2", "ignored", html), QStringLiteral("run.v2.html"));
+    QCOMPARE(names.nameFor("report:R", "R", html), QStringLiteral("R.html"));
+    QCOMPARE(names.nameFor("report:r", "r", html), QStringLiteral("r-2.html"));
+    QCOMPARE(names.nameFor("xrd:/a/r.0.xrd", "r", html), QStringLiteral("r-3.html"));
+    QCOMPARE(names.nameFor("report:dir/name", "dir/name", html), QStringLiteral("dir_name.html"));
+    QCOMPARE(names.nameFor("report:", "", html), QStringLiteral("untitled.html"));
+    QCOMPARE(names.nameFor("image:/x/build.png", "build", ".png"), QStringLiteral("build-2.png"));
+    QCOMPARE(names.nameOf("report:r"), QStringLiteral("r-2.html"));
+    QVERIFY(names.nameOf("report:unknown").isEmpty());
+
+    const QString cjk(120, QChar(0x6f22));
+    const QString first = names.nameFor("report:cjk", cjk, html);
+    const QString second = names.nameFor("report:cjk2", cjk, html);
+    QVERIFY(first != second);
+    for (const QString& name : {first, second}) {
+        QVERIFY2(name.toUtf8().size() <= 255, qPrintable(name));
+        QVERIFY(name.endsWith(html));
+        QVERIFY(name.startsWith(QString(10, QChar(0x6f22))));
+    }
+}

@@ -350,7 +350,7 @@ private Q_SLOTS:
         const QByteArray kinds =
             "<HEADER>h</HEADER><FOOTER>f</FOOTER><PAGEBREAK/><IMAGE src='i.png' width='3'/>"
             "<LIST ordered='1'><PARAGRAPH>l</PARAGRAPH></LIST><LINK target='::x' tag='lk'>k</LINK>"
-            "<TAG name='x'/><TABLE code='1' widths='0.5 0.5'><ROW><CELL span='1'>c</CELL>"
+            "<TAG name='x'/><TABLE code='1' widths='0.5 0.5'><ROW><CELL span='2'>c</CELL>"
             "<CELLTEXT text='ct'/></ROW></TABLE><TAGPOINTER target='x'/>"
             "<POPUPLINK tag='pl' target='pp'>p</POPUPLINK><POPUP tag='pp'>q</POPUP>"
             "<SUMMARY tag='s'><SENTRY target='x' text='e'/></SUMMARY>"

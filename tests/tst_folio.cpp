@@ -113,8 +113,8 @@ private Q_SLOTS:
     {
         const Reading r =
             read("<DOCUMENT tag='d' title='T' style='S'>"
-                 "<TABLE code='1' widths='0.25 0.75' style='S'><ROW><CELL span='1'>a</CELL>"
-                 "<CELLTEXT text='t' span='2'/></ROW></TABLE>"
+                 "<TABLE code='1' widths='0.25 0.75' style='S'><ROW><CELL span='2'>a</CELL>"
+                 "<CELLTEXT text='t' span='3'/></ROW></TABLE>"
                  "<IMAGE src='p.png' width='10' height='20'/><LIST "
                  "ordered='yes'><PARAGRAPH>x</PARAGRAPH></LIST>"
                  "<LINK target='a::b' tag='l'>go</LINK><TAG name='n'/><TAGPOINTER target='n'/>"

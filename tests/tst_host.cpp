@@ -2,6 +2,8 @@
 // commands following the tab shown, progress while a file is read, source files at a line, and
 // the preferences kept in the settings file across a restart.
 
+#include "folio/ditem.h"
+#include "folio/dreportwidget.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"
@@ -29,8 +31,10 @@
 #include <QProcess>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QStorageInfo>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -82,6 +86,48 @@ int restartedStudio(const QString& settings)
     std::cout << "output=" << studio.output()->contents().toStdString() << "\n";
     studio.openFiles({example("rules-core.crc")}); // quitting with a window open
     studio.close();
+    return 0;
+}
+
+// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
+bool mountTinyDisk(const QString& point)
+{
+    QDir().mkpath(point);
+    return QProcess::execute(QStringLiteral("mount"),
+                             {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
+}
+
+// The action of a menu of the menu bar, found by the texts a user reads.
+QAction* menuAction(QMainWindow& window, const QString& menuText, const QString& actionText)
+{
+    for (QAction* top : window.menuBar()->actions()) {
+        if (top->text() != menuText || !top->menu())
+            continue;
+        for (QAction* action : top->menu()->actions()) {
+            if (action->text() == actionText)
+                return action;
+        }
+    }
+    return nullptr;
+}
+
+// A studio on `settings` quit through File > Quit; prints the messages it showed.
+int quitFromMenu(const QString& settings)
+{
+    auto dialogs = std::make_unique<ScriptedDialogs>();
+    ScriptedDialogs* asked = dialogs.get();
+    QADialogs::install(std::move(dialogs));
+    StudioMainWindow studio(pluginPath, settings);
+    if (!studio.plugin())
+        return 2;
+    studio.show();
+    QAction* quit = menuAction(studio, QStringLiteral("&File"), QStringLiteral("&Quit"));
+    if (!quit)
+        return 3;
+    quit->trigger();
+    for (const ScriptedDialogs::Asked& message : std::as_const(asked->asked))
+        std::cout << "message=" << message.text.toStdString() << "\n";
     return 0;
 }
 
@@ -496,6 +542,144 @@ private Q_SLOTS:
         QVERIFY2(quit.contains(QLatin1String("depth=4\n")), qPrintable(quit));
         QVERIFY(readFile(bare).contains("<int name=\"auto_depth\" value=\"4\"/>"));
     }
+
+    // File > Save As copies the bytes of the result file, CR LF line ends included; a copy that
+    // cannot be written (full disk) is said so with the reason, and the file it was to replace
+    // keeps its bytes.
+    void saveAsCopiesBytes()
+    {
+        QByteArray crlf = readFile(example("rules-core.crc"));
+        crlf.replace("\n", "\r\n");
+        const QString source = m_dir.filePath(QStringLiteral("crlf.crc"));
+        QVERIFY(writeFile(source, crlf));
+        QVERIFY(m_studio->openFiles({source}));
+        QAction* saveAs =
+            menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("Save &As..."));
+        QVERIFY(saveAs && saveAs->isEnabled());
+
+        const QString copy = m_dir.filePath(QStringLiteral("copy.xrd"));
+        m_dialogs->files.append({copy});
+        saveAs->trigger();
+        QCOMPARE(readFile(copy).size(), crlf.size());
+        QCOMPARE(readFile(copy), crlf);
+
+        const QString disk = m_dir.filePath(QStringLiteral("saveas-disk"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        const QString target = disk + QStringLiteral("/old.xrd");
+        QVERIFY(writeFile(target, "old copy"));
+        const qint64 room = QStorageInfo(disk).bytesAvailable();
+        QVERIFY(writeFile(disk + QStringLiteral("/filler"), QByteArray(room - 4096, 'f')));
+        m_dialogs->asked.clear();
+        m_dialogs->files.append({target});
+        m_dialogs->buttons = {QMessageBox::Yes}; // overwrite it
+        saveAs->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 3); // the name, overwrite?, the failure
+        QVERIFY2(m_dialogs->asked.last().text.contains(QLatin1String("could not be save")) &&
+                     m_dialogs->asked.last().text.contains(QLatin1String("No space left")),
+                 qPrintable(m_dialogs->asked.last().text));
+        QCOMPARE(readFile(target), QByteArray("old copy"));
+    }
+
+    // File > Export to HTML: into a folder that cannot be written the user is told which pages
+    // failed and why; into a good one the summary page opens the set.
+    void exportFromTheMenu()
+    {
+        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        QAction* exportAction =
+            menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("&Export to HTML..."));
+        QVERIFY(exportAction && exportAction->isEnabled());
+
+        const QString good = m_dir.filePath(QStringLiteral("published"));
+        QVERIFY(QDir().mkpath(good));
+        m_dialogs->directories = {good};
+        exportAction->trigger();
+        QVERIFY(readFile(good + QStringLiteral("/index.html"))
+                    .contains("<h1>Code review results</h1>"));
+        QVERIFY(readFile(good + QStringLiteral("/rules.html")).contains("href=\"index.html\""));
+        QVERIFY(m_dialogs->asked.size() == 1); // the folder only: nothing went wrong
+
+        const QString disk = m_dir.filePath(QStringLiteral("export-disk"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+        QVERIFY(QProcess::execute(QStringLiteral("mount"),
+                                  {QStringLiteral("-o"), QStringLiteral("remount,ro"), disk}) == 0);
+        m_dialogs->asked.clear();
+        m_dialogs->directories = {disk};
+        exportAction->trigger();
+        QCOMPARE(m_dialogs->asked.size(), 2);
+        const QString said = m_dialogs->asked.last().text;
+        QVERIFY2(said.contains(QLatin1String("not complete")) && said.contains(disk) &&
+                     said.contains(QLatin1String("Read-only")),
+                 qPrintable(said));
+    }
+
+    // A link to a report file that is a FIFO (or a device) is refused at once with the reason;
+    // the studio does not wait for a writer that never comes.
+    void followingALinkToAFifo()
+    {
+        const QString fifo = m_dir.filePath(QStringLiteral("pipe.xrd"));
+        QVERIFY(QProcess::execute(QStringLiteral("mkfifo"), {fifo}) == 0);
+        const QString linking = m_dir.filePath(QStringLiteral("linking.crc"));
+        QVERIFY(writeFile(linking,
+                          "<XROD><DOCUMENT tag='lk'><XROD:NODE name='n' type='R' state='ko' "
+                          "sum='1'><SECTION><PARAGRAPH><LINK target='xrdlink://pipe.xrd'>"
+                          "follow me to the pipe</LINK></PARAGRAPH></SECTION></XROD:NODE>"
+                          "</DOCUMENT></XROD>"));
+        auto* viewer = qobject_cast<QAReporter*>(m_studio->openFiles({linking}));
+        QVERIFY(viewer);
+        DReportWidget* view = viewer->documentView();
+        QTRY_VERIFY(view->isVisible());
+        // Where the link is drawn: the first point of the view that shows it.
+        QPoint onLink(-1, -1);
+        for (int y = 0; y < view->viewport()->height() && onLink.x() < 0; y += 3) {
+            for (int x = 0; x < view->viewport()->width() && onLink.x() < 0; x += 5) {
+                const DItem* item = view->itemAt(QPoint(x, y));
+                if (item && (item->type() == DItem::Link ||
+                             (item->parent() && item->parent()->type() == DItem::Link)))
+                    onLink = QPoint(x, y);
+            }
+        }
+        QVERIFY(onLink.x() >= 0);
+        m_dialogs->asked.clear();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, onLink);
+        QTRY_VERIFY(!m_dialogs->asked.isEmpty());
+        QVERIFY(m_dialogs->asked.last().text.contains(fifo));
+        QVERIFY2(m_studio->output()->contents().contains(
+                     fifo + QStringLiteral(": cannot open the file: it is not a regular file")),
+                 qPrintable(m_studio->output()->contents()));
+    }
+
+    // Settings that cannot be written on File > Quit: a full disk or a read-only folder keeps
+    // the old settings file whole, and the user is told why.
+    void quittingOnAFullDiskKeepsTheSettings()
+    {
+        const QString disk = m_dir.filePath(QStringLiteral("full"));
+        if (!mountTinyDisk(disk))
+            QSKIP("mounting a small file system is not allowed here");
+        const auto unmount =
+            qScopeGuard([&] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+
+        const QString settings = disk + QStringLiteral("/settings.xml");
+        QByteArray old = "<resources version=\"1\">\n";
+        while (old.size() < 13 * 1024)
+            old += "<group name=\"OTHER\"><int name=\"kept\" value=\"1\"/></group>\n";
+        old += "</resources>\n";
+        QVERIFY(writeFile(settings, old));
+        // All but a few kilobytes of the room left are taken: the new file starts to be written.
+        const qint64 room = QStorageInfo(disk).bytesAvailable();
+        QVERIFY(writeFile(disk + QStringLiteral("/filler"), QByteArray(room - 4096, 'f')));
+
+        const QString quit = runChild({QStringLiteral("--quit-from-menu"), settings});
+        QVERIFY2(quit.contains(QLatin1String("message=")) && quit.contains(settings) &&
+                     quit.contains(QLatin1String("No space left")),
+                 qPrintable(quit));
+        QCOMPARE(readFile(settings), old);
+    }
 };
 
 int main(int argc, char** argv)
@@ -503,6 +687,8 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--restarted") == 0)
         return restartedStudio(QString::fromLocal8Bit(argv[2]));
+    if (argc == 3 && qstrcmp(argv[1], "--quit-from-menu") == 0)
+        return quitFromMenu(QString::fromLocal8Bit(argv[2]));
     TestHost test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -19,6 +19,8 @@
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
+#include <QDate>
+#include <QDir>
 #include <QDockWidget>
 #include <QMainWindow>
 #include <QMenu>
@@ -506,8 +508,8 @@ private Q_SLOTS:
                  QStringLiteral("The file already exists.\nDo you want to overwrite it?"));
         QFile written(copy);
         QVERIFY(written.open(QIODevice::ReadOnly));
-        QCOMPARE(written.readAll(),
-                 QByteArray("<XROD>\n<DOCUMENT tag='rb'>\n<TAG name='t'/></DOCUMENT>\n</XROD>\n"));
+        QCOMPARE(written.readAll(), // the bytes of the source, CR LF included
+                 QByteArray("<XROD>\n<DOCUMENT tag='rb'>\r\n<TAG name='t'/></DOCUMENT>\n</XROD>"));
         QFile untouched(existing);
         QVERIFY(untouched.open(QIODevice::ReadOnly));
         QCOMPARE(untouched.readAll(), QByteArray("old"));
@@ -545,7 +547,9 @@ private Q_SLOTS:
             void logMessage(const QString& message) override { messages.append(message); }
             QStringList messages;
         } log;
-        QVERIFY(window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, &log));
+        // A linked file that cannot be read: everything else is written, the export says it
+        // is not complete, and the log gives the reader's reason.
+        QVERIFY(!window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, &log));
         QStringList pages =
             QDir(out.path()).entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
         QCOMPARE(pages,
@@ -556,7 +560,8 @@ private Q_SLOTS:
         QVERIFY(page.contains("href=\"common.html#top\""));
         QVERIFY(!page.contains(">pass<")); // failed-only mode: the passed section is not there
         QCOMPARE(log.messages.size(), 1);
-        QVERIFY(log.messages.first().contains(QLatin1String("missing.xrd")));
+        QVERIFY2(log.messages.first().contains(QLatin1String("missing.xrd: cannot open the file")),
+                 qPrintable(log.messages.first()));
 
         // Through the command: the directory is asked for; a refusal exports nothing.
         QTemporaryDir second;
@@ -583,6 +588,83 @@ private Q_SLOTS:
         QVERIFY(QDir(fourth.path()).entryList(QDir::Files).isEmpty()); // nothing analysed yet
         window.alltests();
         QADialogs::install(nullptr);
+    }
+
+    // A cancel while the linked report files are written stops those pages, but the summary
+    // is still written; a report document given alone is exported as its own page.
+    void cancelAmongLinkedPagesKeepsTheSummary()
+    {
+        Files files;
+        files.add(QStringLiteral("one.xrd"),
+                  "<DOCUMENT tag='o'><PARAGRAPH>1</PARAGRAPH></DOCUMENT>");
+        files.add(QStringLiteral("two.xrd"),
+                  "<DOCUMENT tag='t'><PARAGRAPH>2</PARAGRAPH></DOCUMENT>");
+        const QString a = files.add(
+            QStringLiteral("a.crc"),
+            report("ra", "<XROD:NODE name='f' type='R' state='ko' sum='1'><SECTION>"
+                         "<LINK target='xrdlink://one.xrd'>1</LINK>"
+                         "<LINK target='xrdlink://two.xrd'>2</LINK></SECTION></XROD:NODE>"));
+        QAReporter window(QStringLiteral("Cancel"), QPixmap());
+        open(window, {a});
+        // The user presses Abort once the first linked page is begun.
+        struct AbortOnLinked : QAIProgressMonitor
+        {
+            void setTotalSteps(int) override {}
+            void setProgress(int) override {}
+            void setLabelText(const QString& text) override
+            {
+                aborted = aborted || text.contains(QLatin1String("one"));
+            }
+            bool isCanceled() const override { return aborted; }
+            bool aborted = false;
+        } progress;
+        QTemporaryDir out;
+        QVERIFY(!window.exportHTML(out.path(), QStringLiteral("index.html"), &progress, nullptr));
+        QVERIFY(progress.aborted);
+        // The page begun may end; the next one is not begun.
+        QStringList pages = QDir(out.path()).entryList({QStringLiteral("*.html")}, QDir::Files);
+        QCOMPARE(pages, QStringList({"index.html", "one.html", "ra.html"}));
+
+        QAReporter alone(QStringLiteral("Alone"), QPixmap());
+        open(alone, {files.path(QStringLiteral("one.xrd"))});
+        QTemporaryDir second;
+        QVERIFY(alone.exportHTML(second.path(), QStringLiteral("index.html"), nullptr, nullptr));
+        pages = QDir(second.path()).entryList({QStringLiteral("*.html")}, QDir::Files);
+        QCOMPARE(pages, QStringList({"index.html", "o.html"}));
+    }
+
+    // The summary page as published: a heading with the files and the date, the totals, a bar
+    // of the results, the failed items leading to their sections; every other page leads back.
+    void summaryPageIsPublishable()
+    {
+        Files files;
+        const QString a = files.add(
+            QStringLiteral("a.crc"),
+            report("ra", node("good", "Rule", "ok", 3) +
+                             "<XROD:NODE name='bad &lt;one&gt;' type='Rule' state='ko' sum='2'>"
+                             "<SECTION tag='s1'><PARAGRAPH>x</PARAGRAPH></SECTION></XROD:NODE>"));
+        const QString b =
+            files.add(QStringLiteral("b.crc"), report("rb", node("worse", "Metric", "ko", 1)));
+        QAReporter window(QStringLiteral("Publish"), QPixmap());
+        open(window, {a, b});
+        QTemporaryDir out;
+        QVERIFY(window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, nullptr));
+        QFile index(out.filePath(QStringLiteral("index.html")));
+        QVERIFY(index.open(QIODevice::ReadOnly));
+        const QString page = QString::fromUtf8(index.readAll());
+        for (const QString& expected :
+             {QStringLiteral("<h1>Code review results</h1>"), QStringLiteral("a.crc, b.crc"),
+              QDate::currentDate().toString(Qt::ISODate),
+              QStringLiteral("3 passed, 3 failed, 0 inconclusive, 6 in all"),
+              QStringLiteral("<svg class=\"bar\""), QStringLiteral("fill=\"#c62828\""),
+              QStringLiteral("<a href=\"ra.html#s1\">bad &lt;one&gt;</a>"),
+              QStringLiteral("<a href=\"rb.html\">worse</a>")})
+            QVERIFY2(page.contains(expected), qPrintable(expected));
+        QVERIFY(!page.contains(QLatin1String(">good</a>"))); // passed items are not listed
+        QVERIFY(!page.contains(QLatin1String("<nav class=\"back\"")));
+        QFile report(out.filePath(QStringLiteral("rb.html")));
+        QVERIFY(report.open(QIODevice::ReadOnly));
+        QVERIFY(report.readAll().contains("<nav class=\"back\"><a href=\"index.html\">"));
     }
 
     void submittingADefect()

@@ -415,9 +415,9 @@ private Q_SLOTS:
     void placesCellsByWidthsAndSpans()
     {
         const auto document = read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
-                                   "<ROW><CELL span=\"1\">wide</CELL><CELL>right</CELL></ROW>"
+                                   "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
                                    "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
-                                   "<ROW><CELL>x</CELL><CELL span=\"5\">too wide</CELL></ROW>"
+                                   "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
                                    "</TABLE></DOCUMENT>");
         ShownView shown(616, 300);
         DFolioView& view = shown.view;

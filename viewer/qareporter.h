@@ -60,13 +60,17 @@ public:
     bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
-    // Reads one report document; the caller owns it. Null when it cannot be read.
-    std::unique_ptr<DDocument> readXrdFile(const QString& path) const;
+    // Reads one report document; the caller owns it. Null when it cannot be read, with the
+    // reason ("FILE:LINE:COLUMN: message") in `reason` when given.
+    std::unique_ptr<DDocument> readXrdFile(const QString& path, QString* reason = nullptr) const;
 
     // Writes the displayed reports, the report files they link to and the summary as HTML pages
     // into `directory`; `index` takes no part (the summary is always "index.html").
     bool exportHTML(const QString& directory, const QString& index, QAIProgressMonitor* progress,
                     QAILogMonitor* log) override;
+    // The file name the last export gave the summary: "index.html" unless a file of that name
+    // that no export wrote was in the way.
+    const QString& exportedIndexPage() const { return m_exportedIndexPage; }
 
     // The displayed node whose section holds `item`, or null.
     QAReporterNode* searchReporterNode(DItem* item) const;
@@ -156,9 +160,9 @@ private Q_SLOTS:
 
 private:
     void setupToolBar(bool on);
-    void exportLinkedReports(const QString& directory, QStringList files,
-                             QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                             QAIProgressMonitor* progress, QAILogMonitor* log);
+    bool exportHTMLsubFile(const QString& dir, const QStringList& files,
+                           QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                           QAIProgressMonitor* progress, QAILogMonitor* log);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;
@@ -178,6 +182,7 @@ private:
     QDockWidget* m_headerDock;
     DReportWidget* m_headerView;
     std::unique_ptr<DDocument> m_headerDocument;
+    QString m_exportedIndexPage;
     DReportWidget* m_documentView;
     bool m_headerShown = false;
     int m_studioMenuId = -1;

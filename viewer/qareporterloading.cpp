@@ -225,13 +225,18 @@ void QAReporter::reload(const QString&)
     reload();
 }
 
-std::unique_ptr<DDocument> QAReporter::readXrdFile(const QString& path) const
+std::unique_ptr<DDocument> QAReporter::readXrdFile(const QString& path, QString* reason) const
 {
-    if (!QFileInfo::exists(path))
-        return nullptr;
     ReportLoadError error;
     std::unique_ptr<QAReporterData> record =
         loadReport(path, currentStyles(), hostStudio(), &error);
+    if (!record && reason)
+        *reason = error.line > 0 ? QStringLiteral("%1:%2:%3: %4")
+                                       .arg(path)
+                                       .arg(error.line)
+                                       .arg(error.column)
+                                       .arg(error.message)
+                                 : QStringLiteral("%1: %2").arg(path, error.message);
     return record ? std::move(record->document) : nullptr;
 }
 

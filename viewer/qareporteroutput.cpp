@@ -3,23 +3,28 @@
 #include "viewer/qareporterhost.h"
 
 #include "export/qareporterhtmlwriter.h"
+#include "export/qareporterindexpage.h"
 #include "filter/qareporterfilter.h"
 #include "folio/ddocument.h"
 #include "folio/dexporthtml.h"
+#include "folio/dpagenames.h"
 #include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
 #include "model/qareporternode.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaoutputwindow.h"
 #include "sdk/qaprogressdialog.h"
+#include "sdk/qasafefile.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
+#include <QHash>
 #include <QSet>
 
 namespace {
@@ -65,32 +70,17 @@ bool QAReporter::saveCopy(const QString& source, const QString& title)
                                      QMessageBox::No) != QMessageBox::Yes)
         return false;
 
-    QFile input(source);
-    if (!input.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have read permission."));
+    // A copy of the bytes, CR LF line ends included, written aside and renamed at the end: a
+    // failed copy never leaves half a file behind, and an existing file stays as it was.
+    QString reason;
+    if (QASafeWrite::copyFile(source, chosen, &reason))
         return true;
-    }
-    // Written aside and renamed at the end: a failed copy never leaves half a file behind.
-    QSaveFile output(chosen);
-    if (!output.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have write permission."));
-        return true;
-    }
-    while (!input.atEnd()) {
-        QByteArray line = input.readLine();
-        if (line.endsWith('\n'))
-            line.chop(1);
-        output.write(line);
-        output.write("\n");
-    }
-    if (!output.commit())
-        QADialogs::warning(
-            this, title,
-            tr("The file could not be save.\nPlease check if you have write permission."));
+    const bool readable = QASafeWrite::isRegularFile(source) && QFileInfo(source).isReadable();
+    QADialogs::warning(
+        this, title,
+        (readable ? tr("The file could not be save.\nPlease check if you have write permission.")
+                  : tr("The file could not be save.\nPlease check if you have read permission.")) +
+            QStringLiteral("\n\n") + reason);
     return true;
 }
 
@@ -104,8 +94,29 @@ void QAReporter::exportDoc()
         return;
     QAProgressDialog progress(tr("Export Report to HTML files"), tr("Abort"), 100, this);
     progress.setWindowTitle(dialogTitle());
-    exportHTML(directory, QStringLiteral("index.html"), &progress,
-               studio ? studio->logMonitor() : nullptr);
+    // The studio's log hears everything; what went wrong is also said in a message box.
+    struct KeptLog : QAILogMonitor
+    {
+        void logMessage(const QString& message) override
+        {
+            if (studioLog)
+                studioLog->logMessage(message);
+            messages.append(message);
+        }
+        QAILogMonitor* studioLog = nullptr;
+        QStringList messages;
+    } log;
+    log.studioLog = studio ? studio->logMonitor() : nullptr;
+    if (exportHTML(directory, QStringLiteral("index.html"), &progress, &log) ||
+        progress.isCanceled())
+        return;
+    constexpr int shown = 10;
+    QString text = tr("The export to %1 is not complete:").arg(directory);
+    for (const QString& message : log.messages.mid(0, shown))
+        text += QLatin1Char('\n') + message;
+    if (log.messages.size() > shown)
+        text += QLatin1Char('\n') + tr("and %1 more").arg(log.messages.size() - shown);
+    QADialogs::warning(this, dialogTitle(), text);
 }
 
 bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgressMonitor* progress,
@@ -113,21 +124,55 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
 {
     StudioInterface* studio = hostStudio();
     QList<QAReporterData*> reports;
-    for (const auto& record : m_dataList)
+    QStringList reportFolders;
+    for (const auto& record : m_dataList) {
         reports.append(record.get());
+        const QString folder = QFileInfo(record->fileName).absolutePath();
+        if (!reportFolders.contains(folder))
+            reportFolders.append(folder);
+    }
+    // The reports as shown, in the window's order; a report document (.xrd) without result
+    // nodes, which the filter passes by, is exported as it is.
     QList<QAReporterData*> displayed;
     if (m_filter) {
+        QHash<QString, QAReporterData*> filtered;
         for (const auto& record : m_filter->filtered())
-            displayed.append(record.get());
+            filtered.insert(record->fileName, record.get());
+        for (const auto& record : m_dataList) {
+            if (QAReporterData* shown = filtered.value(record->fileName))
+                displayed.append(shown);
+            else if (!record->tree && record->document)
+                displayed.append(record.get());
+        }
     }
     QAReporterHTMLWriter writer(reports, displayed, progress, log);
     writer.setBaseForLink(directory);
     DExportHtml exporter(directory, (studio ? studio->currentDirectory() : QDir::currentPath()) +
                                         QDir::separator() + QStringLiteral("dhtml.cfg"));
+    // Pictures come only from the folders of the result files and the document search path.
+    exporter.setImageFolders(reportFolders);
     if (studio)
         exporter.setSearchPath(studio->documentSearchPath());
     exporter.setHTMLWriter(&writer);
 
+    // Every page is named by one table, the summary's first, so that no page replaces another
+    // and every link finds its page.
+    DPageNames& names = exporter.pageNames();
+    const QString indexPage =
+        names.nameFor(QStringLiteral("summary"), QStringLiteral("index"), writer.pageSuffix());
+    writer.setPageNames(&names);
+    exporter.setIndexPage(indexPage);
+    m_exportedIndexPage = indexPage;
+    if (log && indexPage != QStringLiteral("index") + writer.pageSuffix())
+        log->logMessage(
+            tr("%1 was not written by an export and is left alone; the summary is %2")
+                .arg(QDir(directory).filePath(QStringLiteral("index") + writer.pageSuffix()),
+                     indexPage));
+    const QString base =
+        displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
+    writer.setXrdBase(base);
+
+    bool complete = true;
     bool canceled = false;
     QStringList written;
     for (QAReporterData* record : std::as_const(displayed)) {
@@ -137,50 +182,70 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
         }
         if (!record->document)
             continue;
-        written.append(directory + QDir::separator() + record->document->tag() +
-                       QStringLiteral(".html"));
-        exporter.generate(record->document.get(), progress, log);
+        const QString page = writer.reportPageName(record->document->tag());
+        written.append(directory + QDir::separator() + page);
+        complete &= exporter.generateAs(record->document.get(), page, progress, log);
     }
     if (!canceled && !displayed.isEmpty()) {
-        const QString base = QFileInfo(displayed.first()->fileName).path();
         const QStringList linked = writer.referencedXrd();
         writer.setReferencedXrd(written + linked);
-        exportLinkedReports(base, linked, &writer, &exporter, progress, log);
+        complete &= exportHTMLsubFile(base, linked, &writer, &exporter, progress, log);
     }
-    if (m_headerDocument && !canceled)
-        exporter.generate(m_headerDocument.get(), progress, log);
-    return !canceled;
+    if (m_headerDocument && !canceled) {
+        exporter.setPagePreamble(indexPage, indexPagePreamble(reports, QDateTime::currentDateTime(),
+                                                              [&writer](const QString& tag) {
+                                                                  return writer.reportPageName(tag);
+                                                              }));
+        // Written also after a cancel among the report file pages.
+        const bool linkedCanceled = progress && progress->isCanceled();
+        complete &= exporter.generateAs(m_headerDocument.get(), indexPage,
+                                        linkedCanceled ? nullptr : progress, log);
+    }
+    exporter.writeManifest(log);
+    return complete && !canceled && exporter.problems() == 0;
 }
 
-// Writes the pages of the report files `files` links to, pass by pass: each pass writes the
-// files first named by the pages of the pass before, so every reachable file is written once.
-void QAReporter::exportLinkedReports(const QString& directory, QStringList files,
-                                     QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                                     QAIProgressMonitor* progress, QAILogMonitor* log)
+// Writes the pages of the report files `files` names, pass by pass: each pass writes the files
+// first named by the pages of the pass before, so every reachable file is written once. False
+// when a file could not be read or its page not written, or on a cancel.
+bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
+                                   QAReporterHTMLWriter* writer, DExportHtml* exporter,
+                                   QAIProgressMonitor* progress, QAILogMonitor* log)
 {
-    while (!files.isEmpty()) {
+    writer->setXrdBase(dir);
+    bool complete = true;
+    QSet<QString> exported; // resolved paths: two spellings of one file give one page
+    QStringList pass = files;
+    while (!pass.isEmpty()) {
         const QStringList before = writer->referencedXrd();
         const QSet<QString> known(before.begin(), before.end());
-        for (QString file : std::as_const(files)) {
+        for (const QString& entry : std::as_const(pass)) {
             if (progress && progress->isCanceled())
-                return;
-            if (QFileInfo(file).isRelative())
-                file = directory + QDir::separator() + file;
-            std::unique_ptr<DDocument> document = readXrdFile(file);
+                return false;
+            const QString file = writer->resolveXrd(entry);
+            if (exported.contains(file) || writer->exportedReport(entry))
+                continue;
+            exported.insert(file);
+            QString reason;
+            std::unique_ptr<DDocument> document = readXrdFile(file, &reason);
             if (!document) {
+                complete = false;
                 if (log)
-                    log->logMessage(tr("Unable to open the report file '%1'").arg(file));
+                    log->logMessage(tr("Unable to open the report file '%1'").arg(file) +
+                                    QStringLiteral(": ") + reason);
                 continue;
             }
-            document->setTag(QFileInfo(writer->getHtmlFilenameForXrd(file)).baseName());
-            exporter->generate(document.get(), progress, log);
+            const QString page = writer->getHtmlFilenameForXrd(entry);
+            document->setTag(QFileInfo(page).completeBaseName());
+            complete &= exporter->generateAs(document.get(), page, progress, log);
         }
-        files.clear();
+        pass.clear();
         for (const QString& file : writer->referencedXrd()) {
             if (!known.contains(file))
-                files.append(file);
+                pass.append(file);
         }
     }
+    return complete;
 }
 
 void QAReporter::submitTrackwell()

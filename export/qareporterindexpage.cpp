@@ -1,0 +1,173 @@
+#include "export/qareporterindexpage.h"
+
+#include "folio/ddocument.h"
+#include "folio/dhtmlwriter.h"
+#include "folio/ditems.h"
+#include "model/qareporterdata.h"
+#include "model/qareporterdatatree.h"
+#include "model/qareporternode.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QStringList>
+#include <vector>
+
+namespace {
+
+// A page listing a million failures helps nobody: the first ones are listed, the rest counted.
+constexpr int listedFailures = 200;
+
+QString text(const char* source)
+{
+    return QCoreApplication::translate("Reporter", source);
+}
+
+void appendText(QByteArray& out, const QString& value)
+{
+    DHTMLWriter::appendEscaped(out, value);
+}
+
+// One part of the bar: a rectangle `share` of the width, after `start`.
+void appendBarPart(QByteArray& out, double start, double share, const char* colour,
+                   const QString& label)
+{
+    if (share <= 0)
+        return;
+    out += "<rect x=\"" + QByteArray::number(start * 100, 'f', 3) + "%\" y=\"0\" width=\"" +
+           QByteArray::number(share * 100, 'f', 3) + "%\" height=\"14\" fill=\"" + colour +
+           "\"><title>";
+    appendText(out, label);
+    out += "</title></rect>";
+}
+
+// The anchor of a node's section in its page: the tag of the section it starts with.
+QString anchorOf(const QAReporterNode& node)
+{
+    if (const auto* section = dcast<DSection>(node.item))
+        return section->tag();
+    if (const auto* title = dcast<DTitle>(node.item))
+        return title->tag();
+    return QString();
+}
+
+} // namespace
+
+QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateTime& when,
+                             const std::function<QString(const QString& tag)>& pageOf)
+{
+    qint64 passed = 0;
+    qint64 failed = 0;
+    qint64 inconclusive = 0;
+    QStringList files;
+    for (const QAReporterData* record : reports) {
+        passed += qMax(0, record->passed);
+        failed += qMax(0, record->failed);
+        inconclusive += qMax(0, record->inconclusive);
+        files.append(QFileInfo(record->fileName).fileName());
+    }
+    const qint64 total = passed + failed + inconclusive;
+
+    QByteArray out = "<header class=\"overview\">\n<h1>";
+    appendText(out, text("Code review results"));
+    out += "</h1>\n<p class=\"files\">";
+    appendText(out, files.join(QStringLiteral(", ")));
+    out += " &middot; <time datetime=\"" + when.toString(Qt::ISODate).toUtf8() + "\">";
+    appendText(out, when.toString(QStringLiteral("yyyy-MM-dd HH:mm")));
+    out += "</time></p>\n<p class=\"totals\">";
+    const QString totals = text("%1 passed, %2 failed, %3 inconclusive, %4 in all")
+                               .arg(passed)
+                               .arg(failed)
+                               .arg(inconclusive)
+                               .arg(total);
+    appendText(out, totals);
+    out += "</p>\n<svg class=\"bar\" role=\"img\" width=\"100%\" height=\"14\" "
+           "xmlns=\"http://www.w3.org/2000/svg\"><title>";
+    appendText(out, totals);
+    out += "</title><rect width=\"100%\" height=\"14\" fill=\"#e0e0e0\"/>";
+    const double scale = total > 0 ? 1.0 / double(total) : 0;
+    appendBarPart(out, 0, passed * scale, "#2e7d32", text("%1 passed").arg(passed));
+    appendBarPart(out, passed * scale, failed * scale, "#c62828", text("%1 failed").arg(failed));
+    appendBarPart(out, (passed + failed) * scale, inconclusive * scale, "#9e9e9e",
+                  text("%1 inconclusive").arg(inconclusive));
+    out += "</svg>\n";
+
+    // The failures to list are the deepest ones: a failed item none of whose descendants
+    // failed, named with the items above it ("src/main.c › no-goto › line 42").
+    int listed = 0;
+    qint64 more = 0;
+    QByteArray items;
+    for (const QAReporterData* record : reports) {
+        QAReporterDataTree* tree = record->tree;
+        if (!tree || !record->document)
+            continue;
+        const QString page = pageOf(record->document->tag());
+        struct Failure
+        {
+            const QAReporterNode* node;
+            QString context;
+            bool hasFailedDescendant = false;
+        };
+        std::vector<Failure> failures;
+        std::vector<std::pair<int, size_t>> failedAbove; // depth, index in failures
+        QStringList names;                               // of the items above, by depth
+        tree->toRoot();
+        while (const QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
+            const int depth = tree->iterator()->depth();
+            while (!failedAbove.empty() && failedAbove.back().first >= depth)
+                failedAbove.pop_back();
+            names.resize(qMax(0, depth - 1));
+            if (node->stat == QSKO) {
+                if (!failedAbove.empty())
+                    failures[failedAbove.back().second].hasFailedDescendant = true;
+                failedAbove.emplace_back(depth, failures.size());
+                failures.push_back({node, names.join(QStringLiteral(" \u203a "))});
+            }
+            names.append(node->name);
+        }
+        for (const Failure& failure : failures) {
+            if (failure.hasFailedDescendant)
+                continue;
+            if (listed == listedFailures) {
+                ++more;
+                continue;
+            }
+            ++listed;
+            items += "<li>";
+            if (!failure.context.isEmpty()) {
+                appendText(items, failure.context);
+                items += " &rsaquo; ";
+            }
+            items += "<a href=\"";
+            appendText(items, page);
+            if (const QString anchor = anchorOf(*failure.node); !anchor.isEmpty()) {
+                items += '#';
+                appendText(items, anchor);
+            }
+            items += "\">";
+            appendText(items, failure.node->name);
+            items += "</a>";
+            if (!failure.node->type.isEmpty()) {
+                items += " <span class=\"type\">";
+                appendText(items, failure.node->type);
+                items += "</span>";
+            }
+            items += " &middot; ";
+            appendText(items, QFileInfo(record->fileName).fileName());
+            items += "</li>\n";
+        }
+    }
+    if (listed > 0) {
+        out += "<h2>";
+        appendText(out, text("Failed items"));
+        out += "</h2>\n<ul class=\"failed\">\n" + items + "</ul>\n";
+        if (more > 0) {
+            out += "<p>";
+            appendText(out, text("and %1 more failed items").arg(more));
+            out += "</p>\n";
+        }
+    }
+    out += "<h2>";
+    appendText(out, text("Reports"));
+    out += "</h2>\n</header>\n";
+    return out;
+}

@@ -1,5 +1,6 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
+#include "cli/defectscommand.h"
 #include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -28,6 +29,7 @@ int usage()
     std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
                  "       crcview summary [--node NAME] [--check] FILE...\n"
                  "       crcview export [--failed] DIRECTORY FILE...\n"
+                 "       crcview defects [--defects FILE] [--format csv|json]\n"
                  "  dump              print every result node of FILE, its types and totals\n"
                  "  --count           print only the number of nodes and the totals\n"
                  "  --failed          keep only failed nodes (and nodes without a verdict)\n"
@@ -41,7 +43,9 @@ int usage()
                  "  --check           exit status 1 when any test failed\n"
                  "  export            write the reports, the report files they link to and the\n"
                  "                    summary as linked HTML pages into DIRECTORY; prints the\n"
-                 "                    path of index.html\n";
+                 "                    path of index.html\n"
+                 "  defects           list the defects filed from crcstudio (its store, or\n"
+                 "                    --defects FILE) as CSV or JSON\n";
     return exitUsage;
 }
 
@@ -264,5 +268,7 @@ int main(int argc, char** argv)
         return summary(arguments);
     if (command == QLatin1String("export"))
         return exportPages(arguments);
+    if (command == QLatin1String("defects"))
+        return defectsCommand(arguments, usage);
     return usage();
 }

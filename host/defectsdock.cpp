@@ -129,6 +129,9 @@ void DefectsDock::refresh()
         items[HeadlineColumn]->setToolTip(defect.description);
         m_model->appendRow(items);
     }
+    // Every column as wide as its texts, the headline within reason.
+    m_table->resizeColumnsToContents();
+    m_table->setColumnWidth(HeadlineColumn, qMin(m_table->columnWidth(HeadlineColumn), 460));
     if (read)
         showMessage(m_defects.isEmpty() ? tr("No defects filed in %1")
                                               .arg(QDir::toNativeSeparators(m_storePath))

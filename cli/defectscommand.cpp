@@ -28,8 +28,7 @@ int defectsCommand(const QStringList& arguments, int (*usage)())
         return usage();
     // A store named on the command line must be there; the default one may not exist yet.
     if (!path.isEmpty() && !QFileInfo::exists(path)) {
-        std::cerr << "crcview: there is no defect store " << path.toLocal8Bit().constData()
-                  << "\n";
+        std::cerr << "crcview: there is no defect store " << path.toLocal8Bit().constData() << "\n";
         return exitUnreadable;
     }
     DefectStore store(path.isEmpty() ? DefectStore::defaultPath() : path);
@@ -39,7 +38,7 @@ int defectsCommand(const QStringList& arguments, int (*usage)())
         return exitUnreadable;
     }
     const QByteArray text = format == QLatin1String("json") ? DefectFormat::toJson(defects)
-                                                             : DefectFormat::toCsv(defects);
+                                                            : DefectFormat::toCsv(defects);
     std::cout.write(text.constData(), text.size());
     std::cout.flush();
     return std::cout ? 0 : exitUnreadable;

@@ -133,9 +133,9 @@ void DefectsDock::refresh()
     m_table->resizeColumnsToContents();
     m_table->setColumnWidth(HeadlineColumn, qMin(m_table->columnWidth(HeadlineColumn), 460));
     if (read)
-        showMessage(m_defects.isEmpty() ? tr("No defects filed in %1")
-                                              .arg(QDir::toNativeSeparators(m_storePath))
-                                        : QString(),
+        showMessage(m_defects.isEmpty()
+                        ? tr("No defects filed in %1").arg(QDir::toNativeSeparators(m_storePath))
+                        : QString(),
                     false);
     else
         showMessage(store.errorString(), true);

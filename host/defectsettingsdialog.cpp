@@ -1,5 +1,8 @@
 #include "host/defectsettingsdialog.h"
 
+#include "host/submitcommand.h"
+#include "sdk/qadialogs.h"
+
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QDir>
@@ -15,8 +18,8 @@ DefectSettingsDialog::DefectSettingsDialog(const DefectTrackerSettings& settings
 {
     setWindowTitle(tr("Defect Tracker"));
     auto* layout = new QVBoxLayout(this);
-    auto* where = new QLabel(
-        tr("Defects are kept in %1.").arg(QDir::toNativeSeparators(storePath)), this);
+    auto* where =
+        new QLabel(tr("Defects are kept in %1.").arg(QDir::toNativeSeparators(storePath)), this);
     where->setWordWrap(true);
     where->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(where);
@@ -63,4 +66,16 @@ DefectTrackerSettings DefectSettingsDialog::settings() const
     settings.timeLimitSeconds = m_timeLimit->value();
     settings.echoCommandLines = m_echo->isChecked();
     return settings;
+}
+
+void DefectSettingsDialog::accept()
+{
+    const SubmitCommand command(m_command->text());
+    if (!command.problem().isEmpty()) {
+        QADialogs::warning(this, windowTitle(),
+                           tr("The submit command cannot be run: %1.").arg(command.problem()));
+        m_command->setFocus();
+        return;
+    }
+    QDialog::accept();
 }

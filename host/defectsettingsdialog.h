@@ -20,6 +20,8 @@ public:
                          QWidget* parent);
 
     DefectTrackerSettings settings() const;
+    // Refuses a submit command that cannot be run as it stands, saying why.
+    void accept() override;
 
     QLineEdit* commandEdit() const { return m_command; }
     QSpinBox* timeLimitSpin() const { return m_timeLimit; }

@@ -98,8 +98,7 @@ std::unique_ptr<QARes> DefectsHost::toResources(const char* name)
 {
     loadSettings();
     const DefectTrackerSettings& settings = m_tracker->settings();
-    auto group =
-        std::make_unique<QAResGroup>(name ? QString::fromLatin1(name) : groupName);
+    auto group = std::make_unique<QAResGroup>(name ? QString::fromLatin1(name) : groupName);
     group->add<QAResString>(commandKey, settings.submitCommand);
     group->add<QAResInt>(timeLimitKey, settings.timeLimitSeconds);
     group->add<QAResBoolean>(echoKey, settings.echoCommandLines);
@@ -113,7 +112,8 @@ DefectSettingsDialog* DefectsHost::showSettings()
         return m_dialog;
     }
     loadSettings();
-    auto* dialog = new DefectSettingsDialog(m_tracker->settings(), m_tracker->storePath(), m_studio);
+    auto* dialog =
+        new DefectSettingsDialog(m_tracker->settings(), m_tracker->storePath(), m_studio);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &QDialog::accepted, this, [this, dialog] {
         m_tracker->setSettings(dialog->settings());

@@ -178,11 +178,11 @@ bool DefectStore::prepareForFiling()
     if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
         return fail(QStringLiteral("Cannot file defects in %1"), error);
     const bool written =
-        fresh ? createTables(database, &error)
-              : run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion),
-                    &error);
-    if (!written || !run(database, fresh ? QStringLiteral("COMMIT") : QStringLiteral("ROLLBACK"),
-                         &error)) {
+        fresh
+            ? createTables(database, &error)
+            : run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), &error);
+    if (!written ||
+        !run(database, fresh ? QStringLiteral("COMMIT") : QStringLiteral("ROLLBACK"), &error)) {
         QString ignored;
         run(database, QStringLiteral("ROLLBACK"), &ignored);
         return fail(QStringLiteral("Cannot file defects in %1"), error);
@@ -212,9 +212,8 @@ bool DefectStore::file(Defect& defect, const HandOff& handOff)
              QStringLiteral("INSERT INTO defects (state, headline, description, item_path, file,"
                             " filed) VALUES ('open', ?, ?, ?, ?, ?)"),
              {defect.headline, defect.description,
-              QString::fromUtf8(
-                  QJsonDocument(QJsonArray::fromStringList(defect.itemPath)).toJson(
-                      QJsonDocument::Compact)),
+              QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
+                                    .toJson(QJsonDocument::Compact)),
               textOrNull(defect.file), timeText(defect.filed)},
              &error))
         return undo(QStringLiteral("Cannot file the defect in %1"), error);
@@ -223,8 +222,7 @@ bool DefectStore::file(Defect& defect, const HandOff& handOff)
         if (!run(query,
                  QStringLiteral("INSERT INTO attachments (defect, label, path, size, sha256)"
                                 " VALUES (?, ?, ?, ?, ?)"),
-                 {defect.id, attachment.label, attachment.path, attachment.size,
-                  attachment.sha256},
+                 {defect.id, attachment.label, attachment.path, attachment.size, attachment.sha256},
                  &error))
             return undo(QStringLiteral("Cannot file the defect in %1"), error);
     }
@@ -289,8 +287,7 @@ bool DefectStore::read(QList<Defect>* defects)
         const auto owner = byId.constFind(query.value(0).toLongLong());
         if (owner == byId.constEnd())
             continue;
-        (*defects)[*owner].attachments.append({query.value(1).toString(),
-                                               query.value(2).toString(),
+        (*defects)[*owner].attachments.append({query.value(1).toString(), query.value(2).toString(),
                                                query.value(3).toLongLong(),
                                                query.value(4).toString()});
     }
@@ -362,18 +359,18 @@ QByteArray toJson(const QList<Defect>& defects)
                                            {QStringLiteral("path"), attachment.path},
                                            {QStringLiteral("size"), attachment.size},
                                            {QStringLiteral("sha256"), attachment.sha256}});
-        array.append(QJsonObject{
-            {QStringLiteral("id"), defect.id},
-            {QStringLiteral("state"),
-             defect.closed ? QStringLiteral("closed") : QStringLiteral("open")},
-            {QStringLiteral("headline"), defect.headline},
-            {QStringLiteral("description"), defect.description},
-            {QStringLiteral("item"), defect.item()},
-            {QStringLiteral("item_path"), QJsonArray::fromStringList(defect.itemPath)},
-            {QStringLiteral("file"), defect.file},
-            {QStringLiteral("filed"), timeText(defect.filed)},
-            {QStringLiteral("external_reference"), defect.externalReference},
-            {QStringLiteral("attachments"), attachments}});
+        array.append(
+            QJsonObject{{QStringLiteral("id"), defect.id},
+                        {QStringLiteral("state"),
+                         defect.closed ? QStringLiteral("closed") : QStringLiteral("open")},
+                        {QStringLiteral("headline"), defect.headline},
+                        {QStringLiteral("description"), defect.description},
+                        {QStringLiteral("item"), defect.item()},
+                        {QStringLiteral("item_path"), QJsonArray::fromStringList(defect.itemPath)},
+                        {QStringLiteral("file"), defect.file},
+                        {QStringLiteral("filed"), timeText(defect.filed)},
+                        {QStringLiteral("external_reference"), defect.externalReference},
+                        {QStringLiteral("attachments"), attachments}});
     }
     return QJsonDocument(array).toJson(QJsonDocument::Indented);
 }

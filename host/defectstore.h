@@ -22,9 +22,9 @@ struct Defect
     bool closed = false;
     QString headline;
     QString description;
-    QStringList itemPath; // the outline texts from the result file down to the item
-    QString file;         // the result file the item comes from
-    QDateTime filed;      // UTC
+    QStringList itemPath;      // the outline texts from the result file down to the item
+    QString file;              // the result file the item comes from
+    QDateTime filed;           // UTC
     QString externalReference; // what a team's tracker answered, such as a URL
     QList<DefectAttachment> attachments;
 

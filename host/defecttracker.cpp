@@ -4,9 +4,11 @@
 #include "sdk/qasafefile.h"
 
 #include <QCryptographicHash>
+#include <QCursor>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QTemporaryDir>
 
 namespace {
@@ -87,7 +89,8 @@ quint16 DefectTracker::attachFile(const char* label, const char* path)
 {
     if (!m_draft)
         return failed(tr("No defect is open"));
-    const QString file = QDir::cleanPath(QFileInfo(QString::fromLocal8Bit(path)).absoluteFilePath());
+    const QString file =
+        QDir::cleanPath(QFileInfo(QString::fromLocal8Bit(path)).absoluteFilePath());
     const QString shown = QDir::toNativeSeparators(file);
     if (!QFileInfo::exists(file))
         return failed(tr("The attachment %1 does not exist").arg(shown));
@@ -95,7 +98,8 @@ quint16 DefectTracker::attachFile(const char* label, const char* path)
         return failed(tr("The attachment %1 is not a regular file").arg(shown));
     QFile readable(file);
     if (!readable.open(QIODevice::ReadOnly))
-        return failed(tr("The attachment %1 cannot be read: %2").arg(shown, readable.errorString()));
+        return failed(
+            tr("The attachment %1 cannot be read: %2").arg(shown, readable.errorString()));
     m_draft->attachments.append({QString::fromLocal8Bit(label), file, readable.size(), QString()});
     if (m_draft->file.isEmpty())
         m_draft->file = file;
@@ -138,6 +142,10 @@ quint16 DefectTracker::submit(int)
     DefectStore store(m_storePath);
     DefectStore::HandOff handOff;
     const SubmitCommand command(m_settings.submitCommand);
+    if (!command.problem().isEmpty()) {
+        m_draft.reset();
+        return failed(tr("The submit command cannot be run: %1").arg(command.problem()));
+    }
     if (!command.isEmpty()) {
         handOff = [this, &command](qint64 id, QString* reference, QString* reason) {
             // The description goes to the client as a file: it may be long and hold anything.
@@ -146,20 +154,23 @@ quint16 DefectTracker::submit(int)
             if (!folder.isValid() ||
                 !QASafeWrite::writeFile(descriptionFile, m_draft->description.toUtf8(), reason)) {
                 if (!folder.isValid())
-                    *reason = tr("No temporary folder for the description: %1")
-                                  .arg(folder.errorString());
+                    *reason =
+                        tr("No temporary folder for the description: %1").arg(folder.errorString());
                 return false;
             }
             QStringList attachments;
             for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
                 attachments.append(attachment.path);
             m_commandLine = commandLine(descriptionFile, id).toLocal8Bit();
+            // The studio waits for the client; the pointer says so.
+            QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
             const SubmitCommand::Result result =
                 command.run({{QStringLiteral("headline"), {m_draft->headline}},
                              {QStringLiteral("description_file"), {descriptionFile}},
                              {QStringLiteral("attachment"), attachments},
                              {QStringLiteral("id"), {QString::number(id)}}},
                             m_settings.timeLimitSeconds);
+            QGuiApplication::restoreOverrideCursor();
             *reference = result.output;
             *reason = result.error;
             return result.succeeded;
@@ -234,13 +245,13 @@ QString DefectTracker::storeCommandLine() const
                      sqlText(QLatin1Char('[') + path.join(QLatin1Char(',')) + QLatin1Char(']')),
                      sqlText(m_draft->file.isEmpty() ? QString() : m_draft->file));
         for (const DefectAttachment& attachment : m_draft->attachments)
-            statements += QStringLiteral(" INSERT INTO attachments (defect, label, path, size,"
-                                         " sha256) VALUES ((SELECT max(id) FROM defects), %1, %2,"
-                                         " %3, %4);")
-                              .arg(sqlText(attachment.label), sqlText(attachment.path),
-                                   QString::number(attachment.size),
-                                   sqlText(attachment.sha256.isEmpty() ? QString()
-                                                                       : attachment.sha256));
+            statements +=
+                QStringLiteral(" INSERT INTO attachments (defect, label, path, size,"
+                               " sha256) VALUES ((SELECT max(id) FROM defects), %1, %2,"
+                               " %3, %4);")
+                    .arg(sqlText(attachment.label), sqlText(attachment.path),
+                         QString::number(attachment.size),
+                         sqlText(attachment.sha256.isEmpty() ? QString() : attachment.sha256));
     }
     statements += QStringLiteral(" COMMIT;");
     return SubmitCommand::quoted({QStringLiteral("sqlite3"), m_storePath, statements});

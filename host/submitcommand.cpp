@@ -6,8 +6,9 @@
 namespace {
 
 // Words as a POSIX shell would split them, quotes and backslashes included, with nothing
-// expanded: 'single' quotes keep everything, "double" quotes keep all but \" and \\.
-QStringList splitWords(const QString& line)
+// expanded: 'single' quotes keep everything, "double" quotes keep all but \" and \\. A quote
+// left open is said in `problem`.
+QStringList splitWords(const QString& line, QString* problem)
 {
     QStringList words;
     QString word;
@@ -45,12 +46,30 @@ QStringList splitWords(const QString& line)
     }
     if (inWord)
         words.append(word);
+    if (!quote.isNull())
+        *problem = QStringLiteral("a %1 quote is not closed").arg(quote);
     return words;
 }
 
 } // namespace
 
-SubmitCommand::SubmitCommand(const QString& commandLine) : m_words(splitWords(commandLine)) {}
+SubmitCommand::SubmitCommand(const QString& commandLine)
+    : m_words(splitWords(commandLine, &m_problem))
+{
+    static const QRegularExpression placeholder(QStringLiteral("\\{[A-Za-z_]+\\}"));
+    static const QStringList known{QStringLiteral("{headline}"),
+                                   QStringLiteral("{description_file}"),
+                                   QStringLiteral("{attachment}"), QStringLiteral("{id}")};
+    for (const QString& word : std::as_const(m_words)) {
+        QRegularExpressionMatchIterator found = placeholder.globalMatch(word);
+        while (found.hasNext() && m_problem.isEmpty()) {
+            const QString name = found.next().captured();
+            if (!known.contains(name))
+                m_problem = QStringLiteral("%1 is no placeholder; there are %2")
+                                .arg(name, known.join(QStringLiteral(", ")));
+        }
+    }
+}
 
 QStringList SubmitCommand::expand(const Values& values) const
 {

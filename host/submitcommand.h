@@ -14,6 +14,8 @@ public:
     explicit SubmitCommand(const QString& commandLine);
 
     bool isEmpty() const { return m_words.isEmpty(); }
+    // What is wrong with the command line (a quote not closed, an unknown placeholder), or empty.
+    const QString& problem() const { return m_problem; }
 
     // The placeholders' values by name; {attachment} may have several (or none). Placeholders
     // without a value are left as they are.
@@ -36,5 +38,6 @@ public:
     static QString quoted(const QStringList& words);
 
 private:
+    QString m_problem;
     QStringList m_words;
 };

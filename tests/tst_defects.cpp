@@ -3,8 +3,8 @@
 // window narrates the run, the Defects dock lists it, and crcview reads the store for scripts.
 
 #include "host/defectsdock.h"
-#include "host/defectshost.h"
 #include "host/defectsettingsdialog.h"
+#include "host/defectshost.h"
 #include "host/defectstore.h"
 #include "host/defecttracker.h"
 #include "host/outputdock.h"
@@ -80,8 +80,8 @@ public:
     {
         m_mounted = run(QStringLiteral("mount"), {QStringLiteral("--bind"), path, path});
         if (m_mounted)
-            m_readOnly = run(QStringLiteral("mount"), {QStringLiteral("-o"),
-                                                       QStringLiteral("remount,bind,ro"), path});
+            m_readOnly = run(QStringLiteral("mount"),
+                             {QStringLiteral("-o"), QStringLiteral("remount,bind,ro"), path});
     }
     ~ReadOnlyFolder()
     {
@@ -102,11 +102,11 @@ class TinyFileSystem
 public:
     TinyFileSystem(const QString& path, const char* size) : m_path(path)
     {
-        m_mounted = QDir().mkpath(path) &&
-                    run(QStringLiteral("mount"),
-                        {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                         QStringLiteral("size=") + QLatin1String(size), QStringLiteral("tmpfs"),
-                         path});
+        m_mounted =
+            QDir().mkpath(path) &&
+            run(QStringLiteral("mount"),
+                {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                 QStringLiteral("size=") + QLatin1String(size), QStringLiteral("tmpfs"), path});
     }
     ~TinyFileSystem()
     {
@@ -143,6 +143,7 @@ class TestDefects : public QObject
     int m_outputMark = 0;
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
+    QString settingsPath() const { return path(QStringLiteral("settings.xml")); }
 
     QTreeWidget* outline() const { return qobject_cast<QTreeWidget*>(m_studio->currentOutline()); }
 
@@ -244,6 +245,13 @@ class TestDefects : public QObject
         QCOMPARE(settings.submitCommand, command);
         QCOMPARE(settings.timeLimitSeconds, seconds);
         QCOMPARE(settings.echoCommandLines, echo);
+        QFile saved(settingsPath());
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        const QByteArray xml = saved.readAll();
+        QVERIFY(xml.contains(
+            QStringLiteral("<int name=\"time_limit\" value=\"%1\"/>").arg(seconds).toUtf8()));
+        QVERIFY(xml.contains(echo ? "<boolean name=\"echo_command_lines\" value=\"true\"/>"
+                                  : "<boolean name=\"echo_command_lines\" value=\"false\"/>"));
     }
 
     void useStore(const QString& store)
@@ -268,10 +276,23 @@ private Q_SLOTS:
         auto dialogs = std::make_unique<ScriptedDialogs>();
         m_dialogs = dialogs.get();
         QADialogs::install(std::move(dialogs));
-        m_studio = std::make_unique<StudioMainWindow>(pluginPath, path(QStringLiteral("s.xml")));
+        // The tracker's settings of an earlier run are in force from the start.
+        QFile settings(settingsPath());
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("<resources version=\"1\"><group name=\"DEFECTS\">"
+                       "<string name=\"submit_command\" value=\"client {id}\"/>"
+                       "<int name=\"time_limit\" value=\"42\"/>"
+                       "<boolean name=\"echo_command_lines\" value=\"true\"/>"
+                       "</group></resources>");
+        settings.close();
+        m_studio = std::make_unique<StudioMainWindow>(pluginPath, settingsPath());
         QVERIFY2(m_studio->plugin(), qPrintable(m_studio->pluginError()));
         m_studio->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_studio.get()));
+        const DefectTrackerSettings loaded = m_studio->defects()->tracker()->settings();
+        QCOMPARE(loaded.submitCommand, QStringLiteral("client {id}"));
+        QCOMPARE(loaded.timeLimitSeconds, 42);
+        QVERIFY(loaded.echoCommandLines);
     }
 
     void init()
@@ -367,8 +388,8 @@ private Q_SLOTS:
         const QString file = path(QStringLiteral("gone.crc"));
         QVERIFY(openCopy("rules-core.crc", file));
         QVERIFY(QFile::remove(file)); // attaching it fails; the rest goes on
-        QVERIFY(fileFromOutline({QStringLiteral("gone.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
+        QVERIFY(fileFromOutline(
+            {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
         const QStringList lines = newOutput();
         QCOMPARE(lines.size(), 8);
         QCOMPARE(lines[0], QStringLiteral("Submit Defect Report ..."));
@@ -394,8 +415,8 @@ private Q_SLOTS:
 
         configure(QString(), 60, false);
         QVERIFY(openCopy("rules-core.crc", file));
-        QVERIFY(fileFromOutline({QStringLiteral("gone.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
+        QVERIFY(fileFromOutline(
+            {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
         QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
     }
 
@@ -435,6 +456,46 @@ private Q_SLOTS:
         QVERIFY(fileFromOutline(noGoto));
         QVERIFY(newOutput().value(1).contains(QLatin1String("cannot be started")));
         QVERIFY(storedDefects(m_store).isEmpty());
+
+        // A command that cannot be run as written is refused by the dialog, which stays open.
+        for (const char* bad : {"client 'open quote {id}", "client {headlin}"}) {
+            menuEntry(QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."))->trigger();
+            auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
+            QVERIFY(dialog);
+            dialog->commandEdit()->selectAll();
+            QTest::keyClicks(dialog->commandEdit(), QLatin1String(bad));
+            m_dialogs->asked.clear();
+            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
+            QCOMPARE(m_dialogs->asked.size(), 1);
+            QVERIFY(m_dialogs->asked.first().text.contains(
+                bad[7] == '\'' ? QLatin1String("quote") : QLatin1String("{headlin}")));
+            QVERIFY(dialog->isVisible());
+            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Cancel), Qt::LeftButton);
+            QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
+        }
+        QCOMPARE(m_studio->defects()->tracker()->settings().submitCommand,
+                 path(QStringLiteral("no-such-client")));
+
+        // Another program writing to the store: after a short wait, the lock is the reason.
+        configure(QString(), 60, false);
+        QVERIFY(fileFromOutline(noGoto));
+        newOutput();
+        {
+            QSqlDatabase other =
+                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+            other.setDatabaseName(m_store);
+            QVERIFY(other.open());
+            QSqlQuery(QStringLiteral("BEGIN EXCLUSIVE"), other);
+            QVERIFY(fileFromOutline(noGoto));
+            QSqlQuery(QStringLiteral("ROLLBACK"), other);
+            other.close();
+        }
+        QSqlDatabase::removeDatabase(QStringLiteral("other"));
+        const QStringList locked = newOutput();
+        QCOMPARE(locked.size(), 3);
+        QVERIFY2(locked[1].contains(m_store) && locked[1].contains(QLatin1String("locked")),
+                 qPrintable(locked[1]));
+        QCOMPARE(storedDefects(m_store).size(), 1);
     }
 
     // The team's client gets each value as one argument, whatever it holds (no shell), the
@@ -536,8 +597,8 @@ private Q_SLOTS:
         QVERIFY2(lines[1].contains(QLatin1String("full")), qPrintable(lines[1]));
         QCOMPARE(lines[2], QStringLiteral("Stopped."));
         QCOMPARE(storedDefects(m_store).size(), 1);
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"),
-                                                          QStringLiteral("check"));
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("check"));
         database.setDatabaseName(m_store);
         QVERIFY(database.open());
         {
@@ -557,8 +618,8 @@ private Q_SLOTS:
         const QString file = path(QStringLiteral("dock.crc"));
         QVERIFY(openCopy("rules-core.crc", file));
         for (const char* item : {"no-goto", "printf-format-literal"})
-            QVERIFY(fileFromOutline({QStringLiteral("dock.crc"), QStringLiteral("src/main.c"),
-                                     QLatin1String(item)}));
+            QVERIFY(fileFromOutline(
+                {QStringLiteral("dock.crc"), QStringLiteral("src/main.c"), QLatin1String(item)}));
         QVERIFY(fileFromOutline({QStringLiteral("dock.crc"), QStringLiteral("src/parser.c"),
                                  QStringLiteral("switch-default")}));
         dock()->show();

@@ -118,7 +118,7 @@ DefectSettingsDialog* DefectsHost::showSettings()
     connect(dialog, &QDialog::accepted, this, [this, dialog] {
         m_tracker->setSettings(dialog->settings());
         QString error;
-        if (m_settings->save(&error))
+        if (m_studio->saveSettings(&error))
             m_studio->statusBar()->showMessage(tr("Settings saved"), 5000);
         else
             QADialogs::warning(m_studio, m_studio->caption(), error);

@@ -126,6 +126,36 @@ bool DefectTracker::hashAttachments(QString* error)
     return true;
 }
 
+bool DefectTracker::handToTeamTracker(const SubmitCommand& command, qint64 id, QString* reference,
+                                      QString* reason)
+{
+    // The description goes to the client as a file: it may be long and hold anything.
+    QTemporaryDir folder;
+    if (!folder.isValid()) {
+        *reason = tr("No temporary folder for the description: %1").arg(folder.errorString());
+        return false;
+    }
+    const QString descriptionFile = folder.filePath(QStringLiteral("description.txt"));
+    if (!QASafeWrite::writeFile(descriptionFile, m_draft->description.toUtf8(), reason))
+        return false;
+    QStringList attachments;
+    for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
+        attachments.append(attachment.path);
+    m_commandLine = commandLine(descriptionFile, id).toLocal8Bit();
+    // The studio waits for the client; the pointer says so.
+    QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
+    const SubmitCommand::Result result =
+        command.run({{QStringLiteral("headline"), {m_draft->headline}},
+                     {QStringLiteral("description_file"), {descriptionFile}},
+                     {QStringLiteral("attachment"), attachments},
+                     {QStringLiteral("id"), {QString::number(id)}}},
+                    m_settings.timeLimitSeconds);
+    QGuiApplication::restoreOverrideCursor();
+    *reference = result.output;
+    *reason = result.error;
+    return result.succeeded;
+}
+
 quint16 DefectTracker::submit(int)
 {
     if (!m_draft)
@@ -148,32 +178,7 @@ quint16 DefectTracker::submit(int)
     }
     if (!command.isEmpty()) {
         handOff = [this, &command](qint64 id, QString* reference, QString* reason) {
-            // The description goes to the client as a file: it may be long and hold anything.
-            QTemporaryDir folder;
-            const QString descriptionFile = folder.filePath(QStringLiteral("description.txt"));
-            if (!folder.isValid() ||
-                !QASafeWrite::writeFile(descriptionFile, m_draft->description.toUtf8(), reason)) {
-                if (!folder.isValid())
-                    *reason =
-                        tr("No temporary folder for the description: %1").arg(folder.errorString());
-                return false;
-            }
-            QStringList attachments;
-            for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
-                attachments.append(attachment.path);
-            m_commandLine = commandLine(descriptionFile, id).toLocal8Bit();
-            // The studio waits for the client; the pointer says so.
-            QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
-            const SubmitCommand::Result result =
-                command.run({{QStringLiteral("headline"), {m_draft->headline}},
-                             {QStringLiteral("description_file"), {descriptionFile}},
-                             {QStringLiteral("attachment"), attachments},
-                             {QStringLiteral("id"), {QString::number(id)}}},
-                            m_settings.timeLimitSeconds);
-            QGuiApplication::restoreOverrideCursor();
-            *reference = result.output;
-            *reason = result.error;
-            return result.succeeded;
+            return handToTeamTracker(command, id, reference, reason);
         };
     }
     m_commandLine = commandLine().toLocal8Bit(); // the hand-off gives the complete one

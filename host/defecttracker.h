@@ -8,6 +8,8 @@
 #include <functional>
 #include <optional>
 
+class SubmitCommand;
+
 // What the user chose for filing defects.
 struct DefectTrackerSettings
 {
@@ -55,6 +57,9 @@ private:
     quint16 succeeded();
     quint16 failed(const QString& reason);
     bool hashAttachments(QString* error);
+    // Runs the team's client on the draft filed as `id`; its answer goes to `reference`.
+    bool handToTeamTracker(const SubmitCommand& command, qint64 id, QString* reference,
+                           QString* reason);
     // The command line for the draft as it stands: the team's command with the values known so
     // far, or the sqlite3 command that stores the same rows.
     QString commandLine(const QString& descriptionFile = QString(), qint64 id = 0) const;

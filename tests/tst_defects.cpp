@@ -691,6 +691,13 @@ private Q_SLOTS:
         QVERIFY(kept.open(QIODevice::ReadOnly));
         QCOMPARE(kept.readAll(), before);
         QVERIFY(QFileInfo(link).isSymLink());
+
+        // A file that is no store is said in the dock, naming it.
+        useStore(example("rules-core.crc"));
+        QCOMPARE(table->model()->rowCount(), 0);
+        QVERIFY(!dock()->message()->isHidden());
+        QVERIFY(dock()->message()->text().contains(m_store));
+        QVERIFY(dock()->message()->text().contains(QLatin1String("not a database")));
     }
 
     // crcview lists the store for scripts, as CSV or JSON; a bad command line or a missing
@@ -737,6 +744,13 @@ private Q_SLOTS:
         QCOMPARE(process.exitCode(), 2);
         QVERIFY(QString::fromLocal8Bit(process.readAllStandardError()).contains(missing));
         QVERIFY(!QFileInfo::exists(missing));
+        const QString notAStore = example("rules-core.crc");
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), notAStore});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 2);
+        const QString said = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(said.contains(notAStore) && said.contains(QLatin1String("not a database")),
+                 qPrintable(said));
     }
 };
 

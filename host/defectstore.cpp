@@ -249,8 +249,13 @@ bool DefectStore::read(QList<Defect>* defects)
 {
     m_error.clear();
     defects->clear();
-    if (!QFileInfo::exists(m_path))
+    const QFileInfo info(m_path);
+    if (!info.exists())
         return true;
+    // A FIFO or a device would never end or hang the reader.
+    if (!info.isFile())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    QStringLiteral("it is not a regular file"));
     Connection connection(m_path, true);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());

@@ -751,6 +751,12 @@ private Q_SLOTS:
         const QString said = QString::fromLocal8Bit(process.readAllStandardError());
         QVERIFY2(said.contains(notAStore) && said.contains(QLatin1String("not a database")),
                  qPrintable(said));
+        const QString fifo = path(QStringLiteral("fifo"));
+        QVERIFY(run(QStringLiteral("mkfifo"), {fifo}));
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), fifo});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(process.readAllStandardError().contains("not a regular file"));
     }
 };
 

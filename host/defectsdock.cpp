@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSet>
 #include <QSortFilterProxyModel>
 #include <QStandardItemModel>
 #include <QTableView>
@@ -187,12 +188,15 @@ void DefectsDock::setSelectedClosed(bool closed)
     }
     // The same rows stay selected across the new reading.
     refresh();
+    const QSet<qint64> changed(ids.cbegin(), ids.cend());
+    QItemSelection selection;
     for (int row = 0; row < m_proxy->rowCount(); ++row) {
         const QModelIndex index = m_proxy->index(row, 0);
-        if (ids.contains(m_defects.at(index.data(DefectRole).toInt()).id))
-            m_table->selectionModel()->select(index, QItemSelectionModel::Select |
-                                                         QItemSelectionModel::Rows);
+        if (changed.contains(m_defects.at(index.data(DefectRole).toInt()).id))
+            selection.select(index, index);
     }
+    m_table->selectionModel()->select(selection,
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
 }
 
 void DefectsDock::exportCsv()

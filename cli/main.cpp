@@ -1,6 +1,7 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
 #include "cli/convertcommand.h"
+#include "cli/defectscommand.h"
 #include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -30,6 +31,7 @@ int usage()
                  "       crcview summary [--node NAME] [--check] FILE...\n"
                  "       crcview export [--failed] DIRECTORY FILE...\n"
                  "       crcview convert FILE [-o OUT.crc]\n"
+                 "       crcview defects [--defects FILE] [--format csv|json]\n"
                  "  dump              print every result node of FILE, its types and totals\n"
                  "  --count           print only the number of nodes and the totals\n"
                  "  --failed          keep only failed nodes (and nodes without a verdict)\n"
@@ -48,8 +50,9 @@ int usage()
                  "  convert           write the result-file markup of FILE to OUT.crc or to\n"
                  "                    standard output\n"
                  "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
-                 "result files everywhere.
-";
+                 "result files everywhere.\n"
+                 "  defects           list the defects filed from crcstudio (its store, or\n"
+                 "                    --defects FILE) as CSV or JSON\n";
     return exitUsage;
 }
 
@@ -273,6 +276,8 @@ int main(int argc, char** argv)
     const QString command = arguments.takeFirst();
     if (command == QLatin1String("convert"))
         return convertCommand(arguments);
+    if (command == QLatin1String("defects"))
+        return defectsCommand(arguments, usage);
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;

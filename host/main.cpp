@@ -1,5 +1,7 @@
 // crcstudio: a desktop studio that loads the code review viewer plug-in and shows result files.
 
+#include "host/defectshost.h"
+#include "host/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 
@@ -54,8 +56,13 @@ int main(int argc, char** argv)
                                             QStringLiteral("The settings file (default: %1).")
                                                 .arg(StudioMainWindow::defaultSettingsPath()),
                                             QStringLiteral("FILE"));
+    const QCommandLineOption defectsOption(
+        QStringLiteral("defects"),
+        QStringLiteral("The defect store (default: %1).").arg(DefectStore::defaultPath()),
+        QStringLiteral("FILE"));
     parser.addOption(pluginOption);
     parser.addOption(settingsOption);
+    parser.addOption(defectsOption);
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Result files to open."),
                                  QStringLiteral("[FILE...]"));
     parser.process(app);
@@ -69,6 +76,8 @@ int main(int argc, char** argv)
                                      : StudioMainWindow::defaultSettingsPath();
 
     StudioMainWindow window(pluginPath, settingsPath);
+    if (parser.isSet(defectsOption))
+        window.defects()->setStorePath(parser.value(defectsOption));
     if (!window.plugin()) {
         std::cerr << "crcstudio: " << window.pluginError().toLocal8Bit().constData() << "\n";
         // Only a screen someone looks at gets the message box: a headless run would wait forever.

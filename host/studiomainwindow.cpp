@@ -1,6 +1,8 @@
 #include "host/studiomainwindow.h"
 
 #include "host/importedresults.h"
+#include "host/defectshost.h"
+#include "host/defecttracker.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"
@@ -68,6 +70,7 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
 
     m_output = new OutputDock(this);
     addDockWidget(Qt::BottomDockWidgetArea, m_output);
+    m_defects = std::make_unique<DefectsHost>(this, &m_settings);
     resizeDocks({m_outlineDock}, {280}, Qt::Horizontal);
     resizeDocks({m_output}, {120}, Qt::Vertical);
 
@@ -137,6 +140,7 @@ void StudioMainWindow::createMenus()
     QMenu* view = menuBar()->addMenu(tr("&View"));
     view->addAction(m_outlineDock->toggleViewAction());
     view->addAction(m_output->toggleViewAction());
+    m_defects->addMenuEntries(m_toolsMenu, view);
 
     for (QMenu* menu : {file, edit})
         connect(menu, &QMenu::aboutToShow, this, &StudioMainWindow::updateCommands);
@@ -588,5 +592,5 @@ void StudioMainWindow::openLocation(const QString& location, int kind, bool acti
 
 TrackwellInterface* StudioMainWindow::trackwellInterface() const
 {
-    return nullptr;
+    return m_defects->tracker();
 }

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <memory>
 
+class DefectsHost;
 class OutputDock;
 class PluginLibrary;
 class PreferencesDialog;
@@ -91,6 +92,8 @@ public:
     QWidget* currentOutline() const;
     // The menus the plug-in put into the menu bar, by id.
     QList<QMenu*> pluginMenus() const;
+    // The defect tracker, its dock and settings.
+    DefectsHost* defects() const { return m_defects.get(); }
 
     // StudioInterface
     QWidget* mainWindow() const override;
@@ -145,4 +148,5 @@ private:
     QHash<int, QPointer<QMenu>> m_pluginMenus;
     int m_nextMenuId = 1;
     QPointer<PreferencesDialog> m_preferences;
+    std::unique_ptr<DefectsHost> m_defects;
 };

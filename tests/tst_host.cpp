@@ -463,7 +463,7 @@ private Q_SLOTS:
     {
         QCOMPARE(m_studio->caption(), QStringLiteral("crcstudio"));
         QCOMPARE(m_studio->mainWindow(), m_studio.get());
-        QVERIFY(!m_studio->trackwellInterface());
+        QVERIFY(m_studio->trackwellInterface());
         QCOMPARE(QDir(m_studio->installDirectory()).absoluteFilePath(QStringLiteral("bin")),
                  QCoreApplication::applicationDirPath());
         QVERIFY(

@@ -1,0 +1,226 @@
+#include "host/defectsdock.h"
+
+#include "sdk/qadialogs.h"
+#include "sdk/qasafefile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSet>
+#include <QSortFilterProxyModel>
+#include <QStandardItemModel>
+#include <QTableView>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int DefectRole = Qt::UserRole + 1; // the row's index in the defect list
+
+} // namespace
+
+DefectsDock::DefectsDock(QWidget* parent) : QDockWidget(tr("Defects"), parent)
+{
+    setObjectName(QStringLiteral("defects"));
+    auto* page = new QWidget(this);
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(2, 2, 2, 2);
+    auto* bar = new QHBoxLayout;
+    m_filter = new QLineEdit(page);
+    m_filter->setPlaceholderText(tr("Filter defects"));
+    m_filter->setClearButtonEnabled(true);
+    m_close = new QPushButton(tr("C&lose Defect"), page);
+    m_reopen = new QPushButton(tr("&Reopen"), page);
+    m_export = new QPushButton(tr("E&xport CSV..."), page);
+    bar->addWidget(m_filter, 1);
+    bar->addWidget(m_close);
+    bar->addWidget(m_reopen);
+    bar->addWidget(m_export);
+    layout->addLayout(bar);
+
+    m_model = new QStandardItemModel(0, ColumnCount, this);
+    m_model->setHorizontalHeaderLabels({tr("Id"), tr("State"), tr("Headline"), tr("Item"),
+                                        tr("File"), tr("Filed"), tr("External Reference")});
+    m_proxy = new QSortFilterProxyModel(this);
+    m_proxy->setSourceModel(m_model);
+    m_proxy->setFilterKeyColumn(-1);
+    m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
+    m_proxy->setSortRole(Qt::UserRole);
+    m_table = new QTableView(page);
+    m_table->setModel(m_proxy);
+    m_table->setSortingEnabled(true);
+    m_table->sortByColumn(IdColumn, Qt::AscendingOrder);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->verticalHeader()->hide();
+    m_table->horizontalHeader()->setStretchLastSection(true);
+    m_table->setWordWrap(false);
+    layout->addWidget(m_table, 1);
+    m_message = new QLabel(page);
+    m_message->setWordWrap(true);
+    m_message->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_message->hide();
+    layout->addWidget(m_message);
+    setWidget(page);
+
+    connect(m_filter, &QLineEdit::textChanged, m_proxy,
+            &QSortFilterProxyModel::setFilterFixedString);
+    connect(m_table, &QAbstractItemView::activated, this, [this](const QModelIndex& index) {
+        const int row = index.data(DefectRole).toInt();
+        if (row >= 0 && row < m_defects.size())
+            Q_EMIT openRequested(m_defects.at(row));
+    });
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &DefectsDock::updateButtons);
+    connect(m_close, &QPushButton::clicked, this, [this] { setSelectedClosed(true); });
+    connect(m_reopen, &QPushButton::clicked, this, [this] { setSelectedClosed(false); });
+    connect(m_export, &QPushButton::clicked, this, &DefectsDock::exportCsv);
+    connect(this, &QDockWidget::visibilityChanged, this, [this](bool visible) {
+        if (visible)
+            refresh();
+    });
+    updateButtons();
+}
+
+DefectsDock::~DefectsDock() = default;
+
+void DefectsDock::setStorePath(const QString& path)
+{
+    m_storePath = path;
+    refresh();
+}
+
+void DefectsDock::refresh()
+{
+    DefectStore store(m_storePath);
+    QList<Defect> defects;
+    const bool read = store.read(&defects);
+    m_defects = defects;
+    m_model->removeRows(0, m_model->rowCount());
+    for (qsizetype row = 0; row < m_defects.size(); ++row) {
+        const Defect& defect = m_defects.at(row);
+        const QString state = defect.closed ? tr("closed") : tr("open");
+        const QString file = QDir::toNativeSeparators(defect.file);
+        const QDateTime filed = defect.filed.toLocalTime();
+        const struct
+        {
+            QString text;
+            QVariant sortKey;
+        } cells[ColumnCount] = {
+            {QString::number(defect.id), defect.id},
+            {state, state},
+            {defect.headline, defect.headline},
+            {defect.item(), defect.item()},
+            {QFileInfo(defect.file).fileName(), file},
+            {QLocale().toString(filed, QLocale::ShortFormat), defect.filed},
+            {defect.externalReference, defect.externalReference},
+        };
+        QList<QStandardItem*> items;
+        for (const auto& cell : cells) {
+            auto* item = new QStandardItem(cell.text);
+            item->setData(cell.sortKey, Qt::UserRole);
+            item->setData(int(row), DefectRole);
+            items.append(item);
+        }
+        items[FileColumn]->setToolTip(file);
+        items[HeadlineColumn]->setToolTip(defect.description);
+        m_model->appendRow(items);
+    }
+    // Every column as wide as its texts, the headline within reason.
+    m_table->resizeColumnsToContents();
+    m_table->setColumnWidth(HeadlineColumn, qMin(m_table->columnWidth(HeadlineColumn), 460));
+    if (read)
+        showMessage(m_defects.isEmpty()
+                        ? tr("No defects filed in %1").arg(QDir::toNativeSeparators(m_storePath))
+                        : QString(),
+                    false);
+    else
+        showMessage(store.errorString(), true);
+    updateButtons();
+}
+
+QList<Defect> DefectsDock::shownDefects() const
+{
+    QList<Defect> shown;
+    for (int row = 0; row < m_proxy->rowCount(); ++row)
+        shown.append(m_defects.at(m_proxy->index(row, 0).data(DefectRole).toInt()));
+    return shown;
+}
+
+QList<Defect> DefectsDock::selectedDefects() const
+{
+    QList<Defect> selected;
+    for (const QModelIndex& index : m_table->selectionModel()->selectedRows())
+        selected.append(m_defects.at(index.data(DefectRole).toInt()));
+    return selected;
+}
+
+void DefectsDock::updateButtons()
+{
+    bool anyOpen = false;
+    bool anyClosed = false;
+    for (const Defect& defect : selectedDefects()) {
+        anyOpen = anyOpen || !defect.closed;
+        anyClosed = anyClosed || defect.closed;
+    }
+    m_close->setEnabled(anyOpen);
+    m_reopen->setEnabled(anyClosed);
+    m_export->setEnabled(!m_defects.isEmpty());
+}
+
+void DefectsDock::setSelectedClosed(bool closed)
+{
+    QList<qint64> ids;
+    for (const Defect& defect : selectedDefects()) {
+        if (defect.closed != closed)
+            ids.append(defect.id);
+    }
+    if (ids.isEmpty())
+        return;
+    DefectStore store(m_storePath);
+    if (!store.setClosed(ids, closed)) {
+        QADialogs::warning(this, windowTitle(), store.errorString());
+        return;
+    }
+    // The same rows stay selected across the new reading.
+    refresh();
+    const QSet<qint64> changed(ids.cbegin(), ids.cend());
+    QItemSelection selection;
+    for (int row = 0; row < m_proxy->rowCount(); ++row) {
+        const QModelIndex index = m_proxy->index(row, 0);
+        if (changed.contains(m_defects.at(index.data(DefectRole).toInt()).id))
+            selection.select(index, index);
+    }
+    m_table->selectionModel()->select(selection,
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+void DefectsDock::exportCsv()
+{
+    const QString title = tr("Export Defects");
+    const QString path = QADialogs::current().saveFileName(
+        this, title, QDir::home().filePath(QStringLiteral("defects.csv")),
+        tr("CSV files (*.csv);;All files (*)"));
+    if (path.isEmpty())
+        return;
+    const QList<Defect> shown = shownDefects();
+    QString error;
+    if (!QASafeWrite::writeFile(path, DefectFormat::toCsv(shown), &error)) {
+        QADialogs::warning(this, title, error);
+        return;
+    }
+    showMessage(tr("%n defect(s) exported to %1", nullptr, int(shown.size()))
+                    .arg(QDir::toNativeSeparators(path)),
+                false);
+}
+
+void DefectsDock::showMessage(const QString& text, bool error)
+{
+    m_message->setText(text);
+    m_message->setStyleSheet(error ? QStringLiteral("color: #b00020;") : QString());
+    m_message->setVisible(!text.isEmpty());
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "host/defectstore.h"
+
+#include <QDockWidget>
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QSortFilterProxyModel;
+class QStandardItemModel;
+class QTableView;
+
+// The Defects dock: the defects of the store in a sortable table, a filter box, closing and
+// reopening the selected ones, and the rows shown exported as CSV. Activating a row (double
+// click, Return) asks for its result item to be shown.
+class DefectsDock : public QDockWidget
+{
+    Q_OBJECT
+
+public:
+    enum Column
+    {
+        IdColumn,
+        StateColumn,
+        HeadlineColumn,
+        ItemColumn,
+        FileColumn,
+        FiledColumn,
+        ReferenceColumn,
+        ColumnCount
+    };
+
+    explicit DefectsDock(QWidget* parent);
+    ~DefectsDock() override;
+
+    void setStorePath(const QString& path);
+    // Reads the store again; a store that cannot be read is said in the dock.
+    void refresh();
+
+    // The defects shown, in the order shown.
+    QList<Defect> shownDefects() const;
+
+    QTableView* table() const { return m_table; }
+    QLineEdit* filterBox() const { return m_filter; }
+    QPushButton* closeButton() const { return m_close; }
+    QPushButton* reopenButton() const { return m_reopen; }
+    QPushButton* exportButton() const { return m_export; }
+    QLabel* message() const { return m_message; }
+
+Q_SIGNALS:
+    void openRequested(const Defect& defect);
+
+private:
+    QList<Defect> selectedDefects() const;
+    void setSelectedClosed(bool closed);
+    void exportCsv();
+    void updateButtons();
+    void showMessage(const QString& text, bool error);
+
+    QString m_storePath;
+    QList<Defect> m_defects; // by row of the model
+    QStandardItemModel* m_model;
+    QSortFilterProxyModel* m_proxy;
+    QTableView* m_table;
+    QLineEdit* m_filter;
+    QPushButton* m_close;
+    QPushButton* m_reopen;
+    QPushButton* m_export;
+    QLabel* m_message;
+};

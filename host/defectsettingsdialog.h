@@ -1,0 +1,36 @@
+#pragma once
+
+#include "host/defecttracker.h"
+
+#include <QDialog>
+
+class QCheckBox;
+class QDialogButtonBox;
+class QLineEdit;
+class QSpinBox;
+
+// The studio's settings for filing defects: the team tracker's submit command, its time limit,
+// and whether each step's command line is shown in the output window.
+class DefectSettingsDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    DefectSettingsDialog(const DefectTrackerSettings& settings, const QString& storePath,
+                         QWidget* parent);
+
+    DefectTrackerSettings settings() const;
+    // Refuses a submit command that cannot be run as it stands, saying why.
+    void accept() override;
+
+    QLineEdit* commandEdit() const { return m_command; }
+    QSpinBox* timeLimitSpin() const { return m_timeLimit; }
+    QCheckBox* echoBox() const { return m_echo; }
+    QDialogButtonBox* buttons() const { return m_buttons; }
+
+private:
+    QLineEdit* m_command;
+    QSpinBox* m_timeLimit;
+    QCheckBox* m_echo;
+    QDialogButtonBox* m_buttons;
+};

@@ -1,0 +1,179 @@
+#include "host/defectshost.h"
+
+#include "host/defectsdock.h"
+#include "host/defectsettingsdialog.h"
+#include "host/defectstore.h"
+#include "host/defecttracker.h"
+#include "host/outputdock.h"
+#include "host/studiomainwindow.h"
+#include "sdk/qadialogs.h"
+#include "sdk/qaresfile.h"
+#include "sdk/qastviewerwindow.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QMenu>
+#include <QStatusBar>
+#include <QTreeWidget>
+
+namespace {
+
+const QString groupName = QStringLiteral("DEFECTS");
+const QString commandKey = QStringLiteral("submit_command");
+const QString timeLimitKey = QStringLiteral("time_limit");
+const QString echoKey = QStringLiteral("echo_command_lines");
+
+QTreeWidget* outlineOf(const QAStViewerWindow* viewer)
+{
+    return viewer ? qobject_cast<QTreeWidget*>(viewer->contentOutlineWidget()) : nullptr;
+}
+
+} // namespace
+
+DefectsHost::DefectsHost(StudioMainWindow* studio, QAResStore* settings)
+    : m_studio(studio), m_settings(settings),
+      m_tracker(std::make_unique<DefectTracker>(DefectStore::defaultPath()))
+{
+    m_settings->addProducer(this);
+    m_tracker->setItemLocator([this] { return selectedItemPath(); });
+
+    m_dock = new DefectsDock(studio);
+    studio->addDockWidget(Qt::BottomDockWidgetArea, m_dock);
+    studio->tabifyDockWidget(studio->output(), m_dock);
+    studio->output()->raise();
+    m_dock->setStorePath(m_tracker->storePath());
+    connect(m_tracker.get(), &DefectTracker::filed, m_dock, &DefectsDock::refresh);
+    connect(m_dock, &DefectsDock::openRequested, this, &DefectsHost::showDefect);
+}
+
+DefectsHost::~DefectsHost()
+{
+    m_settings->removeProducer(this);
+}
+
+DefectTracker* DefectsHost::tracker()
+{
+    loadSettings();
+    return m_tracker.get();
+}
+
+DefectsDock* DefectsHost::dock() const
+{
+    return m_dock;
+}
+
+void DefectsHost::setStorePath(const QString& path)
+{
+    m_tracker->setStorePath(QFileInfo(path).absoluteFilePath());
+    if (m_dock)
+        m_dock->setStorePath(m_tracker->storePath());
+}
+
+void DefectsHost::addMenuEntries(QMenu* tools, QMenu* view)
+{
+    tools->addAction(tr("Defect &Tracker..."), this, &DefectsHost::showSettings);
+    view->addAction(m_dock->toggleViewAction());
+}
+
+void DefectsHost::loadSettings()
+{
+    if (m_settingsLoaded)
+        return;
+    m_settingsLoaded = true;
+    const QARes* group = m_settings->root()->child(groupName);
+    if (!group || !group->toResGroup())
+        return;
+    DefectTrackerSettings settings;
+    const QAResGroup* values = group->toResGroup();
+    if (const QARes* command = values->child(commandKey); command && command->toResString())
+        settings.submitCommand = command->toResString()->value();
+    if (const QARes* limit = values->child(timeLimitKey); limit && limit->toResInt())
+        settings.timeLimitSeconds = qBound(1, limit->toResInt()->value(), 3600);
+    if (const QARes* echo = values->child(echoKey); echo && echo->toResBoolean())
+        settings.echoCommandLines = echo->toResBoolean()->value();
+    m_tracker->setSettings(settings);
+}
+
+std::unique_ptr<QARes> DefectsHost::toResources(const char* name)
+{
+    loadSettings();
+    const DefectTrackerSettings& settings = m_tracker->settings();
+    auto group = std::make_unique<QAResGroup>(name ? QString::fromLatin1(name) : groupName);
+    group->add<QAResString>(commandKey, settings.submitCommand);
+    group->add<QAResInt>(timeLimitKey, settings.timeLimitSeconds);
+    group->add<QAResBoolean>(echoKey, settings.echoCommandLines);
+    return group;
+}
+
+DefectSettingsDialog* DefectsHost::showSettings()
+{
+    if (m_dialog) {
+        m_dialog->raise();
+        return m_dialog;
+    }
+    loadSettings();
+    auto* dialog =
+        new DefectSettingsDialog(m_tracker->settings(), m_tracker->storePath(), m_studio);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog] {
+        m_tracker->setSettings(dialog->settings());
+        QString error;
+        if (m_studio->saveSettings(&error))
+            m_studio->statusBar()->showMessage(tr("Settings saved"), 5000);
+        else
+            QADialogs::warning(m_studio, m_studio->caption(), error);
+    });
+    m_dialog = dialog;
+    dialog->open();
+    return dialog;
+}
+
+QStringList DefectsHost::selectedItemPath() const
+{
+    const QTreeWidget* outline = outlineOf(m_studio->activeViewer());
+    QStringList path;
+    for (const QTreeWidgetItem* item = outline ? outline->currentItem() : nullptr; item;
+         item = item->parent())
+        path.prepend(item->text(0));
+    return path;
+}
+
+void DefectsHost::showDefect(const Defect& defect)
+{
+    const QString title = tr("Defect %1").arg(defect.id);
+    if (defect.file.isEmpty() || !QFileInfo::exists(defect.file)) {
+        QADialogs::warning(m_studio, title,
+                           defect.file.isEmpty()
+                               ? tr("Defect %1 names no result file.").arg(defect.id)
+                               : tr("The result file %1 of defect %2 is not there any more.")
+                                     .arg(QDir::toNativeSeparators(defect.file))
+                                     .arg(defect.id));
+        return;
+    }
+    QTreeWidget* outline = outlineOf(m_studio->openFiles({defect.file}));
+    if (!outline)
+        return; // the plug-in said why
+    // Down the outline, one level per part of the item's path.
+    QTreeWidgetItem* found = nullptr;
+    for (const QString& text : defect.itemPath) {
+        QTreeWidgetItem* parent = found ? found : outline->invisibleRootItem();
+        found = nullptr;
+        for (int i = 0; i < parent->childCount() && !found; ++i) {
+            if (parent->child(i)->text(0) == text)
+                found = parent->child(i);
+        }
+        if (!found)
+            break;
+    }
+    if (!found) {
+        m_studio->statusBar()->showMessage(
+            tr("The item %1 of defect %2 is not shown in the outline")
+                .arg(defect.item())
+                .arg(defect.id),
+            8000);
+        return;
+    }
+    outline->setCurrentItem(found);
+    outline->scrollToItem(found);
+    outline->setFocus();
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "sdk/qares.h"
+
+#include <QObject>
+#include <QPointer>
+#include <memory>
+
+class DefectSettingsDialog;
+class DefectTracker;
+class DefectsDock;
+class QAResStore;
+class QMenu;
+class StudioMainWindow;
+struct Defect;
+
+// Everything of the studio about defects: the tracker the plug-in files into, the Defects dock,
+// the tracker's settings (kept in the studio's settings file under "DEFECTS") and their dialog.
+class DefectsHost : public QObject, public QAResProducer
+{
+    Q_OBJECT
+
+public:
+    // Adds the dock to `studio`; the settings are read from `settings` when first needed.
+    DefectsHost(StudioMainWindow* studio, QAResStore* settings);
+    ~DefectsHost() override;
+
+    DefectTracker* tracker();
+    DefectsDock* dock() const;
+    // Files defects into `path` from now on, in place of the user's data location.
+    void setStorePath(const QString& path);
+
+    // "Defect &Tracker..." in the Tools menu, the dock's entry in the View menu.
+    void addMenuEntries(QMenu* tools, QMenu* view);
+    // Opens the settings dialog (not modal); OK applies and saves the settings.
+    DefectSettingsDialog* showSettings();
+
+    std::unique_ptr<QARes> toResources(const char* name) override;
+
+private:
+    void loadSettings();
+    // The outline texts, from the result file down, of the item selected in the viewer shown.
+    QStringList selectedItemPath() const;
+    void showDefect(const Defect& defect);
+
+    StudioMainWindow* m_studio;
+    QAResStore* m_settings;
+    bool m_settingsLoaded = false;
+    std::unique_ptr<DefectTracker> m_tracker;
+    QPointer<DefectsDock> m_dock; // the studio's child
+    QPointer<DefectSettingsDialog> m_dialog;
+};

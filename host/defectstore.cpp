@@ -1,0 +1,383 @@
+#include "host/defectstore.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QVariant>
+#include <atomic>
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+// An open connection to the database for the time of one operation, so that no lock is held
+// between operations and another studio can file too.
+class Connection
+{
+public:
+    Connection(const QString& path, bool readOnly)
+    {
+        static std::atomic<int> count{0};
+        m_name = QStringLiteral("defects-%1").arg(++count);
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
+        database.setDatabaseName(path);
+        // Another studio filing at the same moment is waited for, briefly.
+        database.setConnectOptions(readOnly ? QStringLiteral("QSQLITE_OPEN_READONLY;"
+                                                             "QSQLITE_BUSY_TIMEOUT=3000")
+                                            : QStringLiteral("QSQLITE_BUSY_TIMEOUT=3000"));
+        if (!database.isValid())
+            m_error = QStringLiteral("the SQLite driver of Qt SQL is missing "
+                                     "(Debian package libqt6sql6-sqlite)");
+        else if (!database.open())
+            m_error = reason(database.lastError());
+    }
+    ~Connection()
+    {
+        QSqlDatabase::database(m_name, false).close();
+        QSqlDatabase::removeDatabase(m_name);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    bool isOpen() const { return m_error.isEmpty(); }
+    const QString& error() const { return m_error; }
+    QSqlDatabase database() const { return QSqlDatabase::database(m_name, false); }
+
+    static QString reason(const QSqlError& error)
+    {
+        return error.databaseText().isEmpty() ? error.text() : error.databaseText();
+    }
+
+private:
+    QString m_name;
+    QString m_error;
+};
+
+// Runs `statement` with `values` bound in order; false leaves the reason in `error`.
+bool run(QSqlQuery& query, const QString& statement, const QVariantList& values, QString* error)
+{
+    if (!query.prepare(statement)) {
+        *error = Connection::reason(query.lastError());
+        return false;
+    }
+    for (const QVariant& value : values)
+        query.addBindValue(value);
+    if (!query.exec()) {
+        *error = Connection::reason(query.lastError());
+        return false;
+    }
+    return true;
+}
+
+bool run(const QSqlDatabase& database, const QString& statement, QString* error)
+{
+    QSqlQuery query(database);
+    return run(query, statement, {}, error);
+}
+
+QVariant textOrNull(const QString& text)
+{
+    return text.isNull() ? QVariant(QMetaType(QMetaType::QString)) : QVariant(text);
+}
+
+QString csvField(const QString& text)
+{
+    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')) &&
+        !text.contains(QLatin1Char('\n')) && !text.contains(QLatin1Char('\r')))
+        return text;
+    QString quoted = text;
+    quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+QString timeText(const QDateTime& time)
+{
+    return time.toUTC().toString(Qt::ISODate);
+}
+
+bool createTables(const QSqlDatabase& database, QString* error)
+{
+    return run(database,
+               QStringLiteral("CREATE TABLE defects ("
+                              " id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                              " state TEXT NOT NULL DEFAULT 'open'"
+                              "  CHECK (state IN ('open', 'closed')),"
+                              " headline TEXT NOT NULL,"
+                              " description TEXT NOT NULL,"
+                              " item_path TEXT NOT NULL,"
+                              " file TEXT,"
+                              " filed TEXT NOT NULL,"
+                              " external_reference TEXT)"),
+               error) &&
+           run(database,
+               QStringLiteral("CREATE TABLE attachments ("
+                              " defect INTEGER NOT NULL REFERENCES defects(id),"
+                              " label TEXT NOT NULL,"
+                              " path TEXT NOT NULL,"
+                              " size INTEGER NOT NULL,"
+                              " sha256 TEXT NOT NULL)"),
+               error) &&
+           run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
+}
+
+} // namespace
+
+DefectStore::DefectStore(const QString& path) : m_path(path) {}
+
+DefectStore::~DefectStore() = default;
+
+QString DefectStore::defaultPath()
+{
+    // The same place for crcstudio and crcview, whatever the program's own name.
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/crcstudio/defects.sqlite");
+}
+
+bool DefectStore::fail(const QString& what, const QString& reason)
+{
+    m_error = what.arg(QDir::toNativeSeparators(m_path)) + QStringLiteral(": ") + reason;
+    return false;
+}
+
+bool DefectStore::prepareForFiling()
+{
+    m_error.clear();
+    const QFileInfo info(m_path);
+    if (info.isSymLink())
+        return fail(QStringLiteral("Cannot file defects in %1"),
+                    QStringLiteral("it is a symbolic link"));
+    if (info.exists() && !info.isFile())
+        return fail(QStringLiteral("Cannot file defects in %1"),
+                    QStringLiteral("it is not a regular file"));
+    const QString folder = info.absolutePath();
+    if (!QDir().mkpath(folder))
+        return fail(QStringLiteral("Cannot file defects in %1"),
+                    QStringLiteral("the folder %1 cannot be created")
+                        .arg(QDir::toNativeSeparators(folder)));
+    Connection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    QSqlQuery tables(database);
+    if (!run(tables, QStringLiteral("SELECT count(*) FROM sqlite_master WHERE name = 'defects'"),
+             {}, &error) ||
+        !tables.next())
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    const bool fresh = tables.value(0).toInt() == 0;
+    tables.finish();
+    // A write that is undone at once tells whether the database takes writes at all: a
+    // read-only file or folder answers here, before anything is asked of the user.
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+        return fail(QStringLiteral("Cannot file defects in %1"), error);
+    const bool written =
+        fresh
+            ? createTables(database, &error)
+            : run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), &error);
+    if (!written ||
+        !run(database, fresh ? QStringLiteral("COMMIT") : QStringLiteral("ROLLBACK"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file defects in %1"), error);
+    }
+    return true;
+}
+
+bool DefectStore::file(Defect& defect, const HandOff& handOff)
+{
+    if (!prepareForFiling())
+        return false;
+    Connection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    const auto undo = [&](const QString& what, const QString& reason) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(what, reason);
+    };
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    defect.filed = QDateTime::currentDateTimeUtc();
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("INSERT INTO defects (state, headline, description, item_path, file,"
+                            " filed) VALUES ('open', ?, ?, ?, ?, ?)"),
+             {defect.headline, defect.description,
+              QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
+                                    .toJson(QJsonDocument::Compact)),
+              textOrNull(defect.file), timeText(defect.filed)},
+             &error))
+        return undo(QStringLiteral("Cannot file the defect in %1"), error);
+    defect.id = query.lastInsertId().toLongLong();
+    for (const DefectAttachment& attachment : std::as_const(defect.attachments)) {
+        if (!run(query,
+                 QStringLiteral("INSERT INTO attachments (defect, label, path, size, sha256)"
+                                " VALUES (?, ?, ?, ?, ?)"),
+                 {defect.id, attachment.label, attachment.path, attachment.size, attachment.sha256},
+                 &error))
+            return undo(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    if (handOff) {
+        QString reference;
+        if (!handOff(defect.id, &reference, &error)) {
+            QString ignored;
+            run(database, QStringLiteral("ROLLBACK"), &ignored);
+            m_error = error;
+            return false;
+        }
+        defect.externalReference = reference;
+        if (!run(query, QStringLiteral("UPDATE defects SET external_reference = ? WHERE id = ?"),
+                 {textOrNull(reference), defect.id}, &error))
+            return undo(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error))
+        return undo(QStringLiteral("Cannot file the defect in %1"), error);
+    return true;
+}
+
+bool DefectStore::read(QList<Defect>* defects)
+{
+    m_error.clear();
+    defects->clear();
+    const QFileInfo info(m_path);
+    if (!info.exists())
+        return true;
+    // A FIFO or a device would never end or hang the reader.
+    if (!info.isFile())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    QStringLiteral("it is not a regular file"));
+    Connection connection(m_path, true);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("SELECT id, state, headline, description, item_path, file, filed,"
+                            " external_reference FROM defects ORDER BY id"),
+             {}, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    QHash<qint64, qsizetype> byId;
+    while (query.next()) {
+        Defect defect;
+        defect.id = query.value(0).toLongLong();
+        defect.closed = query.value(1).toString() == QLatin1String("closed");
+        defect.headline = query.value(2).toString();
+        defect.description = query.value(3).toString();
+        for (const QJsonValue& part :
+             QJsonDocument::fromJson(query.value(4).toString().toUtf8()).array())
+            defect.itemPath.append(part.toString());
+        defect.file = query.value(5).toString();
+        defect.filed = QDateTime::fromString(query.value(6).toString(), Qt::ISODate);
+        defect.externalReference = query.value(7).toString();
+        byId.insert(defect.id, defects->size());
+        defects->append(defect);
+    }
+    if (!run(query,
+             QStringLiteral("SELECT defect, label, path, size, sha256 FROM attachments"
+                            " ORDER BY rowid"),
+             {}, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    while (query.next()) {
+        const auto owner = byId.constFind(query.value(0).toLongLong());
+        if (owner == byId.constEnd())
+            continue;
+        (*defects)[*owner].attachments.append({query.value(1).toString(), query.value(2).toString(),
+                                               query.value(3).toLongLong(),
+                                               query.value(4).toString()});
+    }
+    return true;
+}
+
+bool DefectStore::setClosed(const QList<qint64>& ids, bool closed)
+{
+    m_error.clear();
+    Connection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+        return fail(QStringLiteral("Cannot change the defect store %1"), error);
+    QSqlQuery query(database);
+    for (const qint64 id : ids) {
+        if (!run(query, QStringLiteral("UPDATE defects SET state = ? WHERE id = ?"),
+                 {closed ? QStringLiteral("closed") : QStringLiteral("open"), id}, &error)) {
+            QString ignored;
+            run(database, QStringLiteral("ROLLBACK"), &ignored);
+            return fail(QStringLiteral("Cannot change the defect store %1"), error);
+        }
+    }
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot change the defect store %1"), error);
+    }
+    return true;
+}
+
+namespace DefectFormat {
+
+QByteArray toCsv(const QList<Defect>& defects)
+{
+    QString csv = QStringLiteral(
+        "id,state,headline,description,item,file,filed,external_reference,attachments\r\n");
+    for (const Defect& defect : defects) {
+        QStringList attachments;
+        for (const DefectAttachment& attachment : defect.attachments)
+            attachments.append(attachment.path + QStringLiteral(" sha256:") + attachment.sha256);
+        const QStringList fields{QString::number(defect.id),
+                                 defect.closed ? QStringLiteral("closed") : QStringLiteral("open"),
+                                 defect.headline,
+                                 defect.description,
+                                 defect.item(),
+                                 defect.file,
+                                 timeText(defect.filed),
+                                 defect.externalReference,
+                                 attachments.join(QLatin1Char('\n'))};
+        QStringList quoted;
+        for (const QString& field : fields)
+            quoted.append(csvField(field));
+        csv += quoted.join(QLatin1Char(',')) + QStringLiteral("\r\n");
+    }
+    return csv.toUtf8();
+}
+
+QByteArray toJson(const QList<Defect>& defects)
+{
+    QJsonArray array;
+    for (const Defect& defect : defects) {
+        QJsonArray attachments;
+        for (const DefectAttachment& attachment : defect.attachments)
+            attachments.append(QJsonObject{{QStringLiteral("label"), attachment.label},
+                                           {QStringLiteral("path"), attachment.path},
+                                           {QStringLiteral("size"), attachment.size},
+                                           {QStringLiteral("sha256"), attachment.sha256}});
+        array.append(
+            QJsonObject{{QStringLiteral("id"), defect.id},
+                        {QStringLiteral("state"),
+                         defect.closed ? QStringLiteral("closed") : QStringLiteral("open")},
+                        {QStringLiteral("headline"), defect.headline},
+                        {QStringLiteral("description"), defect.description},
+                        {QStringLiteral("item"), defect.item()},
+                        {QStringLiteral("item_path"), QJsonArray::fromStringList(defect.itemPath)},
+                        {QStringLiteral("file"), defect.file},
+                        {QStringLiteral("filed"), timeText(defect.filed)},
+                        {QStringLiteral("external_reference"), defect.externalReference},
+                        {QStringLiteral("attachments"), attachments}});
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Indented);
+}
+
+} // namespace DefectFormat

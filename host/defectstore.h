@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+// A file kept with a defect, as it was when the defect was filed.
+struct DefectAttachment
+{
+    QString label;
+    QString path; // absolute
+    qint64 size = -1;
+    QString sha256; // hex; empty until the defect is filed
+};
+
+// One defect filed from a result item.
+struct Defect
+{
+    qint64 id = 0;
+    bool closed = false;
+    QString headline;
+    QString description;
+    QStringList itemPath;      // the outline texts from the result file down to the item
+    QString file;              // the result file the item comes from
+    QDateTime filed;           // UTC
+    QString externalReference; // what a team's tracker answered, such as a URL
+    QList<DefectAttachment> attachments;
+
+    // The result item's own text: the last of its path.
+    QString item() const { return itemPath.isEmpty() ? QString() : itemPath.last(); }
+};
+
+// The defects of one user, in an SQLite database. Filing is one transaction: a defect is stored
+// whole or not at all, and a store that cannot be written (read-only, full, locked) keeps what it
+// had. Every failure leaves its reason, naming the file, in errorString().
+class DefectStore
+{
+public:
+    explicit DefectStore(const QString& path);
+    ~DefectStore();
+    DefectStore(const DefectStore&) = delete;
+    DefectStore& operator=(const DefectStore&) = delete;
+
+    // Where crcstudio keeps defects unless told otherwise (the user's data location).
+    static QString defaultPath();
+
+    const QString& path() const { return m_path; }
+    const QString& errorString() const { return m_error; }
+
+    // Makes sure defects can be filed: creates the folder, the file and the tables as needed and
+    // checks that the database takes writes.
+    bool prepareForFiling();
+
+    // Called inside the filing transaction with the new defect's id; answers the external
+    // reference, or false with the reason, which undoes the filing.
+    using HandOff = std::function<bool(qint64 id, QString* reference, QString* error)>;
+    // Stores `defect` (its id, time and external reference are set here) in one transaction
+    // together with the hand-off. Returns false, with nothing stored, on any failure.
+    bool file(Defect& defect, const HandOff& handOff);
+
+    // Every defect, in the order filed. A store that does not exist yet holds none.
+    bool read(QList<Defect>* defects);
+    // Closes or reopens the defects `ids`, all or none.
+    bool setClosed(const QList<qint64>& ids, bool closed);
+
+private:
+    // Sets the error to `what` (with %1 for the store's path) and the reason; returns false.
+    bool fail(const QString& what, const QString& reason);
+
+    QString m_path;
+    QString m_error;
+};
+
+namespace DefectFormat {
+
+// The defects as CSV (RFC 4180, a header line first) and as a JSON array, for other tools.
+QByteArray toCsv(const QList<Defect>& defects);
+QByteArray toJson(const QList<Defect>& defects);
+
+} // namespace DefectFormat

@@ -1,0 +1,263 @@
+#include "host/defecttracker.h"
+
+#include "host/submitcommand.h"
+#include "sdk/qasafefile.h"
+
+#include <QCryptographicHash>
+#include <QCursor>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QTemporaryDir>
+
+namespace {
+
+QString sqlText(const QString& text)
+{
+    if (text.isNull())
+        return QStringLiteral("NULL");
+    QString quoted = text;
+    quoted.replace(QLatin1Char('\''), QLatin1String("''"));
+    return QLatin1Char('\'') + quoted + QLatin1Char('\'');
+}
+
+} // namespace
+
+DefectTracker::DefectTracker(const QString& storePath, QObject* parent)
+    : QObject(parent), m_storePath(storePath)
+{
+}
+
+DefectTracker::~DefectTracker() = default;
+
+void DefectTracker::setStorePath(const QString& path)
+{
+    if (path == m_storePath)
+        return;
+    m_storePath = path;
+    m_draft.reset();
+    Q_EMIT storePathChanged();
+}
+
+quint16 DefectTracker::succeeded()
+{
+    m_error.clear();
+    m_commandLine = commandLine().toLocal8Bit();
+    return 1;
+}
+
+quint16 DefectTracker::failed(const QString& reason)
+{
+    m_error = reason.toLocal8Bit();
+    m_commandLine = commandLine().toLocal8Bit();
+    return 0;
+}
+
+quint16 DefectTracker::open()
+{
+    m_draft.reset();
+    DefectStore store(m_storePath);
+    if (!store.prepareForFiling())
+        return failed(store.errorString());
+    m_draft.emplace();
+    if (m_locateItem)
+        m_draft->itemPath = m_locateItem();
+    return succeeded();
+}
+
+quint16 DefectTracker::setHeadline(const char* headline)
+{
+    if (!m_draft)
+        return failed(tr("No defect is open"));
+    const QString text = QString::fromLocal8Bit(headline).trimmed();
+    if (text.isEmpty())
+        return failed(tr("A defect needs a headline"));
+    m_draft->headline = text;
+    return succeeded();
+}
+
+quint16 DefectTracker::setDescription(const char* description)
+{
+    if (!m_draft)
+        return failed(tr("No defect is open"));
+    m_draft->description = QString::fromLocal8Bit(description);
+    return succeeded();
+}
+
+quint16 DefectTracker::attachFile(const char* label, const char* path)
+{
+    if (!m_draft)
+        return failed(tr("No defect is open"));
+    const QString file =
+        QDir::cleanPath(QFileInfo(QString::fromLocal8Bit(path)).absoluteFilePath());
+    const QString shown = QDir::toNativeSeparators(file);
+    if (!QFileInfo::exists(file))
+        return failed(tr("The attachment %1 does not exist").arg(shown));
+    if (!QASafeWrite::isRegularFile(file))
+        return failed(tr("The attachment %1 is not a regular file").arg(shown));
+    QFile readable(file);
+    if (!readable.open(QIODevice::ReadOnly))
+        return failed(
+            tr("The attachment %1 cannot be read: %2").arg(shown, readable.errorString()));
+    m_draft->attachments.append({QString::fromLocal8Bit(label), file, readable.size(), QString()});
+    if (m_draft->file.isEmpty())
+        m_draft->file = file;
+    return succeeded();
+}
+
+bool DefectTracker::hashAttachments(QString* error)
+{
+    for (DefectAttachment& attachment : m_draft->attachments) {
+        const QString shown = QDir::toNativeSeparators(attachment.path);
+        QFile file(attachment.path);
+        if (!QASafeWrite::isRegularFile(attachment.path) || !file.open(QIODevice::ReadOnly)) {
+            *error = tr("The attachment %1 is gone since it was attached").arg(shown);
+            return false;
+        }
+        QCryptographicHash hash(QCryptographicHash::Sha256);
+        if (!hash.addData(&file)) {
+            *error = tr("The attachment %1 cannot be read: %2").arg(shown, file.errorString());
+            return false;
+        }
+        attachment.size = file.size();
+        attachment.sha256 = QString::fromLatin1(hash.result().toHex());
+    }
+    return true;
+}
+
+bool DefectTracker::handToTeamTracker(const SubmitCommand& command, qint64 id, QString* reference,
+                                      QString* reason)
+{
+    // The description goes to the client as a file: it may be long and hold anything.
+    QTemporaryDir folder;
+    if (!folder.isValid()) {
+        *reason = tr("No temporary folder for the description: %1").arg(folder.errorString());
+        return false;
+    }
+    const QString descriptionFile = folder.filePath(QStringLiteral("description.txt"));
+    if (!QASafeWrite::writeFile(descriptionFile, m_draft->description.toUtf8(), reason))
+        return false;
+    QStringList attachments;
+    for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
+        attachments.append(attachment.path);
+    m_commandLine = commandLine(descriptionFile, id).toLocal8Bit();
+    // The studio waits for the client; the pointer says so.
+    QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
+    const SubmitCommand::Result result =
+        command.run({{QStringLiteral("headline"), {m_draft->headline}},
+                     {QStringLiteral("description_file"), {descriptionFile}},
+                     {QStringLiteral("attachment"), attachments},
+                     {QStringLiteral("id"), {QString::number(id)}}},
+                    m_settings.timeLimitSeconds);
+    QGuiApplication::restoreOverrideCursor();
+    *reference = result.output;
+    *reason = result.error;
+    return result.succeeded;
+}
+
+quint16 DefectTracker::submit(int)
+{
+    if (!m_draft)
+        return failed(tr("No defect is open"));
+    if (m_draft->headline.isEmpty()) {
+        m_draft.reset();
+        return failed(tr("The defect has no headline: nothing was filed"));
+    }
+    QString error;
+    if (!hashAttachments(&error)) {
+        m_draft.reset();
+        return failed(error);
+    }
+    DefectStore store(m_storePath);
+    DefectStore::HandOff handOff;
+    const SubmitCommand command(m_settings.submitCommand);
+    if (!command.problem().isEmpty()) {
+        m_draft.reset();
+        return failed(tr("The submit command cannot be run: %1").arg(command.problem()));
+    }
+    if (!command.isEmpty()) {
+        handOff = [this, &command](qint64 id, QString* reference, QString* reason) {
+            return handToTeamTracker(command, id, reference, reason);
+        };
+    }
+    m_commandLine = commandLine().toLocal8Bit(); // the hand-off gives the complete one
+    const bool stored = store.file(*m_draft, handOff);
+    const qint64 id = m_draft->id;
+    m_draft.reset();
+    if (!stored) {
+        m_error = store.errorString().toLocal8Bit();
+        return 0;
+    }
+    m_error.clear();
+    Q_EMIT filed(id);
+    return 1;
+}
+
+const char* DefectTracker::getCmdLine()
+{
+    return m_commandLine.constData();
+}
+
+int DefectTracker::activatedCmdLine() const
+{
+    return m_settings.echoCommandLines ? 1 : 0;
+}
+
+const char* DefectTracker::getErrorMessage() const
+{
+    return m_error.constData();
+}
+
+QString DefectTracker::commandLine(const QString& descriptionFile, qint64 id) const
+{
+    const SubmitCommand command(m_settings.submitCommand);
+    if (command.isEmpty())
+        return storeCommandLine();
+    SubmitCommand::Values values;
+    if (m_draft && !m_draft->headline.isEmpty())
+        values.insert(QStringLiteral("headline"), {m_draft->headline});
+    if (!descriptionFile.isEmpty())
+        values.insert(QStringLiteral("description_file"), {descriptionFile});
+    if (id > 0)
+        values.insert(QStringLiteral("id"), {QString::number(id)});
+    if (m_draft && (!m_draft->attachments.isEmpty() || id > 0)) {
+        QStringList attachments;
+        for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
+            attachments.append(attachment.path);
+        values.insert(QStringLiteral("attachment"), attachments);
+    }
+    return SubmitCommand::quoted(command.expand(values));
+}
+
+QString DefectTracker::storeCommandLine() const
+{
+    QString statements = QStringLiteral("BEGIN;");
+    if (m_draft) {
+        QStringList path;
+        for (const QString& part : m_draft->itemPath) {
+            QString escaped = part;
+            escaped.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
+                .replace(QLatin1Char('"'), QLatin1String("\\\""));
+            path.append(QLatin1Char('"') + escaped + QLatin1Char('"'));
+        }
+        statements +=
+            QStringLiteral(" INSERT INTO defects (state, headline, description, item_path, file,"
+                           " filed) VALUES ('open', %1, %2, %3, %4,"
+                           " strftime('%Y-%m-%dT%H:%M:%SZ', 'now'));")
+                .arg(sqlText(m_draft->headline.isEmpty() ? QString() : m_draft->headline),
+                     sqlText(m_draft->description),
+                     sqlText(QLatin1Char('[') + path.join(QLatin1Char(',')) + QLatin1Char(']')),
+                     sqlText(m_draft->file.isEmpty() ? QString() : m_draft->file));
+        for (const DefectAttachment& attachment : m_draft->attachments)
+            statements +=
+                QStringLiteral(" INSERT INTO attachments (defect, label, path, size,"
+                               " sha256) VALUES ((SELECT max(id) FROM defects), %1, %2,"
+                               " %3, %4);")
+                    .arg(sqlText(attachment.label), sqlText(attachment.path),
+                         QString::number(attachment.size),
+                         sqlText(attachment.sha256.isEmpty() ? QString() : attachment.sha256));
+    }
+    statements += QStringLiteral(" COMMIT;");
+    return SubmitCommand::quoted({QStringLiteral("sqlite3"), m_storePath, statements});
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "host/defectstore.h"
+#include "sdk/trackwellinterface.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <functional>
+#include <optional>
+
+class SubmitCommand;
+
+// What the user chose for filing defects.
+struct DefectTrackerSettings
+{
+    // A team tracker's client with its placeholders (see SubmitCommand); empty keeps defects in
+    // the local store only.
+    QString submitCommand;
+    int timeLimitSeconds = 60;
+    // Show each step's command line in the output window.
+    bool echoCommandLines = false;
+};
+
+// The studio's defect tracker: open() starts a draft, the next three steps fill it, submit()
+// files it into the defect store in one transaction, handing it to the team's tracker first
+// when a submit command is set (its failure files nothing). Every step leaves the command line a
+// user could run for the same effect, and every failure its reason.
+class DefectTracker : public QObject, public TrackwellInterface
+{
+    Q_OBJECT
+
+public:
+    explicit DefectTracker(const QString& storePath, QObject* parent = nullptr);
+    ~DefectTracker() override;
+
+    const QString& storePath() const { return m_storePath; }
+    void setStorePath(const QString& path);
+    const DefectTrackerSettings& settings() const { return m_settings; }
+    void setSettings(const DefectTrackerSettings& settings) { m_settings = settings; }
+    // Answers the outline texts, from the result file down, of the item being filed.
+    void setItemLocator(std::function<QStringList()> locator) { m_locateItem = std::move(locator); }
+
+    quint16 open() override;
+    quint16 setHeadline(const char* headline) override;
+    quint16 setDescription(const char* description) override;
+    quint16 attachFile(const char* label, const char* path) override;
+    quint16 submit(int mode) override;
+    const char* getCmdLine() override;
+    int activatedCmdLine() const override;
+    const char* getErrorMessage() const override;
+
+Q_SIGNALS:
+    void filed(qint64 id);
+    void storePathChanged();
+
+private:
+    quint16 succeeded();
+    quint16 failed(const QString& reason);
+    bool hashAttachments(QString* error);
+    // Runs the team's client on the draft filed as `id`; its answer goes to `reference`.
+    bool handToTeamTracker(const SubmitCommand& command, qint64 id, QString* reference,
+                           QString* reason);
+    // The command line for the draft as it stands: the team's command with the values known so
+    // far, or the sqlite3 command that stores the same rows.
+    QString commandLine(const QString& descriptionFile = QString(), qint64 id = 0) const;
+    QString storeCommandLine() const;
+
+    QString m_storePath;
+    DefectTrackerSettings m_settings;
+    std::function<QStringList()> m_locateItem;
+    std::optional<Defect> m_draft;
+    QByteArray m_commandLine;
+    QByteArray m_error;
+};

@@ -1,0 +1,160 @@
+#include "host/submitcommand.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+
+namespace {
+
+// Words as a POSIX shell would split them, quotes and backslashes included, with nothing
+// expanded: 'single' quotes keep everything, "double" quotes keep all but \" and \\. A quote
+// left open is said in `problem`.
+QStringList splitWords(const QString& line, QString* problem)
+{
+    QStringList words;
+    QString word;
+    bool inWord = false;
+    QChar quote;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        const QChar c = line.at(i);
+        if (quote == QLatin1Char('\'')) {
+            if (c == quote)
+                quote = QChar();
+            else
+                word += c;
+        } else if (quote == QLatin1Char('"')) {
+            if (c == quote)
+                quote = QChar();
+            else if (c == QLatin1Char('\\') && i + 1 < line.size() &&
+                     (line.at(i + 1) == QLatin1Char('"') || line.at(i + 1) == QLatin1Char('\\')))
+                word += line.at(++i);
+            else
+                word += c;
+        } else if (c.isSpace()) {
+            if (inWord)
+                words.append(word);
+            word.clear();
+            inWord = false;
+        } else {
+            inWord = true;
+            if (c == QLatin1Char('\'') || c == QLatin1Char('"'))
+                quote = c;
+            else if (c == QLatin1Char('\\') && i + 1 < line.size())
+                word += line.at(++i);
+            else
+                word += c;
+        }
+    }
+    if (inWord)
+        words.append(word);
+    if (!quote.isNull())
+        *problem = QStringLiteral("a %1 quote is not closed").arg(quote);
+    return words;
+}
+
+} // namespace
+
+SubmitCommand::SubmitCommand(const QString& commandLine)
+    : m_words(splitWords(commandLine, &m_problem))
+{
+    static const QRegularExpression placeholder(QStringLiteral("\\{[A-Za-z_]+\\}"));
+    static const QStringList known{QStringLiteral("{headline}"),
+                                   QStringLiteral("{description_file}"),
+                                   QStringLiteral("{attachment}"), QStringLiteral("{id}")};
+    for (const QString& word : std::as_const(m_words)) {
+        QRegularExpressionMatchIterator found = placeholder.globalMatch(word);
+        while (found.hasNext() && m_problem.isEmpty()) {
+            const QString name = found.next().captured();
+            if (!known.contains(name))
+                m_problem = QStringLiteral("%1 is no placeholder; there are %2")
+                                .arg(name, known.join(QStringLiteral(", ")));
+        }
+    }
+}
+
+QStringList SubmitCommand::expand(const Values& values) const
+{
+    static const QString attachment = QStringLiteral("{attachment}");
+    const auto fill = [&values](QString word) {
+        for (auto value = values.constBegin(); value != values.constEnd(); ++value) {
+            if (value.key() != QLatin1String("attachment"))
+                word.replace(QLatin1Char('{') + value.key() + QLatin1Char('}'),
+                             value.value().value(0));
+        }
+        return word;
+    };
+    QStringList expanded;
+    for (const QString& word : m_words) {
+        if (!word.contains(attachment) || !values.contains(QStringLiteral("attachment"))) {
+            expanded.append(fill(word));
+            continue;
+        }
+        for (const QString& path : values.value(QStringLiteral("attachment")))
+            expanded.append(fill(QString(word).replace(attachment, path)));
+    }
+    return expanded;
+}
+
+SubmitCommand::Result SubmitCommand::run(const Values& values, int timeLimitSeconds) const
+{
+    Result result;
+    const QStringList words = expand(values);
+    if (words.isEmpty()) {
+        result.error = QStringLiteral("No submit command is set");
+        return result;
+    }
+    QProcess process;
+    process.setProgram(words.first());
+    process.setArguments(words.mid(1));
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start();
+    if (!process.waitForStarted()) {
+        result.error = QStringLiteral("The submit command %1 cannot be started: %2")
+                           .arg(words.first(), process.errorString());
+        return result;
+    }
+    if (!process.waitForFinished(timeLimitSeconds * 1000)) {
+        process.kill();
+        process.waitForFinished();
+        const QString limit = timeLimitSeconds == 1
+                                  ? QStringLiteral("1 second")
+                                  : QStringLiteral("%1 seconds").arg(timeLimitSeconds);
+        result.error =
+            QStringLiteral("The submit command %1 did not finish within %2 and was stopped")
+                .arg(words.first(), limit);
+        return result;
+    }
+    result.output = QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
+    const QString errors = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
+    if (process.exitStatus() != QProcess::NormalExit) {
+        result.error = errors.isEmpty()
+                           ? QStringLiteral("The submit command %1 crashed").arg(words.first())
+                           : errors;
+        return result;
+    }
+    if (process.exitCode() != 0) {
+        result.error = errors.isEmpty() ? QStringLiteral("The submit command %1 failed with exit "
+                                                         "status %2")
+                                              .arg(words.first())
+                                              .arg(process.exitCode())
+                                        : errors;
+        return result;
+    }
+    result.succeeded = true;
+    return result;
+}
+
+QString SubmitCommand::quoted(const QStringList& words)
+{
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_@%+=:,./{}-]+$"));
+    QStringList parts;
+    for (const QString& word : words) {
+        if (plain.match(word).hasMatch()) {
+            parts.append(word);
+        } else {
+            QString escaped = word;
+            escaped.replace(QLatin1Char('\''), QLatin1String("'\\''"));
+            parts.append(QLatin1Char('\'') + escaped + QLatin1Char('\''));
+        }
+    }
+    return parts.join(QLatin1Char(' '));
+}

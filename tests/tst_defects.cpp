@@ -1,0 +1,764 @@
+// Filing failed result items as defects from crcstudio, as a user does it: select the item in the
+// outline, open its context menu, choose the entry; the defect lands in the store, the output
+// window narrates the run, the Defects dock lists it, and crcview reads the store for scripts.
+
+#include "host/defectsdock.h"
+#include "host/defectsettingsdialog.h"
+#include "host/defectshost.h"
+#include "host/defectstore.h"
+#include "host/defecttracker.h"
+#include "host/outputdock.h"
+#include "host/studiomainwindow.h"
+#include "sdk/qadialogs.h"
+#include "sdk/qastviewerwindow.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QContextMenuEvent>
+#include <QCryptographicHash>
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QProcess>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeWidget>
+
+namespace {
+
+const QString examples = QStringLiteral(EXAMPLES_DIR);
+const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
+const QString submitEntry = QStringLiteral("&Submit Trackwell Defect Report");
+
+QString example(const char* name)
+{
+    return examples + QLatin1Char('/') + QLatin1String(name);
+}
+
+QString sha256(const QString& path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    return file.open(QIODevice::ReadOnly) && hash.addData(&file)
+               ? QString::fromLatin1(hash.result().toHex())
+               : QString();
+}
+
+QList<Defect> storedDefects(const QString& store)
+{
+    DefectStore reader(store);
+    QList<Defect> defects;
+    if (!reader.read(&defects))
+        qWarning() << reader.errorString();
+    return defects;
+}
+
+bool run(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+// A folder made read-only for everyone, root included, for as long as it lives.
+class ReadOnlyFolder
+{
+public:
+    explicit ReadOnlyFolder(const QString& path) : m_path(path)
+    {
+        m_mounted = run(QStringLiteral("mount"), {QStringLiteral("--bind"), path, path});
+        if (m_mounted)
+            m_readOnly = run(QStringLiteral("mount"),
+                             {QStringLiteral("-o"), QStringLiteral("remount,bind,ro"), path});
+    }
+    ~ReadOnlyFolder()
+    {
+        if (m_mounted)
+            run(QStringLiteral("umount"), {m_path});
+    }
+    bool isReadOnly() const { return m_readOnly; }
+
+private:
+    QString m_path;
+    bool m_mounted = false;
+    bool m_readOnly = false;
+};
+
+// A tiny file system of its own that can be filled up.
+class TinyFileSystem
+{
+public:
+    TinyFileSystem(const QString& path, const char* size) : m_path(path)
+    {
+        m_mounted =
+            QDir().mkpath(path) &&
+            run(QStringLiteral("mount"),
+                {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
+                 QStringLiteral("size=") + QLatin1String(size), QStringLiteral("tmpfs"), path});
+    }
+    ~TinyFileSystem()
+    {
+        if (m_mounted)
+            run(QStringLiteral("umount"), {m_path});
+    }
+    bool isMounted() const { return m_mounted; }
+    // Writes a file until the file system has no room left.
+    void fill() const
+    {
+        QFile filler(m_path + QStringLiteral("/filler"));
+        if (!filler.open(QIODevice::WriteOnly))
+            return;
+        const QByteArray block(512, 'x');
+        while (filler.write(block) == block.size() && filler.flush()) {
+        }
+    }
+
+private:
+    QString m_path;
+    bool m_mounted = false;
+};
+
+} // namespace
+
+class TestDefects : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<StudioMainWindow> m_studio;
+    ScriptedDialogs* m_dialogs = nullptr;
+    QString m_store;
+    int m_outputMark = 0;
+
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+    QString settingsPath() const { return path(QStringLiteral("settings.xml")); }
+
+    QTreeWidget* outline() const { return qobject_cast<QTreeWidget*>(m_studio->currentOutline()); }
+
+    DefectsDock* dock() const { return m_studio->defects()->dock(); }
+
+    static QTreeWidgetItem* findItem(QTreeWidget* tree, const QStringList& itemPath)
+    {
+        QTreeWidgetItem* found = tree->invisibleRootItem();
+        for (const QString& text : itemPath) {
+            QTreeWidgetItem* parent = found;
+            found = nullptr;
+            for (int i = 0; i < parent->childCount() && !found; ++i) {
+                if (parent->child(i)->text(0) == text)
+                    found = parent->child(i);
+            }
+            if (!found)
+                return nullptr;
+        }
+        return found;
+    }
+
+    // Clicks the item in the outline, then right-clicks it and chooses the entry of its context
+    // menu with the keyboard.
+    bool fileFromOutline(const QStringList& itemPath, const QString& entry = submitEntry)
+    {
+        QTreeWidget* tree = outline();
+        QTreeWidgetItem* item = tree ? findItem(tree, itemPath) : nullptr;
+        if (!item)
+            return false;
+        tree->scrollToItem(item);
+        const QPoint at = tree->visualItemRect(item).center();
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, at);
+        if (tree->currentItem() != item)
+            return false;
+        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at,
+                                     tree->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(tree->viewport(), &rightClick);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu)
+            return false;
+        QAction* chosen = nullptr;
+        for (QAction* action : menu->actions()) {
+            if (action->text() == entry)
+                chosen = action;
+        }
+        if (!chosen || !chosen->isEnabled()) {
+            menu->close();
+            return false;
+        }
+        menu->setActiveAction(chosen);
+        QTest::keyClick(menu, Qt::Key_Return);
+        return !menu->isVisible();
+    }
+
+    // What the output window gained since the last call, one message a line.
+    QStringList newOutput()
+    {
+        QStringList lines = m_studio->output()->contents().split(QLatin1Char('\n'));
+        if (lines.size() == 1 && lines.first().isEmpty())
+            lines.clear();
+        const QStringList fresh = lines.mid(m_outputMark);
+        m_outputMark = int(lines.size());
+        return fresh;
+    }
+
+    QAction* menuEntry(const QString& menuTitle, const QString& text) const
+    {
+        for (QAction* top : m_studio->menuBar()->actions()) {
+            if (top->text() != menuTitle || !top->menu())
+                continue;
+            for (QAction* action : top->menu()->actions()) {
+                if (action->text() == text)
+                    return action;
+            }
+        }
+        return nullptr;
+    }
+
+    // Tools > Defect Tracker..., fills the dialog in as a user would, OK.
+    void configure(const QString& command, int seconds, bool echo)
+    {
+        QAction* entry = menuEntry(QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."));
+        QVERIFY(entry);
+        entry->trigger();
+        auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
+        QVERIFY(dialog && dialog->isVisible());
+        QVERIFY(dialog->findChild<QLabel*>()->text().contains(m_store));
+        dialog->commandEdit()->selectAll();
+        QTest::keyClick(dialog->commandEdit(), Qt::Key_Delete);
+        QTest::keyClicks(dialog->commandEdit(), command);
+        dialog->timeLimitSpin()->selectAll();
+        QTest::keyClicks(dialog->timeLimitSpin(), QString::number(seconds));
+        if (dialog->echoBox()->isChecked() != echo)
+            QTest::mouseClick(dialog->echoBox(), Qt::LeftButton, {},
+                              QPoint(4, dialog->echoBox()->height() / 2));
+        QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
+        QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
+        const DefectTrackerSettings settings = m_studio->defects()->tracker()->settings();
+        QCOMPARE(settings.submitCommand, command);
+        QCOMPARE(settings.timeLimitSeconds, seconds);
+        QCOMPARE(settings.echoCommandLines, echo);
+        QFile saved(settingsPath());
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        const QByteArray xml = saved.readAll();
+        QVERIFY(xml.contains(
+            QStringLiteral("<int name=\"time_limit\" value=\"%1\"/>").arg(seconds).toUtf8()));
+        QVERIFY(xml.contains(echo ? "<boolean name=\"echo_command_lines\" value=\"true\"/>"
+                                  : "<boolean name=\"echo_command_lines\" value=\"false\"/>"));
+    }
+
+    void useStore(const QString& store)
+    {
+        m_store = store;
+        m_studio->defects()->setStorePath(store);
+    }
+
+    QAStViewerWindow* openCopy(const char* name, const QString& as)
+    {
+        QFile::remove(as);
+        if (!QFile::copy(example(name), as))
+            return nullptr;
+        return m_studio->openFiles({as});
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        auto dialogs = std::make_unique<ScriptedDialogs>();
+        m_dialogs = dialogs.get();
+        QADialogs::install(std::move(dialogs));
+        // The tracker's settings of an earlier run are in force from the start.
+        QFile settings(settingsPath());
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("<resources version=\"1\"><group name=\"DEFECTS\">"
+                       "<string name=\"submit_command\" value=\"client {id}\"/>"
+                       "<int name=\"time_limit\" value=\"42\"/>"
+                       "<boolean name=\"echo_command_lines\" value=\"true\"/>"
+                       "</group></resources>");
+        settings.close();
+        m_studio = std::make_unique<StudioMainWindow>(pluginPath, settingsPath());
+        QVERIFY2(m_studio->plugin(), qPrintable(m_studio->pluginError()));
+        m_studio->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_studio.get()));
+        const DefectTrackerSettings loaded = m_studio->defects()->tracker()->settings();
+        QCOMPARE(loaded.submitCommand, QStringLiteral("client {id}"));
+        QCOMPARE(loaded.timeLimitSeconds, 42);
+        QVERIFY(loaded.echoCommandLines);
+    }
+
+    void init()
+    {
+        useStore(path(QStringLiteral("%1.sqlite").arg(QTest::currentTestFunction())));
+        configure(QString(), 60, false);
+        newOutput();
+        m_dialogs->asked.clear();
+    }
+
+    void cleanup()
+    {
+        while (m_studio->tabs()->count() > 0)
+            Q_EMIT m_studio->tabs()->tabCloseRequested(0);
+        QTRY_VERIFY(m_studio->viewers().isEmpty());
+    }
+
+    void cleanupTestCase() { m_studio.reset(); }
+
+    // The headline and description of the stored defect are exactly those the viewer builds,
+    // with and without the studio's node name; the result file is attached with its size and
+    // hash; a successful run says nothing after its first line.
+    void filingAFailedItem()
+    {
+        const QString file = path(QStringLiteral("core.crc"));
+        QAStViewerWindow* viewer = openCopy("rules-core.crc", file);
+        QVERIFY(viewer);
+        const QStringList noGoto{QStringLiteral("core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")};
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+
+        viewer->setNode({QStringLiteral("nightly"), QStringLiteral("suite.core")});
+        QVERIFY(fileFromOutline(noGoto));
+        viewer->setNode({QString(), QStringLiteral("suite.core")});
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(newOutput(), QStringList(2, QStringLiteral("Submit Defect Report ...")));
+
+        const QList<Defect> defects = storedDefects(m_store);
+        QCOMPARE(defects.size(), 3);
+        QCOMPARE(defects[0].headline, QStringLiteral("crcstudiocore.crc:no-goto"));
+        QCOMPARE(defects[0].description,
+                 QStringLiteral("Report file:  core.crc Item failed:  no-goto Item type:   Rule "));
+        QCOMPARE(defects[1].headline,
+                 QStringLiteral("crcstudionightly:suite.core:core.crc:no-goto"));
+        QCOMPARE(defects[1].description,
+                 QStringLiteral("Workspace:  nightly Test:       suite.core Report file:  "
+                                "core.crc Item failed:  no-goto Item type:   Rule "));
+        QCOMPARE(defects[2].headline, QStringLiteral("crcstudiosuite.core:core.crc:no-goto"));
+        QVERIFY(defects[2].description.startsWith(QLatin1String("Test:       suite.core ")));
+        for (const Defect& defect : defects) {
+            QVERIFY(!defect.closed);
+            QCOMPARE(defect.itemPath, noGoto);
+            QCOMPARE(defect.file, file);
+            QVERIFY(qAbs(defect.filed.secsTo(QDateTime::currentDateTimeUtc())) < 3600);
+            QCOMPARE(defect.attachments.size(), 1);
+            QCOMPARE(defect.attachments[0].label, QStringLiteral("Report File"));
+            QCOMPARE(defect.attachments[0].path, file);
+            QCOMPARE(defect.attachments[0].size, QFileInfo(file).size());
+            QCOMPARE(defect.attachments[0].sha256, sha256(file));
+        }
+        QVERIFY(defects[0].id < defects[1].id && defects[1].id < defects[2].id);
+
+        // The dock lists them at once; activating a row brings its item back into view.
+        QCOMPARE(dock()->shownDefects().size(), 3);
+        QTreeWidgetItem* other =
+            findItem(outline(), {QStringLiteral("core.crc"), QStringLiteral("src/parser.c")});
+        outline()->setCurrentItem(other);
+        QTableView* table = dock()->table();
+        dock()->show();
+        dock()->raise();
+        const QRect firstRow = table->visualRect(table->model()->index(0, DefectsDock::ItemColumn));
+        QCOMPARE(table->model()->index(0, DefectsDock::ItemColumn).data().toString(),
+                 QStringLiteral("no-goto"));
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, firstRow.center());
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(outline()->currentItem(), findItem(outline(), noGoto));
+
+        // A result file that is gone is said, not opened.
+        cleanup();
+        QVERIFY(QFile::remove(file));
+        QTest::keyClick(table, Qt::Key_Return);
+        QCOMPARE(m_dialogs->asked.size(), 1);
+        QVERIFY(m_dialogs->asked.first().text.contains(file));
+        QCOMPARE(m_studio->tabs()->count(), 0);
+    }
+
+    // With the echo on, every step is followed by its command line, the failing ones too; the
+    // last is a command a user can run to store the same defect. With the echo off there is none.
+    void echoingCommandLines()
+    {
+        configure(QString(), 60, true);
+        const QString file = path(QStringLiteral("gone.crc"));
+        QVERIFY(openCopy("rules-core.crc", file));
+        QVERIFY(QFile::remove(file)); // attaching it fails; the rest goes on
+        QVERIFY(fileFromOutline(
+            {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
+        const QStringList lines = newOutput();
+        QCOMPARE(lines.size(), 8);
+        QCOMPARE(lines[0], QStringLiteral("Submit Defect Report ..."));
+        for (int step : {1, 2, 3, 4, 7})
+            QVERIFY2(lines[step].startsWith(QStringLiteral("sqlite3 ") + m_store),
+                     qPrintable(lines[step]));
+        QCOMPARE(lines[5], QStringLiteral("Warning ..."));
+        QCOMPARE(lines[6], QStringLiteral("The attachment %1 does not exist").arg(file));
+        QVERIFY(!lines[1].contains(QLatin1String("crcstudiogone.crc:no-goto")));
+        QVERIFY(lines[2].contains(QLatin1String("crcstudiogone.crc:no-goto")));
+
+        QList<Defect> defects = storedDefects(m_store);
+        QCOMPARE(defects.size(), 1);
+        QVERIFY(defects[0].attachments.isEmpty());
+        if (!QStandardPaths::findExecutable(QStringLiteral("sqlite3")).isEmpty()) {
+            QVERIFY(run(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), lines[7]}));
+            defects = storedDefects(m_store);
+            QCOMPARE(defects.size(), 2);
+            QCOMPARE(defects[1].headline, defects[0].headline);
+            QCOMPARE(defects[1].description, defects[0].description);
+            QCOMPARE(defects[1].itemPath, defects[0].itemPath);
+        }
+
+        configure(QString(), 60, false);
+        QVERIFY(openCopy("rules-core.crc", file));
+        QVERIFY(fileFromOutline(
+            {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
+        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+    }
+
+    // Each failure row: a store that cannot be opened stops the run at once; a team tracker that
+    // refuses stops it at the end with its own words, and nothing is stored.
+    void failuresStopTheRun()
+    {
+        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")};
+
+        QFile plain(path(QStringLiteral("plain")));
+        QVERIFY(plain.open(QIODevice::WriteOnly));
+        plain.close();
+        useStore(path(QStringLiteral("plain/defects.sqlite")));
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(newOutput(),
+                 QStringList({QStringLiteral("Submit Defect Report ..."),
+                              QStringLiteral("Cannot file defects in %1: the folder %2 cannot be "
+                                             "created")
+                                  .arg(m_store, path(QStringLiteral("plain"))),
+                              QStringLiteral("Stopped.")}));
+
+        useStore(path(QStringLiteral("refused.sqlite")));
+        configure(QStringLiteral("/bin/sh -c \"echo 'tracker says no' >&2; exit 3\""), 60, false);
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(newOutput(),
+                 QStringList({QStringLiteral("Submit Defect Report ..."),
+                              QStringLiteral("tracker says no"), QStringLiteral("Stopped.")}));
+        QVERIFY(storedDefects(m_store).isEmpty());
+
+        configure(QStringLiteral("/bin/false"), 60, false);
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(newOutput().value(1),
+                 QStringLiteral("The submit command /bin/false failed with exit status 1"));
+        configure(path(QStringLiteral("no-such-client")), 60, false);
+        QVERIFY(fileFromOutline(noGoto));
+        QVERIFY(newOutput().value(1).contains(QLatin1String("cannot be started")));
+        QVERIFY(storedDefects(m_store).isEmpty());
+
+        // A command that cannot be run as written is refused by the dialog, which stays open.
+        for (const char* bad : {"client 'open quote {id}", "client {headlin}"}) {
+            menuEntry(QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."))->trigger();
+            auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
+            QVERIFY(dialog);
+            dialog->commandEdit()->selectAll();
+            QTest::keyClicks(dialog->commandEdit(), QLatin1String(bad));
+            m_dialogs->asked.clear();
+            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
+            QCOMPARE(m_dialogs->asked.size(), 1);
+            QVERIFY(m_dialogs->asked.first().text.contains(
+                bad[7] == '\'' ? QLatin1String("quote") : QLatin1String("{headlin}")));
+            QVERIFY(dialog->isVisible());
+            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Cancel), Qt::LeftButton);
+            QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
+        }
+        QCOMPARE(m_studio->defects()->tracker()->settings().submitCommand,
+                 path(QStringLiteral("no-such-client")));
+
+        // Another program writing to the store: after a short wait, the lock is the reason.
+        configure(QString(), 60, false);
+        QVERIFY(fileFromOutline(noGoto));
+        newOutput();
+        {
+            QSqlDatabase other =
+                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+            other.setDatabaseName(m_store);
+            QVERIFY(other.open());
+            QSqlQuery(QStringLiteral("BEGIN EXCLUSIVE"), other);
+            QVERIFY(fileFromOutline(noGoto));
+            QSqlQuery(QStringLiteral("ROLLBACK"), other);
+            other.close();
+        }
+        QSqlDatabase::removeDatabase(QStringLiteral("other"));
+        const QStringList locked = newOutput();
+        QCOMPARE(locked.size(), 3);
+        QVERIFY2(locked[1].contains(m_store) && locked[1].contains(QLatin1String("locked")),
+                 qPrintable(locked[1]));
+        QCOMPARE(storedDefects(m_store).size(), 1);
+    }
+
+    // The team's client gets each value as one argument, whatever it holds (no shell), the
+    // description as a file and the new defect's id; what it prints is kept on the defect. One
+    // that hangs is stopped at the time limit, and nothing is filed.
+    void handingOffToATeamTracker()
+    {
+        QAStViewerWindow* viewer = m_studio->openFiles({example("rules-core.crc")});
+        QVERIFY(viewer);
+        viewer->setNode({QStringLiteral("my ws"), QStringLiteral("it's $(true); `x`")});
+        const QString received = path(QStringLiteral("received.txt"));
+        configure(QStringLiteral("/bin/sh -c 'printf \"%s\\n\" \"$1\" \"$3\" \"$4\" \"$#\" > %1; "
+                                 "cat \"$2\" >> %1; echo https://tracker.example/77' client "
+                                 "{headline} {description_file} {attachment} {id}")
+                      .arg(received),
+                  60, false);
+        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        const QStringList said = newOutput();
+        QVERIFY2(said == QStringList{QStringLiteral("Submit Defect Report ...")},
+                 qPrintable(said.join(QLatin1Char('|'))));
+        const QList<Defect> defects = storedDefects(m_store);
+        QCOMPARE(defects.size(), 1);
+        QCOMPARE(defects[0].externalReference, QStringLiteral("https://tracker.example/77"));
+        QFile file(received);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()),
+                 defects[0].headline + QLatin1Char('\n') + example("rules-core.crc") +
+                     QLatin1Char('\n') + QString::number(defects[0].id) + QStringLiteral("\n4\n") +
+                     defects[0].description);
+        QCOMPARE(defects[0].headline,
+                 QStringLiteral("crcstudiomy ws:it's $(true); `x`:rules-core.crc:no-goto"));
+        QCOMPARE(dock()->table()->model()->index(0, DefectsDock::ReferenceColumn).data().toString(),
+                 QStringLiteral("https://tracker.example/77"));
+
+        configure(QStringLiteral("sleep 30"), 1, true);
+        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        const QStringList lines = newOutput();
+        QCOMPARE(lines.mid(lines.size() - 3),
+                 QStringList({QStringLiteral("sleep 30"),
+                              QStringLiteral("The submit command sleep did not finish within 1 "
+                                             "second and was stopped"),
+                              QStringLiteral("Stopped.")}));
+        QCOMPARE(storedDefects(m_store).size(), 1);
+    }
+
+    // A store that cannot take the defect (read-only, full) says why, and what it held before
+    // is all still there.
+    void unwritableStoreLosesNothing()
+    {
+        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")};
+        const QString folder = path(QStringLiteral("locked"));
+        QVERIFY(QDir().mkpath(folder));
+        useStore(folder + QStringLiteral("/defects.sqlite"));
+        QVERIFY(fileFromOutline(noGoto));
+        const QList<Defect> before = storedDefects(m_store);
+        QCOMPARE(before.size(), 1);
+        newOutput();
+        {
+            ReadOnlyFolder readOnly(folder);
+            if (!readOnly.isReadOnly())
+                QSKIP("a read-only bind mount is not allowed here");
+            QVERIFY(fileFromOutline(noGoto));
+            const QStringList lines = newOutput();
+            QCOMPARE(lines.size(), 3);
+            QVERIFY2(lines[1].contains(m_store) && lines[1].contains(QLatin1String("readonly")),
+                     qPrintable(lines[1]));
+            QCOMPARE(lines[2], QStringLiteral("Stopped."));
+
+            // Closing it from the dock fails the same way, with a message.
+            dock()->show();
+            dock()->raise();
+            QTableView* table = dock()->table();
+            table->selectRow(0);
+            QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+            QCOMPARE(m_dialogs->asked.size(), 1);
+            QVERIFY(m_dialogs->asked.first().text.contains(QLatin1String("readonly")));
+        }
+        const QList<Defect> after = storedDefects(m_store);
+        QCOMPARE(after.size(), 1);
+        QCOMPARE(after[0].headline, before[0].headline);
+        QVERIFY(!after[0].closed);
+
+        TinyFileSystem tiny(path(QStringLiteral("tiny")), "128k");
+        if (!tiny.isMounted())
+            QSKIP("a small tmpfs cannot be mounted here");
+        useStore(path(QStringLiteral("tiny/defects.sqlite")));
+        QVERIFY(fileFromOutline(noGoto));
+        QCOMPARE(storedDefects(m_store).size(), 1);
+        tiny.fill();
+        newOutput();
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(fileFromOutline(noGoto));
+        const QStringList lines = newOutput();
+        QCOMPARE(lines.size(), 9);
+        QVERIFY2(lines[1].contains(QLatin1String("full")), qPrintable(lines[1]));
+        QCOMPARE(lines[2], QStringLiteral("Stopped."));
+        QCOMPARE(storedDefects(m_store).size(), 1);
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("check"));
+        database.setDatabaseName(m_store);
+        QVERIFY(database.open());
+        {
+            QSqlQuery check(QStringLiteral("PRAGMA integrity_check"), database);
+            QVERIFY(check.next());
+            QCOMPARE(check.value(0).toString(), QStringLiteral("ok"));
+        }
+        database.close();
+        database = QSqlDatabase();
+        QSqlDatabase::removeDatabase(QStringLiteral("check"));
+    }
+
+    // The dock sorts, filters, closes and reopens, and exports what it shows as CSV, through
+    // the safe writer: a link is not written through, a failed export keeps the old file.
+    void defectsDock()
+    {
+        const QString file = path(QStringLiteral("dock.crc"));
+        QVERIFY(openCopy("rules-core.crc", file));
+        for (const char* item : {"no-goto", "printf-format-literal"})
+            QVERIFY(fileFromOutline(
+                {QStringLiteral("dock.crc"), QStringLiteral("src/main.c"), QLatin1String(item)}));
+        QVERIFY(fileFromOutline({QStringLiteral("dock.crc"), QStringLiteral("src/parser.c"),
+                                 QStringLiteral("switch-default")}));
+        dock()->show();
+        dock()->raise();
+        QTableView* table = dock()->table();
+        QCOMPARE(table->model()->rowCount(), 3);
+
+        // Sorting by item, then filtering by text.
+        QHeaderView* header = table->horizontalHeader();
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                          QPoint(header->sectionViewportPosition(DefectsDock::ItemColumn) + 5,
+                                 header->height() / 2));
+        QStringList items;
+        for (const Defect& defect : dock()->shownDefects())
+            items.append(defect.item());
+        const QStringList sorted{"no-goto", "printf-format-literal", "switch-default"};
+        QVERIFY2(items == sorted || items == QStringList(sorted.rbegin(), sorted.rend()),
+                 qPrintable(items.join(QLatin1Char(' '))));
+        QTest::keyClicks(dock()->filterBox(), QStringLiteral("NO-GOTO"));
+        QCOMPARE(table->model()->rowCount(), 1);
+
+        // Close the defect shown, then reopen it.
+        QVERIFY(!dock()->closeButton()->isEnabled());
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
+        QVERIFY(dock()->closeButton()->isEnabled());
+        QVERIFY(!dock()->reopenButton()->isEnabled());
+        QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+        QList<Defect> stored = storedDefects(m_store);
+        QVERIFY(stored[0].closed && !stored[1].closed && !stored[2].closed);
+        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
+                 QStringLiteral("closed"));
+        QVERIFY(dock()->reopenButton()->isEnabled());
+
+        // Export: the row shown, in CSV.
+        const QString csv = path(QStringLiteral("export.csv"));
+        m_dialogs->files.append({csv});
+        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
+        QFile exported(csv);
+        QVERIFY(exported.open(QIODevice::ReadOnly));
+        const QList<QByteArray> rows = exported.readAll().split('\n');
+        QCOMPARE(rows.size(), 3); // header, the defect, the empty rest after the last line end
+        QCOMPARE(rows[0], QByteArray("id,state,headline,description,item,file,filed,"
+                                     "external_reference,attachments\r"));
+        QVERIFY(rows[1].startsWith(QByteArray::number(stored[0].id) +
+                                   ",closed,crcstudiodock.crc:no-goto,Report file:  dock.crc"));
+        QVERIFY(rows[1].contains(sha256(file).toLatin1()));
+        QVERIFY(rows[1].endsWith("\r"));
+
+        QTest::mouseClick(dock()->reopenButton(), Qt::LeftButton);
+        QVERIFY(!storedDefects(m_store)[0].closed);
+
+        // Failing exports: into a folder that is not there; through a link.
+        m_dialogs->files.append({path(QStringLiteral("none/export.csv"))});
+        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
+        QCOMPARE(m_dialogs->asked.last().kind, QStringLiteral("message"));
+        QVERIFY(m_dialogs->asked.last().text.contains(path(QStringLiteral("none/export.csv"))));
+        const QString link = path(QStringLiteral("link.csv"));
+        QVERIFY(QFile::link(csv, link));
+        const QByteArray before = [&] {
+            QFile kept(csv);
+            return kept.open(QIODevice::ReadOnly) ? kept.readAll() : QByteArray();
+        }();
+        dock()->filterBox()->clear();
+        m_dialogs->files.append({link});
+        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
+        QCOMPARE(m_dialogs->asked.last().kind, QStringLiteral("message"));
+        QFile kept(csv);
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), before);
+        QVERIFY(QFileInfo(link).isSymLink());
+
+        // A file that is no store is said in the dock, naming it.
+        useStore(example("rules-core.crc"));
+        QCOMPARE(table->model()->rowCount(), 0);
+        QVERIFY(!dock()->message()->isHidden());
+        QVERIFY(dock()->message()->text().contains(m_store));
+        QVERIFY(dock()->message()->text().contains(QLatin1String("not a database")));
+    }
+
+    // crcview lists the store for scripts, as CSV or JSON; a bad command line or a missing
+    // store is an error.
+    void crcviewListsTheStore()
+    {
+        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        const Defect defect = storedDefects(m_store).value(0);
+        const QString crcview = QStringLiteral(CRCVIEW_PATH);
+        QProcess process;
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), m_store,
+                                QStringLiteral("--format"), QStringLiteral("json")});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        const QJsonArray array = QJsonDocument::fromJson(process.readAllStandardOutput()).array();
+        QCOMPARE(array.size(), 1);
+        const QJsonObject object = array.first().toObject();
+        QCOMPARE(object.value(QStringLiteral("id")).toInteger(), defect.id);
+        QCOMPARE(object.value(QStringLiteral("headline")).toString(), defect.headline);
+        QCOMPARE(object.value(QStringLiteral("state")).toString(), QStringLiteral("open"));
+        QCOMPARE(object.value(QStringLiteral("item")).toString(), QStringLiteral("no-goto"));
+        QCOMPARE(object.value(QStringLiteral("attachments"))
+                     .toArray()
+                     .first()
+                     .toObject()
+                     .value(QStringLiteral("sha256"))
+                     .toString(),
+                 sha256(example("rules-core.crc")));
+
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), m_store});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(process.readAllStandardOutput(), DefectFormat::toCsv({defect}));
+
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--format"),
+                                QStringLiteral("xml")});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 64);
+        const QString missing = path(QStringLiteral("missing.sqlite"));
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), missing});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(QString::fromLocal8Bit(process.readAllStandardError()).contains(missing));
+        QVERIFY(!QFileInfo::exists(missing));
+        const QString notAStore = example("rules-core.crc");
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), notAStore});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 2);
+        const QString said = QString::fromLocal8Bit(process.readAllStandardError());
+        QVERIFY2(said.contains(notAStore) && said.contains(QLatin1String("not a database")),
+                 qPrintable(said));
+        const QString fifo = path(QStringLiteral("fifo"));
+        QVERIFY(run(QStringLiteral("mkfifo"), {fifo}));
+        process.start(crcview, {QStringLiteral("defects"), QStringLiteral("--defects"), fifo});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(process.readAllStandardError().contains("not a regular file"));
+    }
+};
+
+QTEST_MAIN(TestDefects)
+#include "tst_defects.moc"

@@ -232,6 +232,9 @@ int exportPages(const QStringList& arguments)
     }
     HeadlessViewer viewer;
     viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
+    // Only files that could not be read are errors; the question asked when nothing failed
+    // (show all results instead?) is not.
+    const bool unreadable = viewer.warned();
     if (failedOnly)
         viewer.window->failedtests();
     ErrorLog log;
@@ -239,7 +242,7 @@ int exportPages(const QStringList& arguments)
     std::cout
         << QDir(directory).absoluteFilePath(QStringLiteral("index.html")).toLocal8Bit().constData()
         << "\n";
-    return viewer.warned() ? exitUnreadable : 0;
+    return unreadable ? exitUnreadable : 0;
 }
 
 } // namespace

@@ -205,7 +205,10 @@ private Q_SLOTS:
         open(window, {a, b});
         QARToolBar* bar = window.toolBar();
         QVERIFY(bar);
-        QVERIFY(bar->prevButton()->isEnabled()); // no studio window: the window's own toolbar
+        // No studio window: the window's own toolbar, enabled once the window activates.
+        QVERIFY(!bar->prevButton()->isEnabled());
+        window.activated();
+        QVERIFY(bar->prevButton()->isEnabled());
 
         dialogs->buttons = {QMessageBox::Yes};
         window.failedtests();
@@ -360,7 +363,7 @@ private Q_SLOTS:
         QVERIFY(shared->nextButton()->isEnabled());
         QCOMPARE(studio().menus.size(), 1);
         QCOMPARE(studio().menus.first().first, window.commandsMenu());
-        QCOMPARE(studio().menus.first().second, QStringLiteral("Menu"));
+        QCOMPARE(studio().menus.first().second, QStringLiteral("&Menu")); // with a mnemonic
 
         QMenu* menu = window.commandsMenu();
         Q_EMIT menu->aboutToShow(); // nothing loaded yet
@@ -372,9 +375,12 @@ private Q_SLOTS:
         QStringList texts;
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(texts, QStringList({"All Test Results", "Failed Tests Only", "-", "Rule", "Metric",
-                                     "-", "Reload", "-", "Show header", "Print Header", "-",
-                                     "&Submit Trackwell Report", "-", "Generate HTML"}));
+        QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-", "Rule",
+                                     "Metric", "-", "&Reload", "-", "Show &header",
+                                     "&Print Header", "-", "&Submit Trackwell Report", "-",
+                                     "&Generate HTML", "-", "&Next Failed Test\tF8",
+                                     "Pre&vious Failed Test\tShift+F8"}));
+        QVERIFY(!menu->actions().at(6)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
         QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());
         QAction* printHeaderEntry = menu->actions().at(9);

@@ -37,8 +37,23 @@ class StudioInterface;
 class QAReporter : public QAStViewerWindow
 {
     Q_OBJECT
+    // Read by the studio through the object model: what is shown and whether there is a way back.
+    Q_PROPERTY(QStringList fileList READ fileList)
+    Q_PROPERTY(bool canGoBack READ canGoBack)
+    Q_PROPERTY(bool canGoForward READ canGoForward)
 
 public:
+    // Where the user is: the files shown, the selected outline entry by its path of names, and
+    // the tagged part of a document at the top of the view with how far it is scrolled.
+    struct Place
+    {
+        QStringList files;
+        QStringList entryPath;
+        QString document;
+        QString anchor;
+        int anchorTop = 0;
+    };
+
     // One-time set-up of the plug-in: shared toolbar, preferences, registry of windows.
     static void initialize(QARes* resources, StudioInterface* studio);
     static QAReporterPref* preference();
@@ -99,6 +114,9 @@ public:
     QARListView* outline() const;
     QARToolBar* toolBar() const;
     bool isAnalysed() const { return m_dataAnalysed; }
+    bool canGoBack() const { return !m_back.empty(); }
+    bool canGoForward() const { return !m_forward.empty(); }
+    Place currentPlace() const;
     bool headerShown() const { return m_headerShown; }
 
     // The window's commands menu, built on first activation and rebuilt each time it opens.
@@ -136,12 +154,20 @@ public Q_SLOTS:
     // Files the selected outline entry in the studio's defect tracker.
     void submitTrackwell();
     void find(const QString& text = QString()) override;
+    // The last search again, after (before) the selection; the Find dialog when there is none.
+    void findNext();
+    void findPrevious();
+    // The files and place shown before (after) the last link followed.
+    void goBack();
+    void goForward();
     // Writes a copy of each report under a name the user chooses.
     void saveAs() override;
     // Asks for a directory and exports the reports there as HTML pages.
     void exportDoc() override;
     void selItemChanged(QTreeWidgetItem* entry);
     void contextMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
+    // Opens the outline's context menu on `entry` (null on empty space) as it stands.
+    void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
     void mainwindowDestroyed();
 
 Q_SIGNALS:
@@ -165,6 +191,10 @@ private:
     void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const;
     void showHeaderDock();
+    void searchDocuments(const QRegularExpression& expression, bool backward);
+    void rememberPlace();
+    void showPlace(const Place& place);
+    void restorePlace(const Place& place);
 
     static QAReporterPref* s_preference;
     static QAReporterManager* s_manager;
@@ -193,6 +223,11 @@ private:
     QStringList m_typeNames;
     QString m_title;
     QRegularExpression m_findExpression;
+    QString m_findText; // as the user typed it
+    bool m_findRegularExpression = false;
+    std::vector<Place> m_back;
+    std::vector<Place> m_forward;
+    std::unique_ptr<Place> m_pendingPlace; // to return to once a reload is analysed
     bool m_typeVisibilityInitialised = false;
     QMap<QString, bool> m_typeVisibility;
     QPointer<QARToolBar> m_toolBar;

@@ -26,6 +26,10 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
         tr("<b>All Test Results</b> or <b>Failed Tests Only</b><br>Use this button to "
            "either display all tests or only failed tests"),
         &QARToolBar::filtreClicked);
+    // The keys reach the window the toolbar drives; disabled buttons take none.
+    m_prevButton->setShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F8));
+    m_nextButton->setShortcut(QKeySequence(Qt::Key_F8));
+    m_filterButton->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F8));
     setEnabledAll(false);
 }
 

@@ -193,6 +193,8 @@ private:
     void showHeaderDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
     void rememberPlace();
+    // The directory of the shown report whose document holds `item`; empty when none does.
+    QString reportDirectoryOf(const DItem* item) const;
     void showPlace(const Place& place);
     void restorePlace(const Place& place);
 

@@ -65,7 +65,9 @@ void QAReporter::analyse(const QStringList& files)
             for (const QString& reason : std::as_const(reasons))
                 output->appendOutput(reason + QLatin1Char('\n'));
         }
-        QADialogs::warning(this, tr("Test Report"), message);
+        // The dialog names each file with its reason; the list above keeps the usual form.
+        QADialogs::warning(this, tr("Test Report"),
+                           message + QLatin1Char('\n') + reasons.join(QLatin1Char('\n')));
     }
     if (m_dataList.empty()) {
         m_pendingPlace.reset();

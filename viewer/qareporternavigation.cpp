@@ -92,6 +92,20 @@ QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
     return ::searchReporterNode(displayed, item);
 }
 
+QString QAReporter::reportDirectoryOf(const DItem* item) const
+{
+    const DItem* root = item;
+    while (root && root->parent())
+        root = root->parent();
+    if (!m_filter || !root)
+        return QString();
+    for (const auto& record : m_filter->filtered()) {
+        if (record->document.get() == root)
+            return QFileInfo(record->fileName).absolutePath();
+    }
+    return QString();
+}
+
 void QAReporter::resolveLink(DLink* link)
 {
     if (!link)
@@ -131,11 +145,16 @@ void QAReporter::resolveLink(DLink* link)
     if (!match.hasMatch())
         rememberPlace(); // a tag: the studio moves this window
     if (match.hasMatch()) {
+        // A relative path is the node's base followed by the path, and what is still relative
+        // then lies beside the report: never where the studio happened to be started.
         const QString file = match.captured(1).trimmed();
-        const QFileInfo info(file);
-        if (file.isEmpty() || (info.isRelative() && !info.exists())) {
-            if (const QAReporterNode* node = searchReporterNode(link))
-                target = node->base + file + QStringLiteral(" line ") + match.captured(2);
+        if (file.isEmpty() || QFileInfo(file).isRelative()) {
+            const QAReporterNode* node = searchReporterNode(link);
+            QString path = node ? node->base + file : file;
+            const QString directory = reportDirectoryOf(link);
+            if (QFileInfo(path).isRelative() && !directory.isEmpty())
+                path = QDir::cleanPath(QDir(directory).filePath(path));
+            target = path + QStringLiteral(" line ") + match.captured(2);
         }
     }
     if (StudioInterface* studio = hostStudio())

@@ -52,8 +52,10 @@ QARToolBar* QARToolBar::getToolBar(StudioInterface* studio)
     auto* mainWindow = studio ? qobject_cast<QMainWindow*>(studio->mainWindow()) : nullptr;
     if (!mainWindow)
         return nullptr;
-    if (!reportertoolbar)
+    if (!reportertoolbar) {
         reportertoolbar = new QARToolBar(tr("Code Review Toolbar", "Tool bar Title"), mainWindow);
+        reportertoolbar->setObjectName(QStringLiteral("codeReviewToolBar")); // kept in layouts
+    }
     return reportertoolbar;
 }
 

@@ -53,6 +53,15 @@ bool viewerFlag(const QAStViewerWindow* viewer, const char* name)
     return viewer && viewer->property(name).toBool();
 }
 
+// Whether `viewer` itself holds `file` (another window on its way out may hold it too).
+bool viewerHolds(QAStViewerWindow* viewer, const QString& file)
+{
+    bool holds = false;
+    return QMetaObject::invokeMethod(viewer, "contain", Q_RETURN_ARG(bool, holds),
+                                     Q_ARG(QString, file)) &&
+           holds;
+}
+
 QString absolute(const QString& path)
 {
     return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
@@ -232,7 +241,9 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
     QAStViewerWindow* shown = nullptr;
     for (const QString& file : files) {
         const QString path = absolute(file);
-        if (QAStViewerWindow* holder = plugin()->openedWindow(path)) {
+        // A window whose tab was closed may still be on its way out: it holds nothing.
+        QAStViewerWindow* holder = plugin()->openedWindow(path);
+        if (holder && m_tabs->indexOf(holder) >= 0) {
             if (!shown)
                 shown = holder;
         } else if (!fresh.contains(path)) {
@@ -248,7 +259,7 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& files)
         // The plug-in has told the user what it could not read; a window left with nothing
         // to show is not kept.
         const bool showsAny = std::any_of(fresh.begin(), fresh.end(), [&](const QString& file) {
-            return plugin()->openedWindow(file) == viewer;
+            return viewerHolds(viewer, file);
         });
         if (showsAny) {
             addViewer(viewer);
@@ -295,7 +306,7 @@ QStringList StudioMainWindow::shownFiles(QAStViewerWindow* viewer) const
         return shown;
     const QStringList files = viewer->property("fileList").toStringList();
     for (const QString& file : files) {
-        if (plugin()->openedWindow(file) == viewer && !shown.contains(file))
+        if (viewerHolds(viewer, file) && !shown.contains(file))
             shown.append(file);
     }
     return shown;

@@ -78,6 +78,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
     m_headerView = new DReportWidget(m_headerDock);
     m_headerView->setSearchPaths(searchPaths);
+    m_headerView->setMinimumHeight(26); // a strip of the summary at first, taller if dragged
     m_headerDock->setWidget(m_headerView);
     m_headerDock->hide(); // docked once there are two reports to sum up
 

@@ -72,7 +72,7 @@ public:
                     std::unique_ptr<DDocument> header);
     void updateListView();
     void updateTypes();
-    bool contain(const QString& file) const;
+    Q_INVOKABLE bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
     // Reads one report document; the caller owns it. Null when it cannot be read.

@@ -36,7 +36,7 @@ void QAReporter::showHeaderDock()
         return;
     addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
     m_headerDock->show();
-    resizeDocks({m_headerDock}, {26}, Qt::Vertical); // a strip; the user may drag it taller
+    resizeDocks({m_headerDock}, {m_headerDock->minimumSizeHint().height()}, Qt::Vertical);
 }
 
 // A failed entry is filed as a defect, another as a report; a whole file cannot be filed.

@@ -257,10 +257,17 @@ QAReporter::Place QAReporter::currentPlace() const
     if (!document)
         return place;
     place.document = document->tag();
-    // The nearest tagged part around what shows at the top of the view.
-    const int inset = m_documentView->margin() + 1;
-    for (DItem* item = m_documentView->itemAt(QPoint(inset, inset)); item;
-         item = item->parent()) {
+    // The nearest tagged part around what shows at the top of the view: the first item met
+    // going down from the top, a few pixels at a time past spacing and margins.
+    DItem* top = nullptr;
+    const int width = m_documentView->viewport()->width();
+    for (int y = 1; y < 60 && !top; y += 4) {
+        for (int x : {m_documentView->margin() + 2, width / 4, width / 2}) {
+            if ((top = m_documentView->itemAt(QPoint(x, y))))
+                break;
+        }
+    }
+    for (DItem* item = top; item; item = item->parent()) {
         const auto* tagged = item->isTagged() ? static_cast<DTaggedItemContainer*>(item) : nullptr;
         if (tagged && !tagged->tag().isEmpty() && item != document) {
             place.anchor = tagged->tag();

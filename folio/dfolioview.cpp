@@ -249,7 +249,8 @@ DFolioView::SearchResult DFolioView::find(const QRegularExpression& expression, 
     for (int step = 0; step <= count; ++step) {
         const int block = backward ? ((start.block - step) % count + count) % count
                                    : (start.block + step) % count;
-        const bool wrapped = step == count || (backward ? block > start.block : block < start.block);
+        const bool wrapped =
+            step == count || (backward ? block > start.block : block < start.block);
         const QString text = DBlockLayout(blocks[block], m_context).plainText();
         qsizetype from = step == 0 && !backward ? start.offset : 0;
         const qsizetype before = step == 0 && backward ? start.offset : text.size() + 1;

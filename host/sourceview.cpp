@@ -23,7 +23,8 @@ private:
     SourceView* m_view;
 };
 
-SourceView::SourceView(const QString& path) : m_path(path), m_lineNumbers(new LineNumberMargin(this))
+SourceView::SourceView(const QString& path)
+    : m_path(path), m_lineNumbers(new LineNumberMargin(this))
 {
     setReadOnly(true);
     setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -65,7 +66,8 @@ void SourceView::paintLineNumbers(QPaintEvent* event)
         const int height = qRound(blockBoundingRect(block).height());
         if (block.isVisible() && top + height >= event->rect().top()) {
             const int number = block.blockNumber() + 1;
-            painter.setPen(palette().color(number == m_line ? QPalette::Text : QPalette::PlaceholderText));
+            painter.setPen(
+                palette().color(number == m_line ? QPalette::Text : QPalette::PlaceholderText));
             painter.drawText(0, top, m_lineNumbers->width() - 4, height, Qt::AlignRight,
                              QString::number(number));
         }

@@ -22,13 +22,13 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QStyle>
-#include <QToolBar>
 #include <QRegularExpression>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTabWidget>
+#include <QToolBar>
 #include <algorithm>
 #include <utility>
 
@@ -336,8 +336,7 @@ void StudioMainWindow::updateTab(QAStViewerWindow* viewer)
 void StudioMainWindow::updateTitle()
 {
     const int index = m_tabs->currentIndex();
-    setWindowTitle(index < 0 ? caption()
-                             : tr("%1 - %2").arg(m_tabs->tabText(index), caption()));
+    setWindowTitle(index < 0 ? caption() : tr("%1 - %2").arg(m_tabs->tabText(index), caption()));
 }
 
 void StudioMainWindow::openWithDialog()
@@ -727,9 +726,9 @@ QString StudioMainWindow::locateSource(const QString& missing)
                             QMessageBox::Yes | QMessageBox::No,
                             QMessageBox::Yes) != QMessageBox::Yes)
         return QString();
-    const QStringList picked = QADialogs::current().openFileNames(
-        this, tr("Locate %1").arg(name), currentDirectory(),
-        tr("%1 (%1);;All files (*)").arg(name));
+    const QStringList picked =
+        QADialogs::current().openFileNames(this, tr("Locate %1").arg(name), currentDirectory(),
+                                           tr("%1 (%1);;All files (*)").arg(name));
     if (picked.isEmpty() || !QASafeWrite::isRegularFile(picked.first()))
         return QString();
     const QString found = absolute(picked.first());
@@ -792,18 +791,23 @@ void StudioMainWindow::loadStudioSettings()
     const QAResGroup* group = res ? res->toResGroup() : nullptr;
     if (!group)
         return;
-    m_savedGeometry = QByteArray::fromBase64(stringSetting(group, QStringLiteral("geometry")).toLatin1());
-    m_savedState = QByteArray::fromBase64(stringSetting(group, QStringLiteral("layout")).toLatin1());
+    m_savedGeometry =
+        QByteArray::fromBase64(stringSetting(group, QStringLiteral("geometry")).toLatin1());
+    m_savedState =
+        QByteArray::fromBase64(stringSetting(group, QStringLiteral("layout")).toLatin1());
     const QString directory = stringSetting(group, QStringLiteral("last_directory"));
     if (!directory.isEmpty() && QFileInfo(directory).isDir())
         m_currentDirectory = directory;
-    if (const QARes* recent = group->child(QStringLiteral("recent")); recent && recent->toResGroup()) {
+    if (const QARes* recent = group->child(QStringLiteral("recent"));
+        recent && recent->toResGroup()) {
         for (const auto& entry : recent->toResGroup()->children()) {
-            if (const QAResString* file = entry->toResString(); file && m_recentFiles.size() < recentKept)
+            if (const QAResString* file = entry->toResString();
+                file && m_recentFiles.size() < recentKept)
                 m_recentFiles.append(file->value());
         }
     }
-    if (const QARes* roots = group->child(QStringLiteral("source_roots")); roots && roots->toResGroup()) {
+    if (const QARes* roots = group->child(QStringLiteral("source_roots"));
+        roots && roots->toResGroup()) {
         for (const auto& entry : roots->toResGroup()->children()) {
             const QAResGroup* root = entry->toResGroup();
             const QString from = stringSetting(root, QStringLiteral("from"));
@@ -827,7 +831,8 @@ void StudioMainWindow::restoreLayout()
 std::unique_ptr<QARes> StudioMainWindow::toResources(const char* name)
 {
     auto group = std::make_unique<QAResGroup>(name ? QString::fromLatin1(name) : settingsGroup);
-    group->add<QAResString>(QStringLiteral("geometry"), QString::fromLatin1(saveGeometry().toBase64()));
+    group->add<QAResString>(QStringLiteral("geometry"),
+                            QString::fromLatin1(saveGeometry().toBase64()));
     group->add<QAResString>(QStringLiteral("layout"), QString::fromLatin1(saveState().toBase64()));
     group->add<QAResString>(QStringLiteral("last_directory"), m_currentDirectory);
     auto* recent = group->add<QAResGroup>(QStringLiteral("recent"));
@@ -857,17 +862,16 @@ void StudioMainWindow::fillRecentMenu()
         const QString file = m_recentFiles.at(i);
         QString name = QFileInfo(file).fileName();
         name.replace(QLatin1Char('&'), QStringLiteral("&&"));
-        QAction* entry = m_recentMenu->addAction(
-            i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(name) : name, this,
-            [this, file] { openFiles({file}); });
+        QAction* entry =
+            m_recentMenu->addAction(i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(name) : name,
+                                    this, [this, file] { openFiles({file}); });
         entry->setStatusTip(QDir::toNativeSeparators(file));
         entry->setToolTip(QDir::toNativeSeparators(file));
     }
     if (!m_recentFiles.isEmpty())
         m_recentMenu->addSeparator();
-    QAction* clear = m_recentMenu->addAction(tr("&Clear the List"), this, [this] {
-        m_recentFiles.clear();
-    });
+    QAction* clear =
+        m_recentMenu->addAction(tr("&Clear the List"), this, [this] { m_recentFiles.clear(); });
     clear->setEnabled(!m_recentFiles.isEmpty());
     m_recentMenu->setToolTipsVisible(true);
 }

@@ -44,8 +44,7 @@ QRegularExpression QAViewerFindDialog::regExp() const
                                      : QRegularExpression::CaseInsensitiveOption);
 }
 
-void QAViewerFindDialog::setSearch(const QString& text, bool caseSensitive,
-                                   bool regularExpression)
+void QAViewerFindDialog::setSearch(const QString& text, bool caseSensitive, bool regularExpression)
 {
     m_text->setText(text);
     m_text->selectAll();

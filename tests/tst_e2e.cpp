@@ -435,12 +435,11 @@ private Q_SLOTS:
         QVERIFY(writeFile(path("moved/root/src/c.c"), "c1\nc2\n"));
         const QString report = path("project/report.crc");
         QVERIFY(writeFile(
-            report,
-            "<XROD><DOCUMENT tag='src'><XROD:NODE name='proj' type='File' state='ko' "
-            "base='proj/'><SECTION><PARAGRAPH><LINK target='src/a.c line 3'>a</LINK> "
-            "<LINK target='/nowhere/root/src/b.c line 2'>b</LINK> "
-            "<LINK target='/nowhere/root/src/c.c line 1'>c</LINK></PARAGRAPH></SECTION>"
-            "</XROD:NODE></DOCUMENT></XROD>"));
+            report, "<XROD><DOCUMENT tag='src'><XROD:NODE name='proj' type='File' state='ko' "
+                    "base='proj/'><SECTION><PARAGRAPH><LINK target='src/a.c line 3'>a</LINK> "
+                    "<LINK target='/nowhere/root/src/b.c line 2'>b</LINK> "
+                    "<LINK target='/nowhere/root/src/c.c line 1'>c</LINK></PARAGRAPH></SECTION>"
+                    "</XROD:NODE></DOCUMENT></XROD>"));
         QDir::setCurrent(QDir::rootPath());
         QAStViewerWindow* first = open({report});
         QVERIFY(open({example("rules-gui.crc")}) != first); // the last directory is elsewhere
@@ -671,8 +670,9 @@ private Q_SLOTS:
                                   "state='ok' sum='3'><SECTION><PARAGRAPH>fine</PARAGRAPH>"
                                   "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
         QProcess crcview;
-        crcview.start(QStringLiteral(CRCVIEW_PATH),
-                      {QStringLiteral("export"), QStringLiteral("--failed"), path("pages"), passed});
+        crcview.start(
+            QStringLiteral(CRCVIEW_PATH),
+            {QStringLiteral("export"), QStringLiteral("--failed"), path("pages"), passed});
         QVERIFY(crcview.waitForFinished(60000));
         QCOMPARE(crcview.exitCode(), 0);
         QVERIFY(QFile::exists(path("pages/index.html")));
@@ -697,7 +697,8 @@ private Q_SLOTS:
         QVERIFY(!welcome());
         QCOMPARE(m_studio->tabs()->tabText(0), QStringLiteral("security-audit.crc"));
         QCOMPARE(m_studio->windowTitle(), QStringLiteral("security-audit.crc - crcstudio"));
-        QCOMPARE(m_studio->statusBar()->currentMessage(), QStringLiteral("Opened security-audit.crc"));
+        QCOMPARE(m_studio->statusBar()->currentMessage(),
+                 QStringLiteral("Opened security-audit.crc"));
         QCOMPARE(m_dialogs->asked.size(), 1);
         QVERIFY2(m_dialogs->asked.first().text.contains(broken + QStringLiteral(":3:")),
                  qPrintable(m_dialogs->asked.first().text));
@@ -719,7 +720,8 @@ private Q_SLOTS:
         QVERIFY(writeFile(lines, QByteArray("x\n").repeated(150)));
         m_studio->openLocation(lines + QStringLiteral(" line 120"), 3, true);
         QVERIFY(m_studio->activeSource());
-        auto* numbers = m_studio->activeSource()->findChild<QWidget*>(QStringLiteral("lineNumbers"));
+        auto* numbers =
+            m_studio->activeSource()->findChild<QWidget*>(QStringLiteral("lineNumbers"));
         QVERIFY(numbers && numbers->isVisible());
         QVERIFY(numbers->width() >=
                 m_studio->activeSource()->fontMetrics().horizontalAdvance(QStringLiteral("150")));
@@ -730,10 +732,12 @@ private Q_SLOTS:
         QString error;
         QVERIFY2(m_studio->saveSettings(&error), qPrintable(error));
         m_studio->outlineDock()->show();
-        const QString restarted = runChild({QStringLiteral("--restarted"), path("config/settings.xml")});
+        const QString restarted =
+            runChild({QStringLiteral("--restarted"), path("config/settings.xml")});
         QVERIFY2(restarted.contains(QLatin1String("size=900x640")), qPrintable(restarted));
         QVERIFY2(restarted.contains(QLatin1String("outline=0")), qPrintable(restarted));
-        QVERIFY2(restarted.contains(QStringLiteral("directory=") + examples), qPrintable(restarted));
+        QVERIFY2(restarted.contains(QStringLiteral("directory=") + examples),
+                 qPrintable(restarted));
         QVERIFY2(restarted.contains(QStringLiteral("recent=") + example("security-audit.crc")),
                  qPrintable(restarted));
     }

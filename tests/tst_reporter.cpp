@@ -376,10 +376,9 @@ private Q_SLOTS:
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
         QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-", "Rule",
-                                     "Metric", "-", "&Reload", "-", "Show &header",
-                                     "&Print Header", "-", "&Submit Trackwell Report", "-",
-                                     "&Generate HTML", "-", "&Next Failed Test\tF8",
-                                     "Pre&vious Failed Test\tShift+F8"}));
+                                     "Metric", "-", "&Reload", "-", "Show &header", "&Print Header",
+                                     "-", "&Submit Trackwell Report", "-", "&Generate HTML", "-",
+                                     "&Next Failed Test\tF8", "Pre&vious Failed Test\tShift+F8"}));
         QVERIFY(!menu->actions().at(6)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
         QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());

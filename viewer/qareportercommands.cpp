@@ -7,10 +7,10 @@
 #include "model/qareporterdata.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
-#include "viewer/qarlistview.h"
-#include "viewer/qarpopupmenu.h"
 #include "viewer/qaricons.h"
+#include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
+#include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
 #include <QDockWidget>
@@ -111,8 +111,7 @@ void QAReporter::updateToolMenu()
     all->setCheckable(true);
     all->setChecked(!filtered);
     all->setEnabled(loaded);
-    QAction* failed =
-        addEntry(tr("&Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
+    QAction* failed = addEntry(tr("&Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
     failed->setCheckable(true);
     failed->setChecked(filtered);
     failed->setEnabled(loaded);
@@ -256,7 +255,6 @@ void QAReporter::printHeader()
     if (m_headerShown)
         m_headerView->print();
 }
-
 
 void QAReporter::gotoMenu()
 {

@@ -185,10 +185,10 @@ void QAReporter::find(const QString& text)
     connect(findDialog, &QAViewerFindDialog::search, this, &QAReporter::findDialogSearch);
     findDialog->setRegExp(m_findExpression);
     // The user's own text and choices come back as they were left.
-    findDialog->setSearch(m_findText,
-                          !(m_findExpression.patternOptions() &
-                            QRegularExpression::CaseInsensitiveOption),
-                          m_findRegularExpression);
+    findDialog->setSearch(
+        m_findText,
+        !(m_findExpression.patternOptions() & QRegularExpression::CaseInsensitiveOption),
+        m_findRegularExpression);
     findDialog->exec();
     if (findDialog) {
         m_findExpression = findDialog->regExp();

@@ -39,8 +39,8 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
         connect(action, &QAction::triggered, button, &QToolButton::click);
         if (mainWindow)
             mainWindow->addAction(action);
-        button->setToolTip(tr("%1 (%2)").arg(button->text(),
-                                             key.toString(QKeySequence::NativeText)));
+        button->setToolTip(
+            tr("%1 (%2)").arg(button->text(), key.toString(QKeySequence::NativeText)));
     }
     setEnabledAll(false);
 }

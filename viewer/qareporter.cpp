@@ -78,7 +78,10 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
     m_headerView = new DReportWidget(m_headerDock);
     m_headerView->setSearchPaths(searchPaths);
-    m_headerView->setMinimumHeight(26); // a strip of the summary at first, taller if dragged
+    // A strip of the summary at first, taller when dragged: little margin, so the strip shows
+    // the first row.
+    m_headerView->setMinimumHeight(26);
+    m_headerView->setMargin(2);
     m_headerDock->setWidget(m_headerView);
     m_headerDock->hide(); // docked once there are two reports to sum up
 

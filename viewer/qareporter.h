@@ -224,7 +224,7 @@ private:
     std::unique_ptr<QAReporterNodeValidator> m_validator;
     QStringList m_typeNames;
     QString m_title;
-    QRegularExpression m_findExpression;
+    QRegularExpression m_findExpression{QString(), QRegularExpression::CaseInsensitiveOption};
     QString m_findText; // as the user typed it
     bool m_findRegularExpression = false;
     std::vector<Place> m_back;

@@ -727,11 +727,20 @@ private Q_SLOTS:
                 m_studio->activeSource()->fontMetrics().horizontalAdvance(QStringLiteral("150")));
         QCOMPARE(m_studio->windowTitle(), QStringLiteral("lines.c - crcstudio"));
 
+        // The user sizes the window, closes the outline and quits (this test comes last).
         m_studio->resize(900, 640);
-        m_studio->outlineDock()->hide();
-        QString error;
-        QVERIFY2(m_studio->saveSettings(&error), qPrintable(error));
-        m_studio->outlineDock()->show();
+        bringStudioForward();
+        for (QDockWidget* dock : m_studio->findChildren<QDockWidget*>()) {
+            if (dock->windowTitle() == QLatin1String("Outline")) {
+                QAbstractButton* close =
+                    dock->findChild<QAbstractButton*>(QStringLiteral("qt_dockwidget_closebutton"));
+                QVERIFY(close);
+                close->click();
+            }
+        }
+        QVERIFY(m_studio->outlineDock()->isHidden());
+        menuEntry(QStringLiteral("File"), QStringLiteral("Quit"))->trigger();
+        QVERIFY(!m_studio->isVisible());
         const QString restarted =
             runChild({QStringLiteral("--restarted"), path("config/settings.xml")});
         QVERIFY2(restarted.contains(QLatin1String("size=900x640")), qPrintable(restarted));

@@ -212,19 +212,18 @@ void QAReporter::activated()
     if (!m_commandsMenu)
         createToolMenu();
     StudioInterface* studio = hostStudio();
-    if (!m_commandsMenu)
-        return;
-    if (studio && studio->mainWindow()) {
+    if (m_commandsMenu && studio && studio->mainWindow()) {
         // The menu bar entry gets a mnemonic, unless the title brings its own.
         const QString menuTitle =
             m_title.contains(QLatin1Char('&')) ? m_title : QLatin1Char('&') + m_title;
         m_studioMenuId = studio->insertMenu(m_commandsMenu, menuTitle);
-    } else if (m_studioMenuId == -1) {
+    } else if (m_commandsMenu && m_studioMenuId == -1) {
         // Outside a studio window the menu goes into the window's own menu bar, once.
         m_commandsMenu->setTitle(tr("&Commands"));
         menuBar()->addMenu(m_commandsMenu);
         m_studioMenuId = 0;
     }
+    Q_EMIT stateChanged();
 }
 
 void QAReporter::desactivated()

@@ -313,6 +313,7 @@ void QAReporter::setNode(const nodeData& node)
         return;
     setWindowTitle(
         QStringLiteral("%1 [%2]").arg(m_title, node.name.section(QLatin1Char('.'), -1, -1)));
+    Q_EMIT captionChanged(this);
 }
 
 void QAReporter::rememberPlace()

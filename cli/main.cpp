@@ -243,6 +243,9 @@ int exportPages(const QStringList& arguments)
     }
     HeadlessViewer viewer;
     viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
+    // Only files that could not be read are errors; the question asked when nothing failed
+    // (show all results instead?) is not.
+    const bool unreadable = viewer.warned();
     if (failedOnly)
         viewer.window->failedtests();
     ErrorLog log;
@@ -255,7 +258,7 @@ int exportPages(const QStringList& arguments)
                      .toLocal8Bit()
                      .constData()
               << "\n";
-    return viewer.warned() || !complete ? exitUnreadable : 0;
+    return unreadable || !complete ? exitUnreadable : 0;
 }
 
 } // namespace

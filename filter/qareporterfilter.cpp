@@ -20,12 +20,55 @@ void QAReporterFilter::setValidator(const QAReporterNodeValidator& validator)
     m_validator = std::make_unique<QAReporterNodeValidator>(validator);
 }
 
+namespace {
+
+// The document of a report without result nodes (a report document such as a `.xrd`), copied
+// whole: there is nothing in it to filter.
+std::unique_ptr<DDocument> copyWhole(const DDocument& source)
+{
+    std::unique_ptr<DItem> root = source.copy();
+    struct Pending
+    {
+        const DItemContainer* from;
+        DItemContainer* to;
+    };
+    std::vector<Pending> pending{{&source, root->asContainer()}};
+    while (!pending.empty()) {
+        const Pending level = pending.back();
+        pending.pop_back();
+        DItem* last = nullptr;
+        for (const DItem* child = level.from->firstChild(); child; child = child->next()) {
+            std::unique_ptr<DItem> copy = child->copy();
+            DItem* added = copy.get();
+            copy->setParent(level.to);
+            if (last)
+                last->setNext(std::move(copy));
+            else
+                level.to->setFirstChild(std::move(copy));
+            last = added;
+            if (const DItemContainer* container = child->asContainer())
+                pending.push_back({container, added->asContainer()});
+        }
+    }
+    return std::unique_ptr<DDocument>(static_cast<DDocument*>(root.release()));
+}
+
+} // namespace
+
 bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
 {
     DUpdater updater;
     for (const QAReporterData* report : reports) {
-        if (!report || !report->tree || !report->document)
+        if (!report || !report->document)
             continue;
+        if (!report->tree || !report->tree->toRoot()) {
+            auto shownWhole = std::make_unique<QAReporterData>();
+            shownWhole->fileName = report->fileName;
+            shownWhole->document = copyWhole(*report->document);
+            updater.doItem(shownWhole->document.get());
+            m_filtered.push_back(std::move(shownWhole));
+            continue;
+        }
         QAReporterFilterWriter writer(m_validator.get());
         writer.setReportName(report->fileName);
         writer.startWriter(report->tree, report->document.get());

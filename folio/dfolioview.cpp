@@ -232,26 +232,49 @@ bool DFolioView::moveTo(const QString& file, const QString& document, const QStr
 
 bool DFolioView::search(const QRegularExpression& expression)
 {
+    return find(expression) != NotFound;
+}
+
+DFolioView::SearchResult DFolioView::find(const QRegularExpression& expression, bool backward)
+{
     const std::vector<DBlock>& blocks = m_blocks.blocks();
     if (!expression.isValid() || expression.pattern().isEmpty() || blocks.empty())
-        return false;
-    const Position start = hasSelection() ? qMax(m_anchor, m_cursor) : Position{m_top, 0};
+        return NotFound;
+    const Position start = !hasSelection() ? Position{m_top, 0}
+                           : backward      ? qMin(m_anchor, m_cursor)
+                                           : qMax(m_anchor, m_cursor);
     const int count = int(blocks.size());
-    // The start block is looked at twice: after the start, then, having wrapped, before it.
+    // The start block is looked at twice: on the near side of the start, then, having wrapped,
+    // on the far side.
     for (int step = 0; step <= count; ++step) {
-        const int block = (start.block + step) % count;
+        const int block = backward ? ((start.block - step) % count + count) % count
+                                   : (start.block + step) % count;
+        const bool wrapped =
+            step == count || (backward ? block > start.block : block < start.block);
         const QString text = DBlockLayout(blocks[block], m_context).plainText();
-        QRegularExpressionMatch match = expression.match(text, step == 0 ? start.offset : 0);
-        while (match.hasMatch() && match.capturedLength() == 0)
-            match = expression.match(text, match.capturedStart() + 1);
-        if (match.hasMatch()) {
-            select(Position{block, int(match.capturedStart())},
-                   Position{block, int(match.capturedEnd())});
-            showPosition(Position{block, int(match.capturedStart())});
-            return true;
+        qsizetype from = step == 0 && !backward ? start.offset : 0;
+        const qsizetype before = step == 0 && backward ? start.offset : text.size() + 1;
+        qsizetype foundStart = -1;
+        qsizetype foundEnd = -1;
+        for (QRegularExpressionMatch match = expression.match(text, from); match.hasMatch();
+             match = expression.match(text, from)) {
+            from = match.capturedStart() + 1;
+            if (match.capturedLength() == 0)
+                continue;
+            if (backward && match.capturedStart() >= before)
+                break;
+            foundStart = match.capturedStart();
+            foundEnd = match.capturedEnd();
+            if (!backward)
+                break;
+        }
+        if (foundStart >= 0) {
+            select(Position{block, int(foundStart)}, Position{block, int(foundEnd)});
+            showPosition(Position{block, int(foundStart)});
+            return wrapped ? Wrapped : Found;
         }
     }
-    return false;
+    return NotFound;
 }
 
 void DFolioView::showPosition(const Position& position)

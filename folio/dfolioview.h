@@ -43,6 +43,15 @@ public:
     // Selects the next match after the selection (or after the top of the view), wrapping
     // around to the start.
     bool search(const QRegularExpression& expression);
+    enum SearchResult
+    {
+        NotFound,
+        Found,
+        Wrapped // found after passing the end (the start, searching backward)
+    };
+    // Selects the next match after the selection, or with `backward` the last one before it,
+    // wrapping around; says whether it had to wrap.
+    SearchResult find(const QRegularExpression& expression, bool backward = false);
 
     void setSearchPaths(const QStringList& paths);
     void addSearchPath(const QString& path);

@@ -3,15 +3,77 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QPainter>
 #include <QTextBlock>
 
-SourceView::SourceView(const QString& path) : m_path(path)
+// The margin of a source view that shows the line numbers; the view paints it.
+class LineNumberMargin : public QWidget
+{
+public:
+    explicit LineNumberMargin(SourceView* view) : QWidget(view), m_view(view)
+    {
+        setObjectName(QStringLiteral("lineNumbers"));
+    }
+    QSize sizeHint() const override { return {m_view->lineNumberWidth(), 0}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override { m_view->paintLineNumbers(event); }
+
+private:
+    SourceView* m_view;
+};
+
+SourceView::SourceView(const QString& path)
+    : m_path(path), m_lineNumbers(new LineNumberMargin(this))
 {
     setReadOnly(true);
     setLineWrapMode(QPlainTextEdit::NoWrap);
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setStyleHint(QFont::TypeWriter);
     setFont(font);
+    connect(this, &QPlainTextEdit::blockCountChanged, this,
+            [this] { setViewportMargins(lineNumberWidth(), 0, 0, 0); });
+    connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect& rect, int dy) {
+        if (dy)
+            m_lineNumbers->scroll(0, dy);
+        else
+            m_lineNumbers->update(0, rect.y(), m_lineNumbers->width(), rect.height());
+    });
+    setViewportMargins(lineNumberWidth(), 0, 0, 0);
+}
+
+int SourceView::lineNumberWidth() const
+{
+    const int digits = QString::number(qMax(1, blockCount())).size();
+    return 8 + fontMetrics().horizontalAdvance(QLatin1Char('9')) * digits;
+}
+
+void SourceView::resizeEvent(QResizeEvent* event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    const QRect area = contentsRect();
+    m_lineNumbers->setGeometry(area.left(), area.top(), lineNumberWidth(), area.height());
+}
+
+void SourceView::paintLineNumbers(QPaintEvent* event)
+{
+    QPainter painter(m_lineNumbers);
+    painter.fillRect(event->rect(), palette().color(QPalette::AlternateBase));
+    painter.setFont(font());
+    QTextBlock block = firstVisibleBlock();
+    int top = qRound(blockBoundingGeometry(block).translated(contentOffset()).top());
+    while (block.isValid() && top <= event->rect().bottom()) {
+        const int height = qRound(blockBoundingRect(block).height());
+        if (block.isVisible() && top + height >= event->rect().top()) {
+            const int number = block.blockNumber() + 1;
+            painter.setPen(
+                palette().color(number == m_line ? QPalette::Text : QPalette::PlaceholderText));
+            painter.drawText(0, top, m_lineNumbers->width() - 4, height, Qt::AlignRight,
+                             QString::number(number));
+        }
+        block = block.next();
+        top += height;
+    }
 }
 
 std::unique_ptr<SourceView> SourceView::open(const QString& path, QString* error)

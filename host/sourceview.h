@@ -16,10 +16,19 @@ public:
     // Highlights line `line` (from 1) and scrolls it into view; lines past the end go to the last.
     void showLine(int line);
     int highlightedLine() const { return m_line; }
+    // The margin on the left that numbers the lines.
+    QWidget* lineNumbers() const { return m_lineNumbers; }
+    int lineNumberWidth() const;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    friend class LineNumberMargin;
     explicit SourceView(const QString& path);
+    void paintLineNumbers(QPaintEvent* event);
 
     QString m_path;
     int m_line = 0;
+    QWidget* m_lineNumbers;
 };

@@ -12,6 +12,7 @@
 #include "import/resultimport.h"
 #include "sdk/preferenceitem.h"
 #include "sdk/qadialogs.h"
+#include "sdk/qasafefile.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
 
@@ -25,17 +26,46 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QRegularExpression>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTabWidget>
+#include <QToolBar>
 #include <algorithm>
 #include <utility>
 
 namespace {
 
-constexpr int sourceLocation = 3; // openLocation(): a source file at a line
+constexpr int sourceLocation = 3; // openLocation(): a source file at a line, or a tag
+constexpr int recentKept = 10;
+const QString settingsGroup = QStringLiteral("crcstudio");
+
+// The studio's settings are strings in the tree; binary ones are kept as base64.
+QString stringSetting(const QAResGroup* group, const QString& name)
+{
+    const QARes* res = group ? group->child(name) : nullptr;
+    const QAResString* value = res ? res->toResString() : nullptr;
+    return value ? value->value() : QString();
+}
+
+// A viewer is this plug-in's window, reached through the object model: the host does not link
+// the plug-in. The answer is false when the viewer has no such property.
+bool viewerFlag(const QAStViewerWindow* viewer, const char* name)
+{
+    return viewer && viewer->property(name).toBool();
+}
+
+// Whether `viewer` itself holds `file` (another window on its way out may hold it too).
+bool viewerHolds(QAStViewerWindow* viewer, const QString& file)
+{
+    bool holds = false;
+    return QMetaObject::invokeMethod(viewer, "contain", Q_RETURN_ARG(bool, holds),
+                                     Q_ARG(QString, file)) &&
+           holds;
+}
 
 QString absolute(const QString& path)
 {
@@ -52,11 +82,24 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     setAcceptDrops(true);
     resize(1100, 750);
 
-    m_tabs = new QTabWidget(this);
+    m_central = new QStackedWidget(this);
+    auto* welcome = new QLabel(
+        tr("<h3>No result file open</h3><p>Open a code review result file (<b>.crc</b>) with "
+           "<b>File &gt; Open</b> (%1) or <b>File &gt; Open Recent</b>, or drop it on this "
+           "window.</p>")
+            .arg(QKeySequence(QKeySequence::Open).toString(QKeySequence::NativeText)),
+        m_central);
+    welcome->setAlignment(Qt::AlignCenter);
+    welcome->setWordWrap(true);
+    welcome->setObjectName(QStringLiteral("welcome"));
+    m_welcome = welcome;
+    m_tabs = new QTabWidget(m_central);
     m_tabs->setTabsClosable(true);
     m_tabs->setMovable(true);
     m_tabs->setDocumentMode(true);
-    setCentralWidget(m_tabs);
+    m_central->addWidget(m_welcome);
+    m_central->addWidget(m_tabs);
+    setCentralWidget(m_central);
 
     m_outlineDock = new QDockWidget(tr("Outline"), this);
     m_outlineDock->setObjectName(QStringLiteral("outline"));
@@ -82,12 +125,18 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     connect(m_tabs, &QTabWidget::tabCloseRequested, this, &StudioMainWindow::closeTab);
 
     loadSettings();
+    loadStudioSettings();
+    m_settings.addProducer(this);
     loadPlugin(pluginPath);
+    restoreLayout();
+    // The mouse's back and forward buttons, wherever in this window they are pressed.
+    qApp->installEventFilter(this);
     updateCommands();
 }
 
 StudioMainWindow::~StudioMainWindow()
 {
+    m_settings.removeProducer(this);
     // The tabs go first, while this window is whole: their windows may still call the studio.
     m_tabs->disconnect(this);
     const QList<QAStViewerWindow*> viewers = std::exchange(m_viewers, {});
@@ -122,6 +171,9 @@ void StudioMainWindow::createMenus()
 
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Open..."), QKeySequence::Open, this, &StudioMainWindow::openWithDialog);
+    m_recentMenu = file->addMenu(tr("Open &Recent"));
+    connect(m_recentMenu, &QMenu::aboutToShow, this, &StudioMainWindow::fillRecentMenu);
+    fillRecentMenu();
     command(file, Reload, tr("&Reload"), QKeySequence::Refresh);
     command(file, SaveAs, tr("Save &As..."), QKeySequence::SaveAs);
     command(file, ExportDoc, tr("&Export to HTML..."), QKeySequence::UnknownKey);
@@ -133,6 +185,20 @@ void StudioMainWindow::createMenus()
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
     command(edit, Copy, tr("&Copy"), QKeySequence::Copy);
     command(edit, Find, tr("&Find..."), QKeySequence::Find);
+    command(edit, FindNext, tr("Find &Next"), QKeySequence::FindNext);
+    command(edit, FindPrevious, tr("Find Pre&vious"), QKeySequence::FindPrevious);
+
+    QMenu* go = menuBar()->addMenu(tr("&Go"));
+    command(go, Back, tr("&Back"), QKeySequence::Back);
+    command(go, Forward, tr("&Forward"), QKeySequence::Forward);
+    m_commands[Back]->setIcon(style()->standardIcon(QStyle::SP_ArrowBack));
+    m_commands[Forward]->setIcon(style()->standardIcon(QStyle::SP_ArrowForward));
+    m_commands[Back]->setStatusTip(tr("Back to the report and place shown before the last link"));
+    m_commands[Forward]->setStatusTip(tr("Forward again to the report and place left by Back"));
+    QToolBar* navigation = addToolBar(tr("Navigation"));
+    navigation->setObjectName(QStringLiteral("navigation"));
+    navigation->addAction(m_commands[Back]);
+    navigation->addAction(m_commands[Forward]);
 
     m_toolsMenu = menuBar()->addMenu(tr("&Tools"));
     m_toolsMenu->addAction(tr("&Preferences..."), this, &StudioMainWindow::showPreferences);
@@ -142,7 +208,7 @@ void StudioMainWindow::createMenus()
     view->addAction(m_output->toggleViewAction());
     m_defects->addMenuEntries(m_toolsMenu, view);
 
-    for (QMenu* menu : {file, edit})
+    for (QMenu* menu : {file, edit, go})
         connect(menu, &QMenu::aboutToShow, this, &StudioMainWindow::updateCommands);
 }
 
@@ -183,7 +249,9 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
     QAStViewerWindow* shown = nullptr;
     for (const QString& file : files) {
         const QString path = absolute(file);
-        if (QAStViewerWindow* holder = plugin()->openedWindow(path)) {
+        // A window whose tab was closed may still be on its way out: it holds nothing.
+        QAStViewerWindow* holder = plugin()->openedWindow(path);
+        if (holder && m_tabs->indexOf(holder) >= 0) {
             if (!shown)
                 shown = holder;
         } else if (!fresh.contains(path)) {
@@ -200,11 +268,14 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
         // The plug-in has told the user what it could not read; a window left with nothing
         // to show is not kept.
         const bool showsAny = std::any_of(fresh.begin(), fresh.end(), [&](const QString& file) {
-            return plugin()->openedWindow(file) == viewer;
+            return viewerHolds(viewer, file);
         });
         if (showsAny) {
-            addViewer(viewer, fresh);
+            addViewer(viewer);
             shown = viewer;
+            const QStringList opened = shownFiles(viewer);
+            for (auto it = opened.crbegin(); it != opened.crend(); ++it)
+                addRecentFile(*it);
             statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
                                      5000);
         } else {
@@ -217,7 +288,7 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
     return shown;
 }
 
-void StudioMainWindow::addViewer(QAStViewerWindow* viewer, const QStringList& files)
+void StudioMainWindow::addViewer(QAStViewerWindow* viewer)
 {
     viewer->setWindowFlags(Qt::Widget); // a page of the tabs, not a window of its own
     m_viewers.append(viewer);
@@ -229,20 +300,52 @@ void StudioMainWindow::addViewer(QAStViewerWindow* viewer, const QStringList& fi
             m_active = nullptr;
         updateCommands();
     });
+    connect(viewer, &QAStudioWindow::stateChanged, this, &StudioMainWindow::updateCommands);
+    connect(viewer, &QAStudioWindow::captionChanged, this, [this, viewer] { updateTab(viewer); });
     if (QWidget* outline = viewer->contentOutlineWidget())
         m_outlines->addWidget(outline); // the viewer deletes it; the stack then lets it go
-    // The tab names the files; its tip gives the viewer's title and the whole paths.
+    m_tabs->addTab(viewer, viewer->windowIcon(), QString());
+    updateTab(viewer);
+}
+
+QStringList StudioMainWindow::shownFiles(QAStViewerWindow* viewer) const
+{
+    QStringList shown;
+    if (!plugin())
+        return shown;
+    const QStringList files = viewer->property("fileList").toStringList();
+    for (const QString& file : files) {
+        if (viewerHolds(viewer, file) && !shown.contains(file))
+            shown.append(file);
+    }
+    return shown;
+}
+
+// The tab names the files the viewer shows; its tip gives the viewer's title and the whole paths.
+void StudioMainWindow::updateTab(QAStViewerWindow* viewer)
+{
+    const int index = m_tabs->indexOf(viewer);
+    if (index < 0)
+        return;
     QStringList names;
     QStringList paths{viewer->windowTitle()};
-    for (const QString& file : files) {
+    for (const QString& file : shownFiles(viewer)) {
         names.append(QFileInfo(file).fileName());
         paths.append(QDir::toNativeSeparators(ImportCache::originalOf(file)));
     }
     const QString label = names.size() <= 2
                               ? names.join(QStringLiteral(", "))
                               : tr("%1 and %2 more").arg(names.first()).arg(names.size() - 1);
-    const int index = m_tabs->addTab(viewer, viewer->windowIcon(), label);
+    m_tabs->setTabText(index, label);
     m_tabs->setTabToolTip(index, paths.join(QLatin1Char('\n')));
+    updateTitle();
+    updateCommands();
+}
+
+void StudioMainWindow::updateTitle()
+{
+    const int index = m_tabs->currentIndex();
+    setWindowTitle(index < 0 ? caption() : tr("%1 - %2").arg(m_tabs->tabText(index), caption()));
 }
 
 void StudioMainWindow::openWithDialog()
@@ -292,6 +395,8 @@ QWidget* StudioMainWindow::currentOutline() const
 
 void StudioMainWindow::currentTabChanged(int)
 {
+    m_central->setCurrentWidget(m_tabs->count() > 0 ? m_tabs : m_welcome);
+    updateTitle();
     QAStViewerWindow* viewer = activeViewer();
     if (m_active != viewer) {
         if (m_active)
@@ -343,6 +448,10 @@ void StudioMainWindow::updateCommands()
     m_commands[Close]->setEnabled(m_tabs->currentWidget() != nullptr);
     m_commands[Copy]->setEnabled((viewer && viewer->isCopyEnabled()) || source);
     m_commands[Find]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[FindNext]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[FindPrevious]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack"));
+    m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
 }
 
 void StudioMainWindow::runCommand(Command command)
@@ -376,6 +485,18 @@ void StudioMainWindow::runCommand(Command command)
         break;
     case Find:
         viewer->find();
+        break;
+    case FindNext:
+        QMetaObject::invokeMethod(viewer, "findNext");
+        break;
+    case FindPrevious:
+        QMetaObject::invokeMethod(viewer, "findPrevious");
+        break;
+    case Back:
+        QMetaObject::invokeMethod(viewer, "goBack");
+        break;
+    case Forward:
+        QMetaObject::invokeMethod(viewer, "goForward");
         break;
     case CommandCount:
         break;
@@ -557,21 +678,99 @@ void StudioMainWindow::endProgress()
 void StudioMainWindow::openLocation(const QString& location, int kind, bool activate)
 {
     static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
-    const QRegularExpressionMatch match = atLine.match(location);
-    if (kind != sourceLocation || !match.hasMatch()) {
-        m_output->appendOutput(
-            tr("Cannot open the location \"%1\" (kind %2)").arg(location).arg(kind));
+    if (kind == sourceLocation && atLine.match(location).hasMatch()) {
+        openSource(location, activate);
         return;
     }
-    const QString path = absolute(QDir(currentDirectory()).filePath(match.captured(1).trimmed()));
-    const int line = match.captured(2).toInt();
+    // Any other location of this kind is a tag of the reports ("::T", "A::B::C" or a bare
+    // tag): the viewer that asked, the one shown, moves to it.
+    if (kind == sourceLocation && m_active && !location.trimmed().isEmpty()) {
+        m_active->scrollToTag(location.trimmed(), -1, -1);
+        return;
+    }
+    m_output->appendOutput(tr("Cannot open the location \"%1\" (kind %2)").arg(location).arg(kind));
+}
+
+// A source file at a line. A relative path lies beside the report shown; a file that is not
+// where the report says may be under a source root the user located before, or be located now.
+void StudioMainWindow::openSource(const QString& location, bool activate)
+{
+    static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
+    const QRegularExpressionMatch match = atLine.match(location);
+    QString path = match.captured(1).trimmed();
+    if (QFileInfo(path).isRelative()) {
+        const QStringList reports = activeViewer() ? shownFiles(activeViewer()) : QStringList();
+        const QString base =
+            reports.isEmpty() ? currentDirectory() : QFileInfo(reports.first()).absolutePath();
+        path = QDir(base).filePath(path);
+    }
+    path = absolute(path);
+    if (!QFileInfo::exists(path)) {
+        for (auto root = m_sourceRoots.cbegin(); root != m_sourceRoots.cend(); ++root) {
+            const QString moved = root.value() + path.mid(root.key().size());
+            if (path.startsWith(root.key()) && QFileInfo::exists(moved)) {
+                path = moved;
+                break;
+            }
+        }
+    }
+    if (!QFileInfo::exists(path)) {
+        m_output->appendOutput(tr("Cannot open the source file %1: no such file").arg(path));
+        const QString located = locateSource(path);
+        if (located.isEmpty()) {
+            if (activate)
+                activateOutput();
+            return;
+        }
+        path = located;
+    }
+    showSource(path, match.captured(2).toInt(), activate);
+}
+
+// Asks the user where a missing source file is. The parts that both paths end with are the
+// file's place below its source root; what is left of each is remembered as a root.
+QString StudioMainWindow::locateSource(const QString& missing)
+{
+    const QString name = QFileInfo(missing).fileName();
+    if (QADialogs::question(this, caption(),
+                            tr("The source file %1 cannot be found.\nLocate it?")
+                                .arg(QDir::toNativeSeparators(missing)),
+                            QMessageBox::Yes | QMessageBox::No,
+                            QMessageBox::Yes) != QMessageBox::Yes)
+        return QString();
+    const QStringList picked =
+        QADialogs::current().openFileNames(this, tr("Locate %1").arg(name), currentDirectory(),
+                                           tr("%1 (%1);;All files (*)").arg(name));
+    if (picked.isEmpty() || !QASafeWrite::isRegularFile(picked.first()))
+        return QString();
+    const QString found = absolute(picked.first());
+    QStringList from = missing.split(QLatin1Char('/'));
+    QStringList to = found.split(QLatin1Char('/'));
+    while (from.size() > 1 && to.size() > 1 && from.last() == to.last()) {
+        from.removeLast();
+        to.removeLast();
+    }
+    const QString root = from.join(QLatin1Char('/')) + QLatin1Char('/');
+    if (missing.startsWith(root) && from.size() < missing.count(QLatin1Char('/')) + 1) {
+        m_sourceRoots.insert(root, to.join(QLatin1Char('/')) + QLatin1Char('/'));
+        m_output->appendOutput(tr("Sources under %1 are now looked for under %2")
+                                   .arg(root, m_sourceRoots.value(root)));
+        QString error;
+        if (!m_settingsBroken && !saveSettings(&error))
+            m_output->appendOutput(error);
+    }
+    return found;
+}
+
+bool StudioMainWindow::showSource(const QString& path, int line, bool activate)
+{
     for (int i = 0; i < m_tabs->count(); ++i) {
         if (auto* source = qobject_cast<SourceView*>(m_tabs->widget(i));
             source && source->path() == path) {
             source->showLine(line);
             if (activate)
                 m_tabs->setCurrentWidget(source);
-            return;
+            return true;
         }
     }
     QString error;
@@ -580,7 +779,7 @@ void StudioMainWindow::openLocation(const QString& location, int kind, bool acti
         m_output->appendOutput(tr("Cannot open the source file %1").arg(error));
         if (activate)
             activateOutput();
-        return;
+        return false;
     }
     SourceView* shown = source.release(); // the tabs own it from here
     const int index = m_tabs->addTab(shown, QFileInfo(path).fileName());
@@ -588,9 +787,116 @@ void StudioMainWindow::openLocation(const QString& location, int kind, bool acti
     shown->showLine(line);
     if (activate)
         m_tabs->setCurrentWidget(shown);
+    return true;
 }
 
 TrackwellInterface* StudioMainWindow::trackwellInterface() const
 {
     return m_defects->tracker();
+}
+
+// --- What the studio remembers -------------------------------------------------------------
+
+void StudioMainWindow::loadStudioSettings()
+{
+    const QARes* res = m_settings.root()->child(settingsGroup);
+    const QAResGroup* group = res ? res->toResGroup() : nullptr;
+    if (!group)
+        return;
+    m_savedGeometry =
+        QByteArray::fromBase64(stringSetting(group, QStringLiteral("geometry")).toLatin1());
+    m_savedState =
+        QByteArray::fromBase64(stringSetting(group, QStringLiteral("layout")).toLatin1());
+    const QString directory = stringSetting(group, QStringLiteral("last_directory"));
+    if (!directory.isEmpty() && QFileInfo(directory).isDir())
+        m_currentDirectory = directory;
+    if (const QARes* recent = group->child(QStringLiteral("recent"));
+        recent && recent->toResGroup()) {
+        for (const auto& entry : recent->toResGroup()->children()) {
+            if (const QAResString* file = entry->toResString();
+                file && m_recentFiles.size() < recentKept)
+                m_recentFiles.append(file->value());
+        }
+    }
+    if (const QARes* roots = group->child(QStringLiteral("source_roots"));
+        roots && roots->toResGroup()) {
+        for (const auto& entry : roots->toResGroup()->children()) {
+            const QAResGroup* root = entry->toResGroup();
+            const QString from = stringSetting(root, QStringLiteral("from"));
+            const QString to = stringSetting(root, QStringLiteral("to"));
+            if (!from.isEmpty() && !to.isEmpty())
+                m_sourceRoots.insert(from, to);
+        }
+    }
+    fillRecentMenu();
+}
+
+// Size, place and dock layout as the user left them; the plug-in's toolbar exists by now.
+void StudioMainWindow::restoreLayout()
+{
+    if (!m_savedGeometry.isEmpty())
+        restoreGeometry(m_savedGeometry);
+    if (!m_savedState.isEmpty())
+        restoreState(m_savedState);
+}
+
+std::unique_ptr<QARes> StudioMainWindow::toResources(const char* name)
+{
+    auto group = std::make_unique<QAResGroup>(name ? QString::fromLatin1(name) : settingsGroup);
+    group->add<QAResString>(QStringLiteral("geometry"),
+                            QString::fromLatin1(saveGeometry().toBase64()));
+    group->add<QAResString>(QStringLiteral("layout"), QString::fromLatin1(saveState().toBase64()));
+    group->add<QAResString>(QStringLiteral("last_directory"), m_currentDirectory);
+    auto* recent = group->add<QAResGroup>(QStringLiteral("recent"));
+    for (const QString& file : std::as_const(m_recentFiles))
+        recent->add<QAResString>(QStringLiteral("file"), file);
+    auto* roots = group->add<QAResGroup>(QStringLiteral("source_roots"));
+    for (auto root = m_sourceRoots.cbegin(); root != m_sourceRoots.cend(); ++root) {
+        auto* entry = roots->add<QAResGroup>(QStringLiteral("root"));
+        entry->add<QAResString>(QStringLiteral("from"), root.key());
+        entry->add<QAResString>(QStringLiteral("to"), root.value());
+    }
+    return group;
+}
+
+void StudioMainWindow::addRecentFile(const QString& path)
+{
+    m_recentFiles.removeAll(path);
+    m_recentFiles.prepend(path);
+    while (m_recentFiles.size() > recentKept)
+        m_recentFiles.removeLast();
+}
+
+void StudioMainWindow::fillRecentMenu()
+{
+    m_recentMenu->clear();
+    for (int i = 0; i < m_recentFiles.size(); ++i) {
+        const QString file = m_recentFiles.at(i);
+        QString name = QFileInfo(file).fileName();
+        name.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        QAction* entry =
+            m_recentMenu->addAction(i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(name) : name,
+                                    this, [this, file] { openFiles({file}); });
+        entry->setStatusTip(QDir::toNativeSeparators(file));
+        entry->setToolTip(QDir::toNativeSeparators(file));
+    }
+    if (!m_recentFiles.isEmpty())
+        m_recentMenu->addSeparator();
+    QAction* clear =
+        m_recentMenu->addAction(tr("&Clear the List"), this, [this] { m_recentFiles.clear(); });
+    clear->setEnabled(!m_recentFiles.isEmpty());
+    m_recentMenu->setToolTipsVisible(true);
+}
+
+bool StudioMainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress && watched->isWidgetType() &&
+        static_cast<QWidget*>(watched)->window() == this) {
+        const Qt::MouseButton button = static_cast<QMouseEvent*>(event)->button();
+        if (button == Qt::BackButton || button == Qt::ForwardButton) {
+            runCommand(button == Qt::BackButton ? Back : Forward);
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }

@@ -6,6 +6,7 @@
 
 #include <QHash>
 #include <QMainWindow>
+#include <QMap>
 #include <QPointer>
 #include <memory>
 
@@ -25,7 +26,7 @@ class SourceView;
 // source files as tabs, the outline of the active viewer in a dock on the left, an output dock,
 // menus whose commands go to the active viewer, a progress display, the preferences dialog and
 // the settings file.
-class StudioMainWindow : public QMainWindow, public StudioInterface
+class StudioMainWindow : public QMainWindow, public StudioInterface, public QAResProducer
 {
     Q_OBJECT
 
@@ -40,6 +41,10 @@ public:
         Close,
         Copy,
         Find,
+        FindNext,
+        FindPrevious,
+        Back,
+        Forward,
         CommandCount
     };
 
@@ -85,6 +90,13 @@ public:
     const QAResStore& settings() const { return m_settings; }
 
     QTabWidget* tabs() const { return m_tabs; }
+    // What an empty window shows in place of the tabs.
+    QWidget* welcome() const { return m_welcome; }
+    // The result files opened last, newest first.
+    const QStringList& recentFiles() const { return m_recentFiles; }
+    // Where sources named by the reports were found instead (a source root): the missing prefix
+    // and the one to use in its place.
+    const QMap<QString, QString>& sourceRoots() const { return m_sourceRoots; }
     OutputDock* output() const { return m_output; }
     ProgressPanel* progress() const { return m_progress; }
     QDockWidget* outlineDock() const { return m_outlineDock; }
@@ -113,8 +125,13 @@ public:
     void openLocation(const QString& location, int kind, bool activate) override;
     TrackwellInterface* trackwellInterface() const override;
 
+    // QAResProducer: the window's own settings (layout, last directory, recent files, source
+    // roots).
+    std::unique_ptr<QARes> toResources(const char* name) override;
+
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -124,7 +141,18 @@ private:
     void loadPlugin(const QString& path);
     void currentTabChanged(int index);
     void closeTab(int index);
-    void addViewer(QAStViewerWindow* viewer, const QStringList& files);
+    void addViewer(QAStViewerWindow* viewer);
+    // The files `viewer` shows: those of its list that it could read.
+    QStringList shownFiles(QAStViewerWindow* viewer) const;
+    void updateTab(QAStViewerWindow* viewer);
+    void updateTitle();
+    void fillRecentMenu();
+    void addRecentFile(const QString& path);
+    void loadStudioSettings();
+    void restoreLayout();
+    void openSource(const QString& location, bool activate);
+    QString locateSource(const QString& missing);
+    bool showSource(const QString& path, int line, bool activate);
 
     QAResStore m_settings;
     bool m_settingsBroken = false; // the file could not be read and has not been replaced
@@ -133,7 +161,14 @@ private:
     QString m_pluginError;
     QString m_currentDirectory;
 
+    QStackedWidget* m_central; // the welcome text, or the tabs
+    QWidget* m_welcome;
     QTabWidget* m_tabs;
+    QMenu* m_recentMenu = nullptr;
+    QStringList m_recentFiles;
+    QMap<QString, QString> m_sourceRoots;
+    QByteArray m_savedGeometry;
+    QByteArray m_savedState;
     QDockWidget* m_outlineDock;
     QStackedWidget* m_outlines; // every viewer's outline; the active one shown
     QWidget* m_noOutline;

@@ -9,4 +9,10 @@ class QAStudioWindow : public QMainWindow
 
 public:
     explicit QAStudioWindow(QWidget* parent = nullptr, Qt::WindowFlags flags = {});
+
+Q_SIGNALS:
+    // What the studio shows of the window (its commands, its way back) may have changed.
+    void stateChanged();
+    // The window's caption or the files it shows changed.
+    void captionChanged(QAStudioWindow* window);
 };

@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -9,7 +10,8 @@
 QAViewerFindDialog::QAViewerFindDialog(QWidget* parent)
     : QDialog(parent), m_text(new QLineEdit(this)),
       m_caseSensitive(new QCheckBox(tr("&Case sensitive"), this)),
-      m_regularExpression(new QCheckBox(tr("&Regular expression"), this))
+      m_regularExpression(new QCheckBox(tr("&Regular expression"), this)),
+      m_status(new QLabel(this))
 {
     setWindowTitle(tr("Find"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
@@ -21,7 +23,9 @@ QAViewerFindDialog::QAViewerFindDialog(QWidget* parent)
     layout->addWidget(m_text);
     layout->addWidget(m_caseSensitive);
     layout->addWidget(m_regularExpression);
+    layout->addWidget(m_status);
     layout->addWidget(buttons);
+    connect(m_text, &QLineEdit::textChanged, m_status, &QLabel::clear);
 }
 
 void QAViewerFindDialog::setRegExp(const QRegularExpression& expression)
@@ -38,4 +42,37 @@ QRegularExpression QAViewerFindDialog::regExp() const
         m_regularExpression->isChecked() ? text : QRegularExpression::escape(text),
         m_caseSensitive->isChecked() ? QRegularExpression::NoPatternOption
                                      : QRegularExpression::CaseInsensitiveOption);
+}
+
+void QAViewerFindDialog::setSearch(const QString& text, bool caseSensitive, bool regularExpression)
+{
+    m_text->setText(text);
+    m_text->selectAll();
+    m_caseSensitive->setChecked(caseSensitive);
+    m_regularExpression->setChecked(regularExpression);
+}
+
+QString QAViewerFindDialog::text() const
+{
+    return m_text->text();
+}
+
+bool QAViewerFindDialog::isCaseSensitive() const
+{
+    return m_caseSensitive->isChecked();
+}
+
+bool QAViewerFindDialog::isRegularExpression() const
+{
+    return m_regularExpression->isChecked();
+}
+
+void QAViewerFindDialog::setStatus(const QString& status)
+{
+    m_status->setText(status);
+}
+
+QString QAViewerFindDialog::status() const
+{
+    return m_status->text();
 }

@@ -412,6 +412,21 @@ private Q_SLOTS:
         filter.clear();
         filter.applyFilter({&empty, report.get()});
         QCOMPARE(filter.filtered().size(), size_t(1));
+
+        // A report document without result nodes is shown whole, as a copy of its own, in
+        // failed-only mode too.
+        auto document = readReport("<DOCUMENT tag='plain'><SECTION tag='s'><TITLE>t</TITLE>"
+                                   "<PARAGRAPH>p <LINK target='::s'>l</LINK></PARAGRAPH>"
+                                   "</SECTION></DOCUMENT>");
+        QVERIFY(document && document->document);
+        filter.clear();
+        filter.applyFilter({document.get()});
+        QCOMPARE(filter.filtered().size(), size_t(1));
+        DDocument* shown = filter.filtered().front()->document.get();
+        QVERIFY(shown && shown != document->document.get());
+        QCOMPARE(shown->tag(), QStringLiteral("plain"));
+        QCOMPARE(outline(shown), outline(document->document.get()));
+        QVERIFY(!filter.filtered().front()->tree);
     }
 
     void summaryDocument()

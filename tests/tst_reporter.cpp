@@ -130,7 +130,7 @@ private Q_SLOTS:
         QCOMPARE(dialogs->asked.first().title, QStringLiteral("Test Report"));
         QCOMPARE(dialogs->asked.first().text,
                  QStringLiteral("File(s) not found or corrupted:\n\t") + missing +
-                     QLatin1Char('\n'));
+                     QStringLiteral("\n\n") + missing + QStringLiteral(": no such file"));
         QVERIFY(studio().output.join(QString()).contains(missing));
         QCOMPARE(window.testPassed(), 3);
         QCOMPARE(window.testFailed(), 2);
@@ -207,7 +207,10 @@ private Q_SLOTS:
         open(window, {a, b});
         QARToolBar* bar = window.toolBar();
         QVERIFY(bar);
-        QVERIFY(bar->prevButton()->isEnabled()); // no studio window: the window's own toolbar
+        // No studio window: the window's own toolbar, enabled once the window activates.
+        QVERIFY(!bar->prevButton()->isEnabled());
+        window.activated();
+        QVERIFY(bar->prevButton()->isEnabled());
 
         dialogs->buttons = {QMessageBox::Yes};
         window.failedtests();
@@ -362,7 +365,7 @@ private Q_SLOTS:
         QVERIFY(shared->nextButton()->isEnabled());
         QCOMPARE(studio().menus.size(), 1);
         QCOMPARE(studio().menus.first().first, window.commandsMenu());
-        QCOMPARE(studio().menus.first().second, QStringLiteral("Menu"));
+        QCOMPARE(studio().menus.first().second, QStringLiteral("&Menu")); // with a mnemonic
 
         QMenu* menu = window.commandsMenu();
         Q_EMIT menu->aboutToShow(); // nothing loaded yet
@@ -374,9 +377,11 @@ private Q_SLOTS:
         QStringList texts;
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(texts, QStringList({"All Test Results", "Failed Tests Only", "-", "Rule", "Metric",
-                                     "-", "Reload", "-", "Show header", "Print Header", "-",
-                                     "&Submit Trackwell Report", "-", "Generate HTML"}));
+        QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-", "Rule",
+                                     "Metric", "-", "&Reload", "-", "Show &header", "&Print Header",
+                                     "-", "&Submit Trackwell Report", "-", "&Generate HTML", "-",
+                                     "&Next Failed Test\tF8", "Pre&vious Failed Test\tShift+F8"}));
+        QVERIFY(!menu->actions().at(6)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
         QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());
         QAction* printHeaderEntry = menu->actions().at(9);
@@ -449,10 +454,12 @@ private Q_SLOTS:
         window.resolveLink(links.value(QStringLiteral("b"))); // no base: the parent's
         window.resolveLink(links.value(QStringLiteral("c")));
         window.resolveLink(links.value(QStringLiteral("d")));
-        window.resolveLink(links.value(QStringLiteral("h"))); // in no node: unchanged
+        // In no node: beside the report, wherever the process was started from.
+        window.resolveLink(links.value(QStringLiteral("h")));
+        const QString beside = QFileInfo(main).absolutePath() + QStringLiteral("/loose.c");
         QCOMPARE(studio().locations,
                  QStringList({"/home/p/src/a.c line 12 3 1", "/home/p/src/b.c line 7 3 1",
-                              "/abs/c.c line 3 3 1", "plain text 3 1", "loose.c line 1 3 1"}));
+                              "/abs/c.c line 3 3 1", "plain text 3 1", beside + " line 1 3 1"}));
 
         window.resolveLink(links.value(QStringLiteral("e"))); // a tag: no reload
         window.resolveLink(links.value(QStringLiteral("f"))); // nothing at all

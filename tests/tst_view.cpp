@@ -231,6 +231,19 @@ private Q_SLOTS:
         QCOMPARE(found, (QStringList{QStringLiteral("match 1"), QStringLiteral("match 2"),
                                      QStringLiteral("match 3"), QStringLiteral("match 1")}));
 
+        // Backward from the first match wraps to the last; the result says when the search went
+        // past an end.
+        QCOMPARE(view.find(expression, true), DFolioView::Wrapped);
+        QCOMPARE(view.selectedText(), QStringLiteral("match 3"));
+        QCOMPARE(view.find(expression, true), DFolioView::Found);
+        QCOMPARE(view.selectedText(), QStringLiteral("match 2"));
+        QCOMPARE(view.find(expression), DFolioView::Found);
+        QCOMPARE(view.selectedText(), QStringLiteral("match 3"));
+        QCOMPARE(view.find(expression), DFolioView::Wrapped);
+        QCOMPARE(view.selectedText(), QStringLiteral("match 1"));
+        QCOMPARE(view.find(QRegularExpression(QStringLiteral("absent")), true),
+                 DFolioView::NotFound);
+
         // A match far down is brought into view.
         QVERIFY(view.search(QRegularExpression(QStringLiteral("doc section 8"))));
         const QRect rect =
@@ -243,6 +256,19 @@ private Q_SLOTS:
         QVERIFY(!view.search(QRegularExpression(QStringLiteral("z*"))));
         QVERIFY(!view.search(QRegularExpression(QStringLiteral("("))));
         QCOMPARE(view.selectedText(), QStringLiteral("doc section 8"));
+
+        // Several matches in one paragraph: backward takes the nearest before the selection.
+        const auto line = read("<DOCUMENT tag=\"l\"><PARAGRAPH>x1 x2 x3</PARAGRAPH></DOCUMENT>");
+        view.setDocument(line.get(), true);
+        const QRegularExpression numbered(QStringLiteral("x\\d"));
+        QStringList backward;
+        QCOMPARE(view.find(numbered), DFolioView::Found);
+        for (int i = 0; i < 3; ++i) {
+            view.find(numbered, true);
+            backward << view.selectedText();
+        }
+        QCOMPARE(backward,
+                 (QStringList{QStringLiteral("x3"), QStringLiteral("x2"), QStringLiteral("x1")}));
     }
 
     void clickingLinksActivatesThem()

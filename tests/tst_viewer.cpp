@@ -204,7 +204,7 @@ private Q_SLOTS:
         QCOMPARE(next.count(), 1);
         QCOMPARE(previous.count(), 1);
         QCOMPARE(shared->filterButton()->toolTip(),
-                 QStringLiteral("All Test Results / Failed Tests Only"));
+                 QStringLiteral("All Test Results / Failed Tests Only (Ctrl+F8)"));
     }
 
     void iconsAreCrispAtTheirSize()

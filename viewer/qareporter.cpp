@@ -78,11 +78,16 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
     m_headerView = new DReportWidget(m_headerDock);
     m_headerView->setSearchPaths(searchPaths);
+    // A strip of the summary at first, taller when dragged: little margin, so the strip shows
+    // the first row.
+    m_headerView->setMinimumHeight(26);
+    m_headerView->setMargin(2);
     m_headerDock->setWidget(m_headerView);
     m_headerDock->hide(); // docked once there are two reports to sum up
 
     m_documentView = new DReportWidget(this);
     m_documentView->setSearchPaths(searchPaths);
+    m_documentView->setMargin(5);
     setCentralWidget(m_documentView);
     if (s_preference)
         m_documentView->setBackgroundColor(s_preference->general->background);
@@ -98,7 +103,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);
 
-    connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::contextMenu);
+    connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
     connect(m_outline, &QTreeWidget::currentItemChanged, this, &QAReporter::selItemChanged);
     connect(this, &QAStViewerWindow::reloadFile, this,
             qOverload<const QString&>(&QAReporter::reload));
@@ -115,9 +120,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
 
     m_toolBar = QARToolBar::getToolBar(studio);
     if (!m_toolBar) {
-        // Without a studio the window is its own active viewer with a toolbar of its own.
+        // Without a studio the window gets a toolbar of its own, enabled when it activates.
         m_toolBar = new QARToolBar(title + tr(" Toolbar"), this);
-        setupToolBar(true);
     }
 }
 
@@ -136,8 +140,11 @@ QAReporter::~QAReporter()
 
 void QAReporter::closeEvent(QCloseEvent* event)
 {
-    if (m_toolBar)
-        m_toolBar->setEnabledAll(false);
+    // The shared toolbar belongs to the active window: a window closed in the background leaves
+    // it alone.
+    const bool ownToolBar = m_toolBar && m_toolBar->parent() == this;
+    if (m_toolBar && (ownToolBar || isActiveViewer()))
+        setupToolBar(false);
     if (isActiveViewer()) {
         StudioInterface* studio = hostStudio();
         if (studio && m_studioMenuId != -1)
@@ -205,16 +212,18 @@ void QAReporter::activated()
     if (!m_commandsMenu)
         createToolMenu();
     StudioInterface* studio = hostStudio();
-    if (!m_commandsMenu)
-        return;
-    if (studio && studio->mainWindow()) {
-        m_studioMenuId = studio->insertMenu(m_commandsMenu, m_title);
-    } else if (m_studioMenuId == -1) {
+    if (m_commandsMenu && studio && studio->mainWindow()) {
+        // The menu bar entry gets a mnemonic, unless the title brings its own.
+        const QString menuTitle =
+            m_title.contains(QLatin1Char('&')) ? m_title : QLatin1Char('&') + m_title;
+        m_studioMenuId = studio->insertMenu(m_commandsMenu, menuTitle);
+    } else if (m_commandsMenu && m_studioMenuId == -1) {
         // Outside a studio window the menu goes into the window's own menu bar, once.
         m_commandsMenu->setTitle(tr("&Commands"));
         menuBar()->addMenu(m_commandsMenu);
         m_studioMenuId = 0;
     }
+    Q_EMIT stateChanged();
 }
 
 void QAReporter::desactivated()

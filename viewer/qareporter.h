@@ -37,8 +37,23 @@ class StudioInterface;
 class QAReporter : public QAStViewerWindow
 {
     Q_OBJECT
+    // Read by the studio through the object model: what is shown and whether there is a way back.
+    Q_PROPERTY(QStringList fileList READ fileList)
+    Q_PROPERTY(bool canGoBack READ canGoBack)
+    Q_PROPERTY(bool canGoForward READ canGoForward)
 
 public:
+    // Where the user is: the files shown, the selected outline entry by its path of names, and
+    // the tagged part of a document at the top of the view with how far it is scrolled.
+    struct Place
+    {
+        QStringList files;
+        QStringList entryPath;
+        QString document;
+        QString anchor;
+        int anchorTop = 0;
+    };
+
     // One-time set-up of the plug-in: shared toolbar, preferences, registry of windows.
     static void initialize(QARes* resources, StudioInterface* studio);
     static QAReporterPref* preference();
@@ -57,7 +72,7 @@ public:
                     std::unique_ptr<DDocument> header);
     void updateListView();
     void updateTypes();
-    bool contain(const QString& file) const;
+    Q_INVOKABLE bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
     // Reads one report document; the caller owns it. Null when it cannot be read, with the
@@ -103,6 +118,9 @@ public:
     QARListView* outline() const;
     QARToolBar* toolBar() const;
     bool isAnalysed() const { return m_dataAnalysed; }
+    bool canGoBack() const { return !m_back.empty(); }
+    bool canGoForward() const { return !m_forward.empty(); }
+    Place currentPlace() const;
     bool headerShown() const { return m_headerShown; }
 
     // The window's commands menu, built on first activation and rebuilt each time it opens.
@@ -140,12 +158,20 @@ public Q_SLOTS:
     // Files the selected outline entry in the studio's defect tracker.
     void submitTrackwell();
     void find(const QString& text = QString()) override;
+    // The last search again, after (before) the selection; the Find dialog when there is none.
+    void findNext();
+    void findPrevious();
+    // The files and place shown before (after) the last link followed.
+    void goBack();
+    void goForward();
     // Writes a copy of each report under a name the user chooses.
     void saveAs() override;
     // Asks for a directory and exports the reports there as HTML pages.
     void exportDoc() override;
     void selItemChanged(QTreeWidgetItem* entry);
     void contextMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
+    // Opens the outline's context menu on `entry` (null on empty space) as it stands.
+    void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
     void mainwindowDestroyed();
 
 Q_SIGNALS:
@@ -169,6 +195,12 @@ private:
     void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const;
     void showHeaderDock();
+    void searchDocuments(const QRegularExpression& expression, bool backward);
+    void rememberPlace();
+    // The directory of the shown report whose document holds `item`; empty when none does.
+    QString reportDirectoryOf(const DItem* item) const;
+    void showPlace(const Place& place);
+    void restorePlace(const Place& place);
 
     static QAReporterPref* s_preference;
     static QAReporterManager* s_manager;
@@ -197,7 +229,12 @@ private:
     std::unique_ptr<QAReporterNodeValidator> m_validator;
     QStringList m_typeNames;
     QString m_title;
-    QRegularExpression m_findExpression;
+    QRegularExpression m_findExpression{QString(), QRegularExpression::CaseInsensitiveOption};
+    QString m_findText; // as the user typed it
+    bool m_findRegularExpression = false;
+    std::vector<Place> m_back;
+    std::vector<Place> m_forward;
+    std::unique_ptr<Place> m_pendingPlace; // to return to once a reload is analysed
     bool m_typeVisibilityInitialised = false;
     QMap<QString, bool> m_typeVisibility;
     QPointer<QARToolBar> m_toolBar;

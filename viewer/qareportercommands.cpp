@@ -7,9 +7,10 @@
 #include "model/qareporterdata.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
+#include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarpopupmenu.h"
 #include "viewer/qarlistviewitem.h"
+#include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
 #include <QDockWidget>
@@ -22,14 +23,20 @@ enum CommandId
     AllTestsId = 100,
     FailedTestsId = 101,
     ReloadId = 102,
-    GenerateHtmlId = 105
+    NextFailureId = 103,
+    PreviousFailureId = 104,
+    GenerateHtmlId = 105,
+    FirstTypeId = 202
 };
 } // namespace
 
 void QAReporter::showHeaderDock()
 {
+    if (!m_headerDock->isHidden())
+        return;
     addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
     m_headerDock->show();
+    resizeDocks({m_headerDock}, {m_headerDock->minimumSizeHint().height()}, Qt::Vertical);
 }
 
 // A failed entry is filed as a defect, another as a report; a whole file cannot be filed.
@@ -47,6 +54,12 @@ void QAReporter::contextMenu(QTreeWidgetItem* entry, const QPoint& position, int
     if (!entry)
         return;
     updateSubmitEntry(m_submitEntry, entry);
+    m_contextPopup->listItem = entry;
+    m_contextPopup->popup(position);
+}
+
+void QAReporter::showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+{
     m_contextPopup->listItem = entry;
     m_contextPopup->popup(position);
 }
@@ -94,17 +107,17 @@ void QAReporter::updateToolMenu()
         return action;
     };
 
-    QAction* all = addEntry(tr("All Test Results"), AllTestsId, &QAReporter::alltests);
+    QAction* all = addEntry(tr("&All Test Results"), AllTestsId, &QAReporter::alltests);
     all->setCheckable(true);
     all->setChecked(!filtered);
     all->setEnabled(loaded);
-    QAction* failed = addEntry(tr("Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
+    QAction* failed = addEntry(tr("&Failed Tests Only"), FailedTestsId, &QAReporter::failedtests);
     failed->setCheckable(true);
     failed->setChecked(filtered);
     failed->setEnabled(loaded);
     m_commandsMenu->addSeparator();
 
-    int nextId = ReloadId + 100; // ids of the type and dock entries
+    int nextId = FirstTypeId; // the type entries, then the dock and submission entries
     for (const QString& type : std::as_const(m_typeNames)) {
         if (!m_typeVisibilityInitialised)
             m_typeVisibility.insert(type, true);
@@ -112,7 +125,10 @@ void QAReporter::updateToolMenu()
         if (!shown)
             m_validator->setAttribut(QAReporterNodeValidator::AttrType, QRegularExpression(type));
         const int id = nextId++;
-        QAction* entry = m_commandsMenu->addAction(type, this, [this, id] { typeCheck(id); });
+        // A type name is shown as it is: an ampersand in it is no mnemonic.
+        QString text = type;
+        text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        QAction* entry = m_commandsMenu->addAction(text, this, [this, id] { typeCheck(id); });
         entry->setData(id);
         entry->setCheckable(true);
         entry->setChecked(shown);
@@ -120,24 +136,39 @@ void QAReporter::updateToolMenu()
     m_typeVisibilityInitialised = true;
     m_commandsMenu->addSeparator();
 
-    addEntry(tr("Reload"), ReloadId, qOverload<>(&QAReporter::reload));
+    QAction* reloadEntry = addEntry(tr("&Reload"), ReloadId, qOverload<>(&QAReporter::reload));
+    reloadEntry->setIcon(QARIcons::reload());
     m_commandsMenu->addSeparator();
     m_showHeaderItemId = nextId++;
-    QAction* showHeader = m_commandsMenu->addAction(tr("Show header"), this,
+    QAction* showHeader = m_commandsMenu->addAction(tr("Show &header"), this,
                                                     [this] { showDock(m_showHeaderItemId); });
     showHeader->setData(m_showHeaderItemId);
     showHeader->setCheckable(true);
     showHeader->setChecked(!m_headerDock->isHidden());
     m_printHeaderItemId = nextId++;
     QAction* printHeaderEntry =
-        addEntry(tr("Print Header"), m_printHeaderItemId, &QAReporter::printHeader);
+        addEntry(tr("&Print Header"), m_printHeaderItemId, &QAReporter::printHeader);
     printHeaderEntry->setEnabled(m_headerShown);
     m_commandsMenu->addSeparator();
     QAction* submit = addEntry(QString(), nextId++, &QAReporter::submitTrackwell);
     updateSubmitEntry(submit, m_currentItem);
     submit->setEnabled(submit->isEnabled() && loaded);
     m_commandsMenu->addSeparator();
-    addEntry(tr("Generate HTML"), GenerateHtmlId, &QAReporter::exportDoc);
+    addEntry(tr("&Generate HTML"), GenerateHtmlId, &QAReporter::exportDoc);
+    m_commandsMenu->addSeparator();
+    // The keys belong to the toolbar's buttons; the entries only name them.
+    addEntry(tr("&Next Failed Test") + QStringLiteral("\tF8"), NextFailureId, &QAReporter::nextKO)
+        ->setEnabled(loaded);
+    addEntry(tr("Pre&vious Failed Test") + QStringLiteral("\tShift+F8"), PreviousFailureId,
+             &QAReporter::prevKO)
+        ->setEnabled(loaded);
+
+    // Qt shows an entry's status tip when the pointer rests on it; an empty one would erase the
+    // help the moment it appears.
+    for (QAction* action : m_commandsMenu->actions()) {
+        if (!action->isSeparator())
+            action->setStatusTip(helpText(action->data().toInt()));
+    }
 }
 
 QAction* QAReporter::commandEntry(int id) const
@@ -154,9 +185,11 @@ QAction* QAReporter::commandEntry(int id) const
 void QAReporter::typeCheck(int id)
 {
     const QAction* entry = commandEntry(id);
-    if (!s_preference || !hostStudio() || !entry || entry->text().isNull())
+    const qsizetype index = id - FirstTypeId;
+    if (!s_preference || !hostStudio() || !entry || index < 0 || index >= m_typeNames.size())
         return;
-    setTypeVisible(entry->text(), !m_typeVisibility.value(entry->text(), true));
+    const QString& type = m_typeNames.at(index);
+    setTypeVisible(type, !m_typeVisibility.value(type, true));
 }
 
 QString QAReporter::helpText(int id) const
@@ -168,14 +201,19 @@ QString QAReporter::helpText(int id) const
         return tr("Display failed tests only");
     case ReloadId:
         return tr("Reload the current report");
+    case NextFailureId:
+        return tr("Move to the next failed test");
+    case PreviousFailureId:
+        return tr("Move to the previous failed test");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
     default:
         break;
     }
+    // The entry's text as shown, without its mnemonic.
     const QAction* entry = commandEntry(id);
     return tr("Show or hide %1", " %1 is the menu item name")
-        .arg(entry ? entry->text() : QString());
+        .arg(entry ? entry->iconText() : QString());
 }
 
 void QAReporter::highlighted(int id)
@@ -217,7 +255,6 @@ void QAReporter::printHeader()
     if (m_headerShown)
         m_headerView->print();
 }
-
 
 void QAReporter::gotoMenu()
 {

@@ -65,10 +65,14 @@ void QAReporter::analyse(const QStringList& files)
             for (const QString& reason : std::as_const(reasons))
                 output->appendOutput(reason + QLatin1Char('\n'));
         }
-        QADialogs::warning(this, tr("Test Report"), message);
+        // The dialog names each file with its reason; the list above keeps the usual form.
+        QADialogs::warning(this, tr("Test Report"),
+                           message + QLatin1Char('\n') + reasons.join(QLatin1Char('\n')));
     }
-    if (m_dataList.empty())
+    if (m_dataList.empty()) {
+        m_pendingPlace.reset();
         return;
+    }
     m_headerShown = m_dataList.size() >= 2;
     if (m_outline)
         m_outline->clear();
@@ -84,6 +88,9 @@ void QAReporter::analyseData()
     if (m_dataAnalysed)
         return;
     QString savedTag;
+    // A reload keeps the place it started from; a mode or type change starts from here.
+    const Place place = m_pendingPlace ? *m_pendingPlace : currentPlace();
+    m_pendingPlace.reset();
     if (!m_filter) {
         m_filter = std::make_unique<QAReporterFilter>();
     } else {
@@ -107,6 +114,7 @@ void QAReporter::analyseData()
         showHeaderDock();
     if (!savedTag.isNull())
         m_documentView->moveTo(QString(), QString(), savedTag);
+    restorePlace(place);
     m_dataAnalysed = true;
 }
 
@@ -203,6 +211,8 @@ int QAReporter::testFailed() const
 
 void QAReporter::refreshContents()
 {
+    if (!m_pendingPlace && !m_dataList.empty())
+        m_pendingPlace = std::make_unique<Place>(currentPlace());
     m_headerView->clearDocs();
     m_headerDocument.reset();
     m_documentView->clearDocs();

@@ -3,6 +3,7 @@
 #include "viewer/qareporterhost.h"
 
 #include "filter/qareporterfilter.h"
+#include "folio/ddocument.h"
 #include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 #include "model/qareporterdata.h"
@@ -16,6 +17,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMainWindow>
+#include <QScrollBar>
+#include <QStatusBar>
 
 void QAReporter::nextKO()
 {
@@ -32,15 +36,16 @@ void QAReporter::prevKO()
 void QAReporter::moveDoc(QTreeWidgetItem* entry)
 {
     const auto* outlineEntry = dynamic_cast<QARListViewItem*>(entry);
-    if (outlineEntry && outlineEntry->item)
-        m_documentView->moveTo(outlineEntry->item);
+    if (!outlineEntry || !outlineEntry->item)
+        return;
+    m_documentView->moveTo(outlineEntry->item);
+    if (s_preference && s_preference->general->autoRaise)
+        m_documentView->setFocus();
 }
 
 void QAReporter::moveDocRaise(QTreeWidgetItem* entry)
 {
     moveDoc(entry);
-    if (s_preference && s_preference->general->autoRaise)
-        m_documentView->setFocus();
 }
 
 void QAReporter::moveDoc(const QString& tag)
@@ -87,6 +92,20 @@ QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
     return ::searchReporterNode(displayed, item);
 }
 
+QString QAReporter::reportDirectoryOf(const DItem* item) const
+{
+    const DItem* root = item;
+    while (root && root->parent())
+        root = root->parent();
+    if (!m_filter || !root)
+        return QString();
+    for (const auto& record : m_filter->filtered()) {
+        if (record->document.get() == root)
+            return QFileInfo(record->fileName).absolutePath();
+    }
+    return QString();
+}
+
 void QAReporter::resolveLink(DLink* link)
 {
     if (!link)
@@ -104,9 +123,17 @@ void QAReporter::resolveLink(DLink* link)
                     return;
                 file = QFileInfo(m_dataList.front()->fileName).path() + QDir::separator() + file;
             }
-            m_fileList = {file};
-            m_dataAnalysed = false;
-            refreshContents();
+            rememberPlace();
+            showPlace(Place{{file}, {}, {}, {}, 0});
+            if (m_dataList.empty()) {
+                // Nothing of it could be read (the user was told): back to where the link was.
+                showPlace(m_back.back());
+                m_back.pop_back();
+                Q_EMIT stateChanged();
+                return;
+            }
+        } else if (!anchor.isEmpty()) {
+            rememberPlace();
         }
         if (!anchor.isEmpty())
             scrollToTag(anchor, -1, -1);
@@ -115,24 +142,37 @@ void QAReporter::resolveLink(DLink* link)
 
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     const QRegularExpressionMatch match = sourceLine.match(target);
+    if (!match.hasMatch())
+        rememberPlace(); // a tag: the studio moves this window
     if (match.hasMatch()) {
+        // A relative path is the node's base followed by the path, and what is still relative
+        // then lies beside the report: never where the studio happened to be started.
         const QString file = match.captured(1).trimmed();
-        const QFileInfo info(file);
-        if (file.isEmpty() || (info.isRelative() && !info.exists())) {
-            if (const QAReporterNode* node = searchReporterNode(link))
-                target = node->base + file + QStringLiteral(" line ") + match.captured(2);
+        if (file.isEmpty() || QFileInfo(file).isRelative()) {
+            const QAReporterNode* node = searchReporterNode(link);
+            QString path = node ? node->base + file : file;
+            const QString directory = reportDirectoryOf(link);
+            if (QFileInfo(path).isRelative() && !directory.isEmpty())
+                path = QDir::cleanPath(QDir(directory).filePath(path));
+            target = path + QStringLiteral(" line ") + match.captured(2);
         }
     }
     if (StudioInterface* studio = hostStudio())
         studio->openLocation(target, 3, true);
 }
 
+namespace {
+// One find dialog for all windows, alive from one Find to the next.
+QPointer<QAViewerFindDialog> findDialog;
+} // namespace
+
 void QAReporter::find(const QString& text)
 {
-    static QPointer<QAViewerFindDialog> dialog; // one for all windows
-    delete dialog.data();
+    delete findDialog.data();
     if (!text.isNull()) {
         m_findExpression.setPattern(text);
+        m_findText = text;
+        m_findRegularExpression = true;
         findDialogSearch(m_findExpression);
         return;
     }
@@ -140,18 +180,130 @@ void QAReporter::find(const QString& text)
     QWidget* parent = studio ? studio->mainWindow() : nullptr;
     if (!parent)
         return;
-    dialog = new QAViewerFindDialog(parent);
-    dialog->setObjectName(QStringLiteral("reporter-find-dialog"));
-    connect(dialog, &QAViewerFindDialog::search, this, &QAReporter::findDialogSearch);
-    dialog->setRegExp(m_findExpression);
-    dialog->exec();
-    if (dialog)
-        m_findExpression = dialog->regExp();
+    findDialog = new QAViewerFindDialog(parent);
+    findDialog->setObjectName(QStringLiteral("reporter-find-dialog"));
+    connect(findDialog, &QAViewerFindDialog::search, this, &QAReporter::findDialogSearch);
+    findDialog->setRegExp(m_findExpression);
+    // The user's own text and choices come back as they were left.
+    findDialog->setSearch(
+        m_findText,
+        !(m_findExpression.patternOptions() & QRegularExpression::CaseInsensitiveOption),
+        m_findRegularExpression);
+    findDialog->exec();
+    if (findDialog) {
+        m_findExpression = findDialog->regExp();
+        m_findText = findDialog->text();
+        m_findRegularExpression = findDialog->isRegularExpression();
+        disconnect(findDialog, &QAViewerFindDialog::search, this, &QAReporter::findDialogSearch);
+    }
+}
+
+void QAReporter::findNext()
+{
+    if (m_findExpression.pattern().isEmpty())
+        find();
+    else
+        searchDocuments(m_findExpression, false);
+}
+
+void QAReporter::findPrevious()
+{
+    if (m_findExpression.pattern().isEmpty())
+        find();
+    else
+        searchDocuments(m_findExpression, true);
 }
 
 void QAReporter::findDialogSearch(const QRegularExpression& expression)
 {
-    m_documentView->search(expression);
+    if (findDialog && sender() == findDialog) {
+        m_findText = findDialog->text();
+        m_findRegularExpression = findDialog->isRegularExpression();
+        m_findExpression = expression;
+    }
+    searchDocuments(expression, false);
+}
+
+// Searches and says how it went, in the Find dialog when it is open and in the status bar.
+void QAReporter::searchDocuments(const QRegularExpression& expression, bool backward)
+{
+    const DFolioView::SearchResult result = m_documentView->find(expression, backward);
+    const QString shown = m_findText.isEmpty() ? expression.pattern() : m_findText;
+    QString status;
+    if (!expression.isValid())
+        status = tr("Not a valid regular expression: %1").arg(expression.errorString());
+    else if (result == DFolioView::NotFound)
+        status = tr("\"%1\" not found").arg(shown);
+    else if (result == DFolioView::Wrapped)
+        status = backward ? tr("Wrapped around to the end") : tr("Wrapped around to the start");
+    if (findDialog && findDialog->isVisible())
+        findDialog->setStatus(status);
+    StudioInterface* studio = hostStudio();
+    if (auto* studioWindow = qobject_cast<QMainWindow*>(studio ? studio->mainWindow() : nullptr)) {
+        if (status.isEmpty())
+            studioWindow->statusBar()->clearMessage();
+        else
+            studioWindow->statusBar()->showMessage(status, 5000);
+    }
+}
+
+QAReporter::Place QAReporter::currentPlace() const
+{
+    Place place;
+    place.files = m_fileList;
+    if (m_outline)
+        place.entryPath = QARListView::entryPath(m_outline->currentItem());
+    DDocument* document = m_documentView->currentDocument();
+    if (!document)
+        return place;
+    place.document = document->tag();
+    // The nearest tagged part around what shows at the top of the view: the first item met
+    // going down from the top, a few pixels at a time past spacing and margins.
+    DItem* top = nullptr;
+    const int width = m_documentView->viewport()->width();
+    for (int y = 1; y < 60 && !top; y += 4) {
+        for (int x : {m_documentView->margin() + 2, width / 4, width / 2}) {
+            if ((top = m_documentView->itemAt(QPoint(x, y))))
+                break;
+        }
+    }
+    for (DItem* item = top; item; item = item->parent()) {
+        const auto* tagged = item->isTagged() ? static_cast<DTaggedItemContainer*>(item) : nullptr;
+        if (tagged && !tagged->tag().isEmpty() && item != document) {
+            place.anchor = tagged->tag();
+            place.anchorTop = m_documentView->itemRect(item).top();
+            break;
+        }
+    }
+    return place;
+}
+
+void QAReporter::restorePlace(const Place& place)
+{
+    if (place.files != m_fileList)
+        return;
+    if (m_outline) {
+        if (QTreeWidgetItem* entry = m_outline->entryAt(place.entryPath)) {
+            if (QTreeWidgetItem* selected = m_outline->currentItem())
+                selected->setSelected(false);
+            m_outline->setCurrentItem(entry);
+            entry->setSelected(true);
+            m_outline->scrollToItem(entry);
+        }
+    }
+    if (place.anchor.isEmpty()) {
+        if (!place.document.isEmpty())
+            m_documentView->moveTo(QString(), QString(), place.document);
+        return;
+    }
+    if (!m_documentView->moveTo(QString(), place.document, place.anchor))
+        return;
+    // Back to the same distance from the part's top as before.
+    const Place now = currentPlace();
+    if (now.anchor == place.anchor && now.anchorTop != place.anchorTop) {
+        QScrollBar* scrollBar = m_documentView->verticalScrollBar();
+        scrollBar->setValue(scrollBar->value() + now.anchorTop - place.anchorTop);
+    }
 }
 
 void QAReporter::setNode(const nodeData& node)
@@ -161,4 +313,51 @@ void QAReporter::setNode(const nodeData& node)
         return;
     setWindowTitle(
         QStringLiteral("%1 [%2]").arg(m_title, node.name.section(QLatin1Char('.'), -1, -1)));
+    Q_EMIT captionChanged(this);
+}
+
+void QAReporter::rememberPlace()
+{
+    constexpr size_t kept = 100;
+    m_back.push_back(currentPlace());
+    if (m_back.size() > kept)
+        m_back.erase(m_back.begin());
+    m_forward.clear();
+    Q_EMIT stateChanged();
+}
+
+// Shows `place`, reading its files first when they are not the ones shown.
+void QAReporter::showPlace(const Place& place)
+{
+    if (place.files == m_fileList && !m_dataList.empty()) {
+        restorePlace(place);
+        return;
+    }
+    m_fileList = place.files;
+    m_pendingPlace = std::make_unique<Place>(place);
+    m_dataAnalysed = false;
+    refreshContents();
+    Q_EMIT captionChanged(this);
+}
+
+void QAReporter::goBack()
+{
+    if (m_back.empty())
+        return;
+    m_forward.push_back(currentPlace());
+    const Place place = m_back.back();
+    m_back.pop_back();
+    showPlace(place);
+    Q_EMIT stateChanged();
+}
+
+void QAReporter::goForward()
+{
+    if (m_forward.empty())
+        return;
+    m_back.push_back(currentPlace());
+    const Place place = m_forward.back();
+    m_forward.pop_back();
+    showPlace(place);
+    Q_EMIT stateChanged();
 }

@@ -5,6 +5,7 @@
 namespace {
 #include "data/icons/nextKO.xpm"
 #include "data/icons/precKO.xpm"
+#include "data/icons/reload.xpm"
 #include "data/icons/reporter_16_bis.xpm"
 #include "data/icons/testok.xpm"
 #include "data/icons/testscomplete.xpm"
@@ -40,6 +41,10 @@ QPixmap nextFailure()
 QPixmap allTests()
 {
     return GETPIX("testscomplete_xpm", testscomplete_xpm);
+}
+QPixmap reload()
+{
+    return GETPIX("reload_xpm", reload_xpm);
 }
 QPixmap failedTests()
 {

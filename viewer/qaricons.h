@@ -12,4 +12,5 @@ QPixmap previousFailure();
 QPixmap nextFailure();
 QPixmap allTests();    // the mode button while all results show
 QPixmap failedTests(); // the mode button while only failures show
+QPixmap reload();      // the Reload entry of the commands menu
 } // namespace QARIcons

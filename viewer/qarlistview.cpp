@@ -89,3 +89,29 @@ void QARListView::stepToFailure(bool forward)
         return;
     }
 }
+
+QStringList QARListView::entryPath(const QTreeWidgetItem* entry)
+{
+    QStringList path;
+    for (; entry; entry = entry->parent())
+        path.prepend(entry->text(0));
+    return path;
+}
+
+QTreeWidgetItem* QARListView::entryAt(const QStringList& path) const
+{
+    QTreeWidgetItem* found = nullptr;
+    for (const QString& name : path) {
+        const int count = found ? found->childCount() : topLevelItemCount();
+        QTreeWidgetItem* next = nullptr;
+        for (int i = 0; i < count && !next; ++i) {
+            QTreeWidgetItem* candidate = found ? found->child(i) : topLevelItem(i);
+            if (candidate->text(0) == name)
+                next = candidate;
+        }
+        if (!next)
+            return nullptr;
+        found = next;
+    }
+    return found;
+}

@@ -19,6 +19,10 @@ public:
     QARListViewItem* addReport(QAReporterDataTree* tree, const QString& fileName);
     // Opens the entries whose depth (0 for files) is below `depth`, closes the others.
     void openToDepth(int depth);
+    // The names from the file entry down to `entry`, and the entry found again by them (the
+    // first of equal names at each level); null when the path leads nowhere.
+    static QStringList entryPath(const QTreeWidgetItem* entry);
+    QTreeWidgetItem* entryAt(const QStringList& path) const;
 
 public Q_SLOTS:
     // Select the next (previous) failed entry after (before) the current one, across closed

@@ -3,6 +3,7 @@
 #include "sdk/studiointerface.h"
 #include "viewer/qaricons.h"
 
+#include <QAction>
 #include <QMainWindow>
 #include <QToolButton>
 
@@ -26,6 +27,21 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
         tr("<b>All Test Results</b> or <b>Failed Tests Only</b><br>Use this button to "
            "either display all tests or only failed tests"),
         &QARToolBar::filtreClicked);
+    // The keys press the buttons at once, anywhere in the main window; a disabled button
+    // ignores them.
+    const std::pair<QToolButton*, QKeySequence> keys[] = {
+        {m_prevButton, QKeySequence(Qt::SHIFT | Qt::Key_F8)},
+        {m_nextButton, QKeySequence(Qt::Key_F8)},
+        {m_filterButton, QKeySequence(Qt::CTRL | Qt::Key_F8)}};
+    for (const auto& [button, key] : keys) {
+        auto* action = new QAction(button->text(), this);
+        action->setShortcut(key);
+        connect(action, &QAction::triggered, button, &QToolButton::click);
+        if (mainWindow)
+            mainWindow->addAction(action);
+        button->setToolTip(
+            tr("%1 (%2)").arg(button->text(), key.toString(QKeySequence::NativeText)));
+    }
     setEnabledAll(false);
 }
 
@@ -48,8 +64,10 @@ QARToolBar* QARToolBar::getToolBar(StudioInterface* studio)
     auto* mainWindow = studio ? qobject_cast<QMainWindow*>(studio->mainWindow()) : nullptr;
     if (!mainWindow)
         return nullptr;
-    if (!reportertoolbar)
+    if (!reportertoolbar) {
         reportertoolbar = new QARToolBar(tr("Code Review Toolbar", "Tool bar Title"), mainWindow);
+        reportertoolbar->setObjectName(QStringLiteral("codeReviewToolBar")); // kept in layouts
+    }
     return reportertoolbar;
 }
 

@@ -275,7 +275,7 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
             shown = viewer;
             const QStringList opened = shownFiles(viewer);
             for (auto it = opened.crbegin(); it != opened.crend(); ++it)
-                addRecentFile(*it);
+                addRecentFile(ImportCache::originalOf(*it));
             statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
                                      5000);
         } else {

@@ -4,7 +4,9 @@
 #include "folio/damlhandler.h"
 
 #include <QIODevice>
+#include <cerrno>
 #include <expat.h>
+#include <iconv.h>
 
 namespace {
 constexpr int chunkSize = 256 * 1024;
@@ -17,6 +19,36 @@ bool isBlank(const std::string& text)
             return false;
     }
     return true;
+}
+
+// Builds expat's table for a one-byte character set that expat does not know itself
+// (windows-1252, ISO-8859-15, KOI8-R, ...), through the C library's converters. Encodings with
+// characters of more than one byte are refused: `map` is then left incomplete and false returned.
+bool mapSingleByteEncoding(const char* name, int map[256])
+{
+    iconv_t converter = iconv_open("UTF-32LE", name);
+    if (converter == iconv_t(-1))
+        return false;
+    bool singleByte = true;
+    for (int byte = 0; byte < 256 && singleByte; ++byte) {
+        iconv(converter, nullptr, nullptr, nullptr, nullptr);
+        char in = char(byte);
+        unsigned char out[8] = {};
+        char* inPointer = &in;
+        char* outPointer = reinterpret_cast<char*>(out);
+        std::size_t inLeft = 1;
+        std::size_t outLeft = sizeof out;
+        const std::size_t converted = iconv(converter, &inPointer, &inLeft, &outPointer, &outLeft);
+        if (converted != std::size_t(-1) && inLeft == 0 && sizeof out - outLeft == 4) {
+            map[byte] = int(out[0] | out[1] << 8 | out[2] << 16 | unsigned(out[3]) << 24);
+        } else if (converted == std::size_t(-1) && errno == EILSEQ) {
+            map[byte] = -1; // a byte the set leaves undefined
+        } else {
+            singleByte = false; // the start of a longer sequence, or a stateful encoding
+        }
+    }
+    iconv_close(converter);
+    return singleByte;
 }
 } // namespace
 
@@ -54,6 +86,20 @@ struct DAmlReader::Callbacks
     static void text(void* data, const XML_Char* text, int length)
     {
         static_cast<DAmlReader*>(data)->m_text.append(text, size_t(length));
+    }
+
+    // Called for an encoding declared in the input that expat does not decode itself.
+    static int unknownEncoding(void* data, const XML_Char* name, XML_Encoding* info)
+    {
+        auto* reader = static_cast<DAmlReader*>(data);
+        reader->m_unsupportedEncoding = QString::fromUtf8(name);
+        if (!mapSingleByteEncoding(name, info->map))
+            return XML_STATUS_ERROR;
+        info->data = nullptr;
+        info->convert = nullptr;
+        info->release = nullptr;
+        reader->m_unsupportedEncoding.clear();
+        return XML_STATUS_OK;
     }
 };
 
@@ -99,9 +145,12 @@ bool DAmlReader::parse(QIODevice* input)
     if (!m_handler->startDocument())
         return false;
 
-    XML_Parser parser = XML_ParserCreate("UTF-8");
+    // The input's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
+    XML_Parser parser = XML_ParserCreate(nullptr);
     m_parser = parser;
+    m_unsupportedEncoding.clear();
     XML_SetUserData(parser, this);
+    XML_SetUnknownEncodingHandler(parser, &Callbacks::unknownEncoding, this);
     XML_SetElementHandler(parser, &Callbacks::start, &Callbacks::end);
     XML_SetCharacterDataHandler(parser, &Callbacks::text);
 
@@ -125,7 +174,11 @@ bool DAmlReader::parse(QIODevice* input)
             if (!m_stopped) {
                 m_line = int(XML_GetCurrentLineNumber(parser));
                 m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-                m_handler->fatalError(QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser))));
+                const XML_Error code = XML_GetErrorCode(parser);
+                m_handler->fatalError(
+                    code == XML_ERROR_UNKNOWN_ENCODING && !m_unsupportedEncoding.isNull()
+                        ? QStringLiteral("unsupported encoding \"%1\"").arg(m_unsupportedEncoding)
+                        : QString::fromUtf8(XML_ErrorString(code)));
             }
         }
     }

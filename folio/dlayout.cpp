@@ -16,6 +16,13 @@
 namespace {
 
 constexpr int cellPadding = 4;
+// The largest side an image is drawn with, whatever its markup asks: heights are summed in ints.
+constexpr int maxImageSide = 32767;
+
+int boundedSide(int side)
+{
+    return qMin(side, maxImageSide);
+}
 
 Qt::Alignment alignmentOf(const DStyle* style)
 {
@@ -226,7 +233,7 @@ int DBlockLayout::estimateHeight(const DBlock& block, const DLayoutContext& cont
         return 296;
     case DBlock::Image: {
         const DImage* image = static_cast<const DImage*>(block.owner);
-        return (image->height() > 0 ? image->height() : 48) + 10;
+        return (image->height() > 0 ? boundedSide(image->height()) : 48) + 10;
     }
     case DBlock::Text:
     case DBlock::Row:
@@ -413,25 +420,27 @@ void DBlockLayout::layOutImage()
     if (!m_imageFile.isEmpty())
         m_image.load(m_imageFile);
     const qreal available = qMax(40, m_context.width - m_block.indent);
+    const int width = boundedSide(image->width());
+    const int height = boundedSide(image->height());
     QSizeF size;
     if (!m_image.isNull()) {
         const QSizeF natural = m_image.size();
-        if (image->width() > 0 && image->height() > 0)
-            size = QSizeF(image->width(), image->height());
-        else if (image->width() > 0)
-            size = QSizeF(image->width(), image->width() * natural.height() / natural.width());
-        else if (image->height() > 0)
-            size = QSizeF(image->height() * natural.width() / natural.height(), image->height());
+        if (width > 0 && height > 0)
+            size = QSizeF(width, height);
+        else if (width > 0)
+            size = QSizeF(width, width * natural.height() / natural.width());
+        else if (height > 0)
+            size = QSizeF(height * natural.width() / natural.height(), height);
         else
             size = natural;
+        size = size.boundedTo(QSizeF(maxImageSide, maxImageSide));
         if (size.width() > available)
             size = QSizeF(available, size.height() * available / size.width());
     } else {
         // The placeholder shows the name of the missing picture.
         const QFontMetricsF metrics(m_context.fontOf(m_block.style));
-        size = QSizeF(image->width() > 0 ? image->width()
-                                         : metrics.horizontalAdvance(image->source()) + 40,
-                      image->height() > 0 ? image->height() : metrics.height() + 16);
+        size = QSizeF(width > 0 ? width : metrics.horizontalAdvance(image->source()) + 40,
+                      height > 0 ? height : metrics.height() + 16);
         size.setWidth(qMin(size.width(), available));
     }
     qreal x = m_block.indent;

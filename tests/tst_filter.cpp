@@ -11,6 +11,7 @@
 #include "model/qastxmlrodreader.h"
 
 #include <QBuffer>
+#include <climits>
 #include <QSet>
 #include <QTest>
 
@@ -486,6 +487,20 @@ private Q_SLOTS:
             QLatin1String("ROW[CELLTEXT CELL[TEXT:2] CELL[TEXT:12] CELL[TEXT:0] CELL[TEXT:14]]]")));
         for (const DItem* item : itemsOf(document.get()))
             QVERIFY(item == document.get() || item->parent());
+
+        // Counts near the int limit add up without wrapping.
+        reports[0]->failed = INT_MAX;
+        reports[0]->passed = INT_MAX;
+        reports[1]->failed = INT_MAX;
+        reports[1]->inconclusive = INT_MAX;
+        document = filter.doHeaderDoc(reports, QString(), styles);
+        table = dcast<DTable>(dcast<DSection>(document->firstChild())->firstChild());
+        QVERIFY(outline(table->firstChild()->next()).startsWith(
+            QLatin1String("ROW[CELL[LINK[TEXT:run1.crc]] CELLTEXT CELL[TEXT:2147483647] "
+                          "CELL[TEXT:2147483647] CELL[TEXT:0] CELL[TEXT:4294967294]]")));
+        QVERIFY(outline(table).endsWith(
+            QLatin1String("ROW[CELLTEXT CELL[TEXT:4294967294] CELL[TEXT:2147483654] "
+                          "CELL[TEXT:2147483647] CELL[TEXT:8589934595]]]")));
     }
 };
 

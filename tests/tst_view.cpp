@@ -410,6 +410,19 @@ private Q_SLOTS:
         QCOMPARE(view.grab().toImage().pixelColor(scaled.left() + 10, scaled.top() + 10),
                  QColor(Qt::red));
         QVERIFY(view.itemRect(find(document.get(), DItem::Graphic)).height() > 200);
+
+        // A height at the int limit is drawn bounded, and the blocks after it still follow it.
+        const auto giant = read("<DOCUMENT><IMAGE src=\"missing.png\" height=\"2147483647\"/>"
+                                "<IMAGE src=\"pic.png\" width=\"2147483647\" "
+                                "height=\"2147483647\"/><PARAGRAPH>after</PARAGRAPH></DOCUMENT>");
+        view.setDocument(giant.get(), true);
+        DItem* missing = find(giant.get(), DItem::Image);
+        const QRect missingRect = view.itemRect(missing);
+        const QRect pictureRect = view.itemRect(missing->next());
+        QVERIFY(missingRect.height() > 10000);
+        QVERIFY(pictureRect.top() >= missingRect.bottom());
+        QVERIFY(pictureRect.height() > 0);
+        QVERIFY(view.itemRect(find(giant.get(), DItem::Paragraph)).top() > pictureRect.top());
     }
 
     void placesCellsByWidthsAndSpans()

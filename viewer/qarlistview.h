@@ -13,12 +13,17 @@ class QARListView : public QAListView
 
 public:
     explicit QARListView(QWidget* parent = nullptr);
+    ~QARListView() override;
 
     // Appends the entry of one result file with all its nodes; returns it, or null when the
     // tree has no root.
     QARListViewItem* addReport(QAReporterDataTree* tree, const QString& fileName);
-    // Opens the entries whose depth (0 for files) is below `depth`, closes the others.
+    // Opens the entries whose depth (0 for files) is below `depth`, closes the others; file
+    // entries always stay open.
     void openToDepth(int depth);
+    // Removes and deletes every entry, deep branches without recursion. It stands in for
+    // QTreeWidget::clear(), whose entries delete their children recursively.
+    void clear();
 
 public Q_SLOTS:
     // Select the next (previous) failed entry after (before) the current one, across closed

@@ -167,3 +167,8 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
     DUpdater().doAll(document.get());
     return document;
 }
+
+bool QAReporterFilter::filterAction()
+{
+    return false;
+}

@@ -415,6 +415,35 @@ private Q_SLOTS:
         QCOMPARE(filter.filtered().size(), size_t(1));
     }
 
+    // The writer's helpers under the names the viewer's other parts know them by.
+    void writerHelpersByName()
+    {
+        const auto record = readReport(
+            wrap("<SECTION tag='s1'><PARAGRAPH>in</PARAGRAPH></SECTION><PARAGRAPH>out</PARAGRAPH>"));
+        QVERIFY(record);
+        DItem* section = record->document->firstChild();
+        DItem* inside = section->asContainer()->firstChild()->asContainer()->firstChild();
+        DItem* outside = section->next()->asContainer()->firstChild();
+        QCOMPARE(QAReporterFilterWriter::getTagDocument(inside), QStringLiteral("doc"));
+        QCOMPARE(QAReporterFilterWriter::getTagSection(inside), QStringLiteral("s1"));
+        QCOMPARE(QAReporterFilterWriter::getTagSection(section), QStringLiteral(""));
+        QVERIFY(!QAReporterFilterWriter::getTagSection(outside).isNull());
+        QCOMPARE(QAReporterFilterWriter::getTagDocument(record->document.get()),
+                 QStringLiteral(""));
+
+        QAReporterFilter filter;
+        QVERIFY(!filter.filterAction());
+
+        // The tag a caller passes is left as it was.
+        Validator all;
+        QAReporterFilterWriter writer(&all);
+        writer.startWriter(record->tree, record->document.get());
+        QString tag = QStringLiteral("given");
+        writer.isReftoBegin(inside, tag, nullptr);
+        writer.isReftoEnd(inside, tag, nullptr);
+        QCOMPARE(tag, QStringLiteral("given"));
+    }
+
     void summaryDocument()
     {
         DStyleList styles{DStylePtr(new DStyle(QStringLiteral("Array"))),

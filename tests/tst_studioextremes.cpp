@@ -1,6 +1,8 @@
 // crcstudio at the extremes of its input: results nested as deep as the reader allows, shown,
-// filtered and closed again; and an outline depth of 0 taken from the settings file.
+// filtered and closed again; an outline depth of 0 taken from the settings file; preferences
+// announced once however the dialog is confirmed.
 
+#include "host/preferencesdialog.h"
 #include "host/studiomainwindow.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
@@ -9,8 +11,12 @@
 #include "viewer/qareporter.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QMenuBar>
 #include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSpinBox>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -167,6 +173,56 @@ private Q_SLOTS:
         close->trigger();
         QTRY_VERIFY(window.isNull());
         QCOMPARE(m_studio->tabs()->count(), 0);
+    }
+
+    // The viewers hear of new preferences once per confirmation: Apply then OK without an edit
+    // in between announces them once, an edit after Apply once more, OK alone once.
+    void preferencesAreAnnouncedOncePerConfirmation()
+    {
+        QSignalSpy announced(QAReporter::preference(), &QAReporterPref::preferencesChanged);
+        const auto openDialog = [this] {
+            QAction* preferences =
+                menuCommand(m_studio->menuBar(), QStringLiteral("Preferences..."));
+            if (preferences)
+                preferences->trigger();
+            return m_studio->findChild<PreferencesDialog*>();
+        };
+        const auto press = [](PreferencesDialog* dialog, QDialogButtonBox::StandardButton which) {
+            QTest::mouseClick(dialog->buttons()->button(which), Qt::LeftButton);
+        };
+        // The page's widgets are made with each dialog.
+        const auto depth = [] { return QAReporter::preference()->general->depthSpin.data(); };
+
+        QPointer<PreferencesDialog> dialog = openDialog();
+        QVERIFY(dialog);
+        QTest::keyClick(depth(), Qt::Key_Up);
+        press(dialog, QDialogButtonBox::Apply);
+        QCOMPARE(announced.size(), 1);
+        press(dialog, QDialogButtonBox::Ok);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(announced.size(), 1);
+
+        dialog = openDialog();
+        QVERIFY(dialog);
+        QTest::keyClick(depth(), Qt::Key_Up);
+        press(dialog, QDialogButtonBox::Apply);
+        QTest::keyClick(depth(), Qt::Key_Down);
+        press(dialog, QDialogButtonBox::Ok);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(announced.size(), 3);
+
+        dialog = openDialog();
+        QVERIFY(dialog);
+        press(dialog, QDialogButtonBox::Ok);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(announced.size(), 4);
+
+        dialog = openDialog();
+        QVERIFY(dialog);
+        QTest::keyClick(depth(), Qt::Key_Up);
+        press(dialog, QDialogButtonBox::Cancel);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(announced.size(), 4);
     }
 };
 

@@ -378,25 +378,23 @@ QPointF DBlockLayout::pieceOrigin(int piece) const
 
 int DBlockLayout::pieceAtPosition(int run, int position) const
 {
-    const int last = run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1
-                                                        : int(m_pieces.size()) - 1;
+    const int last =
+        run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1 : int(m_pieces.size()) - 1;
     const auto begin = m_pieces.begin() + m_firstPiece[run];
     const auto end = m_pieces.begin() + last + 1;
-    const auto after = std::upper_bound(begin, end, position, [](int at, const Piece& piece) {
-        return at < piece.start;
-    });
+    const auto after = std::upper_bound(
+        begin, end, position, [](int at, const Piece& piece) { return at < piece.start; });
     return after == begin ? m_firstPiece[run] : int(after - m_pieces.begin()) - 1;
 }
 
 int DBlockLayout::pieceAtY(int run, qreal y) const
 {
-    const int last = run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1
-                                                        : int(m_pieces.size()) - 1;
+    const int last =
+        run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1 : int(m_pieces.size()) - 1;
     const auto begin = m_pieces.begin() + m_firstPiece[run];
     const auto end = m_pieces.begin() + last + 1;
-    const auto after = std::upper_bound(begin, end, y, [](qreal at, const Piece& piece) {
-        return at < piece.top;
-    });
+    const auto after = std::upper_bound(
+        begin, end, y, [](qreal at, const Piece& piece) { return at < piece.top; });
     return after == begin ? m_firstPiece[run] : int(after - m_pieces.begin()) - 1;
 }
 

@@ -138,13 +138,13 @@ private:
     const DBlock m_block; // a copy: the block list may grow while the layout lives
     const DLayoutContext& m_context;
     std::vector<DTextRun> m_runs;
-    std::vector<Piece> m_pieces;                         // in run order, then top to bottom
-    std::vector<int> m_firstPiece;                       // per run, its first piece
+    std::vector<Piece> m_pieces;                                 // in run order, then top to bottom
+    std::vector<int> m_firstPiece;                               // per run, its first piece
     mutable std::vector<std::unique_ptr<QTextLayout>> m_layouts; // one slot per piece
     mutable std::vector<int> m_livePieces;                       // pieces laid out, oldest first
-    std::vector<QRectF> m_cellRects;                     // rows: one per run
-    QRectF m_content;                                    // area of text, image or chart
-    int m_before = 0;                                    // space above the content
+    std::vector<QRectF> m_cellRects;                             // rows: one per run
+    QRectF m_content;                                            // area of text, image or chart
+    int m_before = 0;                                            // space above the content
     int m_height = 0;
     int m_naturalWidth = 0;
     QImage m_image;

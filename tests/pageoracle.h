@@ -95,7 +95,8 @@ inline QString activeContent(const QString& page)
                 ++i;
                 while (i < size && isSpace(page.at(i)))
                     ++i;
-                if (i < size && (page.at(i) == QLatin1Char('"') || page.at(i) == QLatin1Char('\''))) {
+                if (i < size &&
+                    (page.at(i) == QLatin1Char('"') || page.at(i) == QLatin1Char('\''))) {
                     const QChar quote = page.at(i);
                     const qsizetype valueStart = ++i;
                     i = page.indexOf(quote, i);

@@ -11,9 +11,9 @@
 #include "model/qastxmlrodreader.h"
 
 #include <QBuffer>
-#include <climits>
 #include <QSet>
 #include <QTest>
+#include <climits>
 
 namespace {
 
@@ -418,8 +418,8 @@ private Q_SLOTS:
     // The writer's helpers under the names the viewer's other parts know them by.
     void writerHelpersByName()
     {
-        const auto record = readReport(
-            wrap("<SECTION tag='s1'><PARAGRAPH>in</PARAGRAPH></SECTION><PARAGRAPH>out</PARAGRAPH>"));
+        const auto record = readReport(wrap(
+            "<SECTION tag='s1'><PARAGRAPH>in</PARAGRAPH></SECTION><PARAGRAPH>out</PARAGRAPH>"));
         QVERIFY(record);
         DItem* section = record->document->firstChild();
         DItem* inside = section->asContainer()->firstChild()->asContainer()->firstChild();
@@ -524,9 +524,10 @@ private Q_SLOTS:
         reports[1]->inconclusive = INT_MAX;
         document = filter.doHeaderDoc(reports, QString(), styles);
         table = dcast<DTable>(dcast<DSection>(document->firstChild())->firstChild());
-        QVERIFY(outline(table->firstChild()->next()).startsWith(
-            QLatin1String("ROW[CELL[LINK[TEXT:run1.crc]] CELLTEXT CELL[TEXT:2147483647] "
-                          "CELL[TEXT:2147483647] CELL[TEXT:0] CELL[TEXT:4294967294]]")));
+        QVERIFY(outline(table->firstChild()->next())
+                    .startsWith(QLatin1String(
+                        "ROW[CELL[LINK[TEXT:run1.crc]] CELLTEXT CELL[TEXT:2147483647] "
+                        "CELL[TEXT:2147483647] CELL[TEXT:0] CELL[TEXT:4294967294]]")));
         QVERIFY(outline(table).endsWith(
             QLatin1String("ROW[CELLTEXT CELL[TEXT:4294967294] CELL[TEXT:2147483654] "
                           "CELL[TEXT:2147483647] CELL[TEXT:8589934595]]]")));

@@ -438,9 +438,9 @@ private Q_SLOTS:
                                    " <LINK target='::end'>end</LINK></PARAGRAPH></DOCUMENT>");
         DBlockList blocks;
         blocks.appendDocument(document.get());
-        const auto paragraph = std::find_if(
-            blocks.blocks().begin(), blocks.blocks().end(),
-            [](const DBlock& block) { return block.kind == DBlock::Text; });
+        const auto paragraph =
+            std::find_if(blocks.blocks().begin(), blocks.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Text; });
         QVERIFY(paragraph != blocks.blocks().end());
         DLayoutContext context;
         DBlockLayout layout(*paragraph, context);
@@ -451,8 +451,8 @@ private Q_SLOTS:
         QVERIFY(layout.height() > 10000);
 
         // Positions map to places and back across the whole run.
-        for (const int position : {0, 5000, 1 << 20, 3 << 20, (3 << 20) + 500000,
-                                   layout.length() - 1}) {
+        for (const int position :
+             {0, 5000, 1 << 20, 3 << 20, (3 << 20) + 500000, layout.length() - 1}) {
             const QRectF cursor = layout.cursorRect(position);
             QVERIFY2(qAbs(layout.positionAt(cursor.center()) - position) <= 1,
                      qPrintable(QString::number(position)));

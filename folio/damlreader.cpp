@@ -11,6 +11,8 @@
 namespace {
 constexpr int chunkSize = 256 * 1024;
 constexpr std::size_t maxPooledText = 48;
+// A run of text longer than this is converted as it arrives, not kept twice until its end.
+constexpr std::size_t longTextStep = 1 << 20;
 
 bool isBlank(const std::string& text)
 {
@@ -19,6 +21,29 @@ bool isBlank(const std::string& text)
             return false;
     }
     return true;
+}
+
+bool isBlank(const QString& text)
+{
+    for (QChar c : text) {
+        if (c != QLatin1Char(' ') && c != QLatin1Char('\t') && c != QLatin1Char('\n') &&
+            c != QLatin1Char('\r'))
+            return false;
+    }
+    return true;
+}
+
+// The length of the part of `text` that ends with a whole UTF-8 sequence.
+std::size_t wholeCharacters(const std::string& text)
+{
+    std::size_t start = text.size();
+    while (start > 0 && (static_cast<unsigned char>(text[start - 1]) & 0xc0) == 0x80)
+        --start;
+    if (start == 0)
+        return text.size();
+    const unsigned char lead = static_cast<unsigned char>(text[start - 1]);
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
+    return text.size() - (start - 1) >= length ? text.size() : start - 1;
 }
 
 // Builds expat's table for a one-byte character set that expat does not know itself
@@ -85,7 +110,13 @@ struct DAmlReader::Callbacks
 
     static void text(void* data, const XML_Char* text, int length)
     {
-        static_cast<DAmlReader*>(data)->m_text.append(text, size_t(length));
+        auto* reader = static_cast<DAmlReader*>(data);
+        reader->m_text.append(text, size_t(length));
+        if (reader->m_text.size() >= longTextStep) {
+            const std::size_t whole = wholeCharacters(reader->m_text);
+            reader->m_longText.append(QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
+            reader->m_text.erase(0, whole);
+        }
     }
 
     // Called for an encoding declared in the input that expat does not decode itself.
@@ -117,12 +148,18 @@ QString DAmlReader::textOf(const std::string& run)
 
 bool DAmlReader::flushText()
 {
-    if (m_text.empty())
+    if (m_text.empty() && m_longText.isEmpty())
         return true;
-    const bool blank = isBlank(m_text);
-    const bool accepted = blank || m_handler->characters(textOf(m_text));
+    if (m_longText.isEmpty()) {
+        const bool accepted = isBlank(m_text) || m_handler->characters(textOf(m_text));
+        m_text.clear();
+        return accepted;
+    }
+    m_longText.append(QString::fromUtf8(m_text.data(), qsizetype(m_text.size())));
     m_text.clear();
-    return accepted;
+    const QString run = std::move(m_longText);
+    m_longText = QString();
+    return isBlank(run) || m_handler->characters(run);
 }
 
 QString DAmlReader::errorString() const
@@ -136,6 +173,7 @@ bool DAmlReader::parse(QIODevice* input)
     m_line = 0;
     m_column = 0;
     m_text.clear();
+    m_longText.clear();
     if (!m_handler)
         return false;
     if (!input || !input->isReadable()) {

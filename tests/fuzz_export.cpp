@@ -45,8 +45,8 @@ void checkTheFolder(const QString& root, const QString& input, const QString& ou
             continue;
         if (!path.startsWith(output + QLatin1Char('/')))
             fail(QStringLiteral("a file outside the export folder: ") + path);
-        if (entry.isSymLink() || !entry.isFile())
-            fail(QStringLiteral("not a plain file: ") + path);
+        if (entry.isSymLink() || !(entry.isFile() || entry.isDir()))
+            fail(QStringLiteral("neither a plain file nor a folder: ") + path);
         if (entry.suffix() == QLatin1String("html")) {
             QFile page(path);
             if (!page.open(QIODevice::ReadOnly))

@@ -196,7 +196,8 @@ private Q_SLOTS:
                     continue;
                 QVERIFY2(entry.filePath().startsWith(pages + QLatin1Char('/')),
                          qPrintable(input + QStringLiteral(" wrote ") + entry.filePath()));
-                QVERIFY2(entry.isFile() && !entry.isSymLink(), qPrintable(entry.filePath()));
+                QVERIFY2((entry.isFile() || entry.isDir()) && !entry.isSymLink(),
+                         qPrintable(entry.filePath()));
                 if (entry.suffix() != QLatin1String("html"))
                     continue;
                 QFile page(entry.filePath());

@@ -118,8 +118,9 @@ private:
     DItem* m_last = nullptr;
 };
 
-// A cell holding one text item.
-void addNumberCell(Children& row, int value)
+// A cell holding one text item. Counts are summed in 64 bits: counts near the int limit add up
+// without wrapping.
+void addNumberCell(Children& row, qint64 value)
 {
     DCell* cell = row.add(std::make_unique<DCell>(0));
     Children(cell).add(std::make_unique<DText>(QString::number(value, 10)));
@@ -167,9 +168,9 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
     for (const QString& title : std::as_const(titles))
         headings.add(std::make_unique<DCellText>(title, 0));
 
-    int failedSum = 0;
-    int passedSum = 0;
-    int inconclusiveSum = 0;
+    qint64 failedSum = 0;
+    qint64 passedSum = 0;
+    qint64 inconclusiveSum = 0;
     for (const QAReporterData* report : reports) {
         const bool failed = report->failed != 0;
         const int inconclusive = report->inconclusive > 0 ? report->inconclusive : 0;
@@ -183,7 +184,7 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
         cells.add(std::make_unique<DCellText>(failed ? text("Failed") : text("Passed"), 0));
         addNumberCell(cells, report->failed);
         addNumberCell(cells, report->passed);
-        int total = report->failed + report->passed;
+        qint64 total = qint64(report->failed) + report->passed;
         if (showInconclusive) {
             addNumberCell(cells, inconclusive);
             total += inconclusive;
@@ -199,7 +200,7 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
     totalCells.add(std::make_unique<DCellText>(text("Total"), 1));
     addNumberCell(totalCells, failedSum);
     addNumberCell(totalCells, passedSum);
-    int grandTotal = failedSum + passedSum;
+    qint64 grandTotal = failedSum + passedSum;
     if (showInconclusive) {
         addNumberCell(totalCells, inconclusiveSum);
         grandTotal += inconclusiveSum;
@@ -208,4 +209,9 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
 
     DUpdater().doAll(document.get());
     return document;
+}
+
+bool QAReporterFilter::filterAction()
+{
+    return false;
 }

@@ -34,6 +34,9 @@ public:
     std::unique_ptr<DDocument> doHeaderDoc(const QList<QAReporterData*>& reports,
                                            const QString& name, const DStyleList& styles) const;
 
+    // A hook for filters that act on their own; this one does nothing and returns false.
+    virtual bool filterAction();
+
 private:
     std::unique_ptr<QAReporterNodeValidator> m_validator;
     std::vector<std::unique_ptr<QAReporterData>> m_filtered;

@@ -132,7 +132,7 @@ bool QAReporterFilterWriter::leaveSectionless()
     }
 }
 
-bool QAReporterFilterWriter::isReftoBegin(const DItem* item, DItem* copy)
+bool QAReporterFilterWriter::isReftoBegin(const DItem* item, QString&, DItem* copy)
 {
     if (!m_cursor || !m_cursor->current())
         return false;
@@ -159,7 +159,7 @@ bool QAReporterFilterWriter::isReftoBegin(const DItem* item, DItem* copy)
     return true;
 }
 
-bool QAReporterFilterWriter::isReftoEnd(const DItem* item, DItem* copy)
+bool QAReporterFilterWriter::isReftoEnd(const DItem* item, QString&, DItem* copy)
 {
     if (!m_cursor || !m_cursor->current())
         return false;
@@ -189,13 +189,14 @@ void QAReporterFilterWriter::append(std::unique_ptr<DItem> item)
     m_lastCopied = linked;
 }
 
-void QAReporterFilterWriter::linkCopy(std::unique_ptr<DItem> copy, bool tagBefore)
+void QAReporterFilterWriter::linkCopy(std::unique_ptr<DItem> copy, bool tagBefore,
+                                      const QString& tag)
 {
     DItemContainer* container = m_containers.back();
     if (tagBefore) {
-        auto tag = std::make_unique<DTag>();
-        tag->setParent(container);
-        append(std::move(tag));
+        auto tagItem = std::make_unique<DTag>(tag);
+        tagItem->setParent(container);
+        append(std::move(tagItem));
     }
     copy->setParent(container);
     append(std::move(copy));
@@ -203,8 +204,9 @@ void QAReporterFilterWriter::linkCopy(std::unique_ptr<DItem> copy, bool tagBefor
 
 void QAReporterFilterWriter::doInvalide(DItem* item)
 {
-    isReftoBegin(item, m_lastCopied);
-    isReftoEnd(item, m_lastCopied);
+    QString tag;
+    isReftoBegin(item, tag, m_lastCopied);
+    isReftoEnd(item, tag, m_lastCopied);
 }
 
 void QAReporterFilterWriter::doContainer(DItem* item)
@@ -217,12 +219,40 @@ void QAReporterFilterWriter::doContainer(DItem* item)
     }
     if (m_containers.empty())
         return; // only the document stands at the top
-    std::unique_ptr<DItem> copy = item->copy();
+    doValide(item->asContainer(), item->copy());
+}
+
+void QAReporterFilterWriter::doValide(DItemContainer* item, std::unique_ptr<DItem> copy)
+{
     DItemContainer* copied = copy->asContainer();
-    linkCopy(std::move(copy), isReftoBegin(item, copied));
+    QString tag;
+    const bool begins = isReftoBegin(item, tag, copied);
+    linkCopy(std::move(copy), begins, tag);
     m_containers.push_back(copied);
     m_lastCopied = nullptr;
-    doItemChildren(item->asContainer());
+    doItemChildren(item);
+}
+
+namespace {
+QString enclosingTag(DItem* item, DItem::Type kind)
+{
+    for (DItemContainer* around = item ? item->parent() : nullptr; around;
+         around = around->parent()) {
+        if (around->type() == kind)
+            return static_cast<DTaggedItemContainer*>(around)->tag();
+    }
+    return QStringLiteral("");
+}
+} // namespace
+
+QString QAReporterFilterWriter::getTagDocument(DItem* item)
+{
+    return enclosingTag(item, DItem::Document);
+}
+
+QString QAReporterFilterWriter::getTagSection(DItem* item)
+{
+    return enclosingTag(item, DItem::Section);
 }
 
 void QAReporterFilterWriter::doneChildren(DItemContainer* container)
@@ -232,7 +262,8 @@ void QAReporterFilterWriter::doneChildren(DItemContainer* container)
     if (container->type() == DItem::Document)
         return;
     m_lastCopied = copied;
-    isReftoEnd(container, copied);
+    QString tag;
+    isReftoEnd(container, tag, copied);
 }
 
 void QAReporterFilterWriter::doLeaf(DItem* item, bool tagAllowed)
@@ -245,9 +276,10 @@ void QAReporterFilterWriter::doLeaf(DItem* item, bool tagAllowed)
         return;
     std::unique_ptr<DItem> copy = item->copy();
     DItem* copied = copy.get();
-    const bool begins = isReftoBegin(item, copied);
-    linkCopy(std::move(copy), begins && tagAllowed);
-    isReftoEnd(item, copied);
+    QString tag;
+    const bool begins = isReftoBegin(item, tag, copied);
+    linkCopy(std::move(copy), begins && tagAllowed, tag);
+    isReftoEnd(item, tag, copied);
 }
 
 void QAReporterFilterWriter::doDocument(DItem* item)
@@ -257,7 +289,8 @@ void QAReporterFilterWriter::doDocument(DItem* item)
         return;
     std::unique_ptr<DDocument> copy = document->copyDocument();
     QAReporterNode* root = m_cursor->current();
-    isReftoBegin(item, copy.get());
+    QString tag;
+    isReftoBegin(item, tag, copy.get());
     root->tag = document->tag();
     m_newDocument = std::move(copy);
     m_containers.push_back(m_newDocument.get());

@@ -39,9 +39,16 @@ public:
     // False when `item` lies in the section of a dropped node.
     bool isValidDitem(DItem* item);
     // Redirect the first (or last) item of the next node of the new tree from `item` to `copy`,
-    // moving the cursor along; true when a node section begins (or ends) at `item`.
-    bool isReftoBegin(const DItem* item, DItem* copy);
-    bool isReftoEnd(const DItem* item, DItem* copy);
+    // moving the cursor along; true when a node section begins (or ends) at `item`. `tag` is
+    // left as given: it names the tag item put before a node's section.
+    bool isReftoBegin(const DItem* item, QString& tag, DItem* copy);
+    bool isReftoEnd(const DItem* item, QString& tag, DItem* copy);
+    // Links `copy`, the copy of the kept container `item`, and copies its children into it.
+    void doValide(DItemContainer* item, std::unique_ptr<DItem> copy);
+    // The tag of the nearest document (section) around `item`, from its parent upwards; empty
+    // when there is none.
+    static QString getTagDocument(DItem* item);
+    static QString getTagSection(DItem* item);
 
     void doDocument(DItem* item) override;
     void doSection(DItem* item) override;
@@ -79,7 +86,8 @@ private:
     void doContainer(DItem* item);
     void doLeaf(DItem* item, bool tagAllowed);
     void doInvalide(DItem* item);
-    void linkCopy(std::unique_ptr<DItem> copy, bool tagBefore);
+    // Links `copy` after the last item copied, behind a tag named `tag` when `tagBefore`.
+    void linkCopy(std::unique_ptr<DItem> copy, bool tagBefore, const QString& tag);
     void append(std::unique_ptr<DItem> item);
     bool leaveSectionless();
 

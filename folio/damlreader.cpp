@@ -4,11 +4,15 @@
 #include "folio/damlhandler.h"
 
 #include <QIODevice>
+#include <cerrno>
 #include <expat.h>
+#include <iconv.h>
 
 namespace {
 constexpr int chunkSize = 256 * 1024;
 constexpr std::size_t maxPooledText = 48;
+// A run of text longer than this is converted as it arrives, not kept twice until its end.
+constexpr std::size_t longTextStep = 1 << 20;
 
 bool isBlank(const std::string& text)
 {
@@ -17,6 +21,59 @@ bool isBlank(const std::string& text)
             return false;
     }
     return true;
+}
+
+bool isBlank(const QString& text)
+{
+    for (QChar c : text) {
+        if (c != QLatin1Char(' ') && c != QLatin1Char('\t') && c != QLatin1Char('\n') &&
+            c != QLatin1Char('\r'))
+            return false;
+    }
+    return true;
+}
+
+// The length of the part of `text` that ends with a whole UTF-8 sequence.
+std::size_t wholeCharacters(const std::string& text)
+{
+    std::size_t start = text.size();
+    while (start > 0 && (static_cast<unsigned char>(text[start - 1]) & 0xc0) == 0x80)
+        --start;
+    if (start == 0)
+        return text.size();
+    const unsigned char lead = static_cast<unsigned char>(text[start - 1]);
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
+    return text.size() - (start - 1) >= length ? text.size() : start - 1;
+}
+
+// Builds expat's table for a one-byte character set that expat does not know itself
+// (windows-1252, ISO-8859-15, KOI8-R, ...), through the C library's converters. Encodings with
+// characters of more than one byte are refused: `map` is then left incomplete and false returned.
+bool mapSingleByteEncoding(const char* name, int map[256])
+{
+    iconv_t converter = iconv_open("UTF-32LE", name);
+    if (converter == iconv_t(-1))
+        return false;
+    bool singleByte = true;
+    for (int byte = 0; byte < 256 && singleByte; ++byte) {
+        iconv(converter, nullptr, nullptr, nullptr, nullptr);
+        char in = char(byte);
+        unsigned char out[8] = {};
+        char* inPointer = &in;
+        char* outPointer = reinterpret_cast<char*>(out);
+        std::size_t inLeft = 1;
+        std::size_t outLeft = sizeof out;
+        const std::size_t converted = iconv(converter, &inPointer, &inLeft, &outPointer, &outLeft);
+        if (converted != std::size_t(-1) && inLeft == 0 && sizeof out - outLeft == 4) {
+            map[byte] = int(out[0] | out[1] << 8 | out[2] << 16 | unsigned(out[3]) << 24);
+        } else if (converted == std::size_t(-1) && errno == EILSEQ) {
+            map[byte] = -1; // a byte the set leaves undefined
+        } else {
+            singleByte = false; // the start of a longer sequence, or a stateful encoding
+        }
+    }
+    iconv_close(converter);
+    return singleByte;
 }
 } // namespace
 
@@ -53,7 +110,27 @@ struct DAmlReader::Callbacks
 
     static void text(void* data, const XML_Char* text, int length)
     {
-        static_cast<DAmlReader*>(data)->m_text.append(text, size_t(length));
+        auto* reader = static_cast<DAmlReader*>(data);
+        reader->m_text.append(text, size_t(length));
+        if (reader->m_text.size() >= longTextStep) {
+            const std::size_t whole = wholeCharacters(reader->m_text);
+            reader->m_longText.append(QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
+            reader->m_text.erase(0, whole);
+        }
+    }
+
+    // Called for an encoding declared in the input that expat does not decode itself.
+    static int unknownEncoding(void* data, const XML_Char* name, XML_Encoding* info)
+    {
+        auto* reader = static_cast<DAmlReader*>(data);
+        reader->m_unsupportedEncoding = QString::fromUtf8(name);
+        if (!mapSingleByteEncoding(name, info->map))
+            return XML_STATUS_ERROR;
+        info->data = nullptr;
+        info->convert = nullptr;
+        info->release = nullptr;
+        reader->m_unsupportedEncoding.clear();
+        return XML_STATUS_OK;
     }
 };
 
@@ -71,12 +148,18 @@ QString DAmlReader::textOf(const std::string& run)
 
 bool DAmlReader::flushText()
 {
-    if (m_text.empty())
+    if (m_text.empty() && m_longText.isEmpty())
         return true;
-    const bool blank = isBlank(m_text);
-    const bool accepted = blank || m_handler->characters(textOf(m_text));
+    if (m_longText.isEmpty()) {
+        const bool accepted = isBlank(m_text) || m_handler->characters(textOf(m_text));
+        m_text.clear();
+        return accepted;
+    }
+    m_longText.append(QString::fromUtf8(m_text.data(), qsizetype(m_text.size())));
     m_text.clear();
-    return accepted;
+    const QString run = std::move(m_longText);
+    m_longText = QString();
+    return isBlank(run) || m_handler->characters(run);
 }
 
 QString DAmlReader::errorString() const
@@ -90,6 +173,7 @@ bool DAmlReader::parse(QIODevice* input)
     m_line = 0;
     m_column = 0;
     m_text.clear();
+    m_longText.clear();
     if (!m_handler)
         return false;
     if (!input || !input->isReadable()) {
@@ -99,9 +183,12 @@ bool DAmlReader::parse(QIODevice* input)
     if (!m_handler->startDocument())
         return false;
 
-    XML_Parser parser = XML_ParserCreate("UTF-8");
+    // The input's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
+    XML_Parser parser = XML_ParserCreate(nullptr);
     m_parser = parser;
+    m_unsupportedEncoding.clear();
     XML_SetUserData(parser, this);
+    XML_SetUnknownEncodingHandler(parser, &Callbacks::unknownEncoding, this);
     XML_SetElementHandler(parser, &Callbacks::start, &Callbacks::end);
     XML_SetCharacterDataHandler(parser, &Callbacks::text);
 
@@ -125,7 +212,11 @@ bool DAmlReader::parse(QIODevice* input)
             if (!m_stopped) {
                 m_line = int(XML_GetCurrentLineNumber(parser));
                 m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-                m_handler->fatalError(QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser))));
+                const XML_Error code = XML_GetErrorCode(parser);
+                m_handler->fatalError(
+                    code == XML_ERROR_UNKNOWN_ENCODING && !m_unsupportedEncoding.isNull()
+                        ? QStringLiteral("unsupported encoding \"%1\"").arg(m_unsupportedEncoding)
+                        : QString::fromUtf8(XML_ErrorString(code)));
             }
         }
     }

@@ -43,6 +43,9 @@ private:
     DStringPool m_names;
     DStringPool m_texts;
     std::string m_text;
+    QString m_longText; // the converted start of a long run of text
+    // The declared encoding that could not be decoded, for the error message.
+    QString m_unsupportedEncoding;
     void* m_parser = nullptr;
     bool m_stopped = false;
     int m_line = 0;

@@ -358,6 +358,7 @@ void DFolioView::paintEvent(QPaintEvent*)
 {
     QPainter painter(viewport());
     painter.fillRect(viewport()->rect(), m_background);
+    painter.setClipRect(viewport()->rect()); // blocks draw only what falls inside
     const int count = int(m_blocks.blocks().size());
     const long long total = m_heights.total();
     const Position start = qMin(m_anchor, m_cursor);

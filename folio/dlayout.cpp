@@ -11,11 +11,37 @@
 #include <QPainter>
 #include <QTextLayout>
 #include <QUrl>
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
 constexpr int cellPadding = 4;
+// The largest side an image is drawn with, whatever its markup asks: heights are summed in ints.
+constexpr int maxImageSide = 32767;
+
+int boundedSide(int side)
+{
+    return qMin(side, maxImageSide);
+}
+
+// The most characters laid out at once, and how many pieces keep their layout between uses.
+constexpr int maxPieceLength = 16384;
+constexpr std::size_t maxLiveLayouts = 8;
+
+// Where the piece of `text` from `start` ends: after the last blank within its last quarter,
+// else at the length limit (never between the halves of a surrogate pair).
+int pieceEnd(const QString& text, int start)
+{
+    const int limit = start + maxPieceLength;
+    if (limit >= int(text.size()))
+        return int(text.size());
+    for (int end = limit; end > limit - maxPieceLength / 4; --end) {
+        if (text.at(end - 1).isSpace())
+            return end;
+    }
+    return text.at(limit - 1).isHighSurrogate() ? limit - 1 : limit;
+}
 
 Qt::Alignment alignmentOf(const DStyle* style)
 {
@@ -226,7 +252,7 @@ int DBlockLayout::estimateHeight(const DBlock& block, const DLayoutContext& cont
         return 296;
     case DBlock::Image: {
         const DImage* image = static_cast<const DImage*>(block.owner);
-        return (image->height() > 0 ? image->height() : 48) + 10;
+        return (image->height() > 0 ? boundedSide(image->height()) : 48) + 10;
     }
     case DBlock::Text:
     case DBlock::Row:
@@ -273,7 +299,10 @@ void DBlockLayout::collectText()
 
 void DBlockLayout::layOut()
 {
+    m_pieces.clear();
+    m_firstPiece.clear();
     m_layouts.clear();
+    m_livePieces.clear();
     m_cellRects.clear();
     switch (m_block.kind) {
     case DBlock::DocumentStart:
@@ -300,16 +329,107 @@ void DBlockLayout::layOut()
     m_naturalWidth = qMax(m_naturalWidth, int(std::ceil(m_content.right())));
 }
 
-std::unique_ptr<QTextLayout> DBlockLayout::makeLayout(const DTextRun& run, const DStyle* style,
-                                                      qreal width) const
+QSizeF DBlockLayout::layOutRun(int run, qreal width)
 {
-    auto layout = std::make_unique<QTextLayout>(run.text, m_context.fontOf(style));
+    m_firstPiece.push_back(int(m_pieces.size()));
+    const QString& text = m_runs[run].text;
+    qreal top = 0;
+    qreal widest = 0;
+    int start = 0;
+    do {
+        const int end = pieceEnd(text, start);
+        Piece piece{run, start, end - start, top, 0, width};
+        std::unique_ptr<QTextLayout> layout = makeLayout(piece);
+        for (int i = 0; i < layout->lineCount(); ++i) {
+            piece.height += layout->lineAt(i).height();
+            widest = qMax(widest, layout->lineAt(i).naturalTextWidth());
+        }
+        top += piece.height;
+        m_pieces.push_back(piece);
+        // The first few stay laid out for drawing; the others are made again when shown.
+        if (m_livePieces.size() < maxLiveLayouts) {
+            m_livePieces.push_back(int(m_layouts.size()));
+            m_layouts.push_back(std::move(layout));
+        } else {
+            m_layouts.emplace_back();
+        }
+        start = end;
+    } while (start < int(text.size()));
+    return QSizeF(widest, top);
+}
+
+const QTextLayout& DBlockLayout::pieceLayout(int piece) const
+{
+    if (!m_layouts[piece]) {
+        if (m_livePieces.size() >= maxLiveLayouts) {
+            m_layouts[m_livePieces.front()].reset();
+            m_livePieces.erase(m_livePieces.begin());
+        }
+        m_layouts[piece] = makeLayout(m_pieces[piece]);
+        m_livePieces.push_back(piece);
+    }
+    return *m_layouts[piece];
+}
+
+QPointF DBlockLayout::pieceOrigin(int piece) const
+{
+    return runOrigin(m_pieces[piece].run) + QPointF(0, m_pieces[piece].top);
+}
+
+int DBlockLayout::pieceAtPosition(int run, int position) const
+{
+    const int last =
+        run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1 : int(m_pieces.size()) - 1;
+    const auto begin = m_pieces.begin() + m_firstPiece[run];
+    const auto end = m_pieces.begin() + last + 1;
+    const auto after = std::upper_bound(
+        begin, end, position, [](int at, const Piece& piece) { return at < piece.start; });
+    return after == begin ? m_firstPiece[run] : int(after - m_pieces.begin()) - 1;
+}
+
+int DBlockLayout::pieceAtY(int run, qreal y) const
+{
+    const int last =
+        run + 1 < int(m_firstPiece.size()) ? m_firstPiece[run + 1] - 1 : int(m_pieces.size()) - 1;
+    const auto begin = m_pieces.begin() + m_firstPiece[run];
+    const auto end = m_pieces.begin() + last + 1;
+    const auto after = std::upper_bound(
+        begin, end, y, [](qreal at, const Piece& piece) { return at < piece.top; });
+    return after == begin ? m_firstPiece[run] : int(after - m_pieces.begin()) - 1;
+}
+
+int DBlockLayout::longestPiece() const
+{
+    int longest = 0;
+    for (const Piece& piece : m_pieces)
+        longest = qMax(longest, piece.length);
+    return longest;
+}
+
+std::unique_ptr<QTextLayout> DBlockLayout::makeLayout(const Piece& piece) const
+{
+    const DTextRun& run = m_runs[piece.run];
+    const DStyle* style = run.style;
+    const qreal width = piece.width;
+    auto layout = std::make_unique<QTextLayout>(run.text.mid(piece.start, piece.length),
+                                                m_context.fontOf(style));
     QTextOption option(alignmentOf(style));
     option.setWrapMode(m_context.wordWrap ? QTextOption::WrapAtWordBoundaryOrAnywhere
                                           : QTextOption::NoWrap);
     layout->setTextOption(option);
     QList<QTextLayout::FormatRange> formats;
-    for (const DFragment& fragment : run.fragments) {
+    const int pieceEnd = piece.start + piece.length;
+    // Fragments are in text order: start at the first one that reaches into the piece.
+    auto first = std::lower_bound(run.fragments.begin(), run.fragments.end(), piece.start,
+                                  [](const DFragment& fragment, int start) {
+                                      return fragment.start + fragment.length <= start;
+                                  });
+    for (auto it = first; it != run.fragments.end() && it->start < pieceEnd; ++it) {
+        const DFragment& fragment = *it;
+        const int from = qMax(fragment.start, piece.start);
+        const int to = qMin(fragment.start + fragment.length, pieceEnd);
+        if (from >= to)
+            continue;
         QTextCharFormat format;
         format.setFont(m_context.fontOf(fragment.style));
         const bool link = looksLikeLink(fragment);
@@ -319,7 +439,7 @@ std::unique_ptr<QTextLayout> DBlockLayout::makeLayout(const DTextRun& run, const
             format.setFontUnderline(true);
         if (fragment.style && fragment.style != style && fragment.style->background().isValid())
             format.setBackground(fragment.style->background());
-        formats.append(QTextLayout::FormatRange{fragment.start, fragment.length, format});
+        formats.append(QTextLayout::FormatRange{from - piece.start, to - from, format});
     }
     layout->setFormats(formats);
     layout->beginLayout();
@@ -345,14 +465,9 @@ void DBlockLayout::layOutText()
     const int padding = style && style->background().isValid() ? cellPadding : 0;
     const int indent = m_block.indent + (style ? style->indent() : 0);
     const qreal width = qMax(40, m_context.width - indent);
-    m_layouts.push_back(makeLayout(m_runs.front(), style, width - 2 * padding));
-    const QTextLayout& layout = *m_layouts.front();
-    qreal textHeight = 0;
-    qreal widest = 0;
-    for (int i = 0; i < layout.lineCount(); ++i) {
-        textHeight += layout.lineAt(i).height();
-        widest = qMax(widest, layout.lineAt(i).naturalTextWidth());
-    }
+    const QSizeF text = layOutRun(0, width - 2 * padding);
+    const qreal textHeight = text.height();
+    const qreal widest = text.width();
     m_content = QRectF(indent, m_before, width, std::ceil(textHeight) + 2 * padding);
     m_naturalWidth = int(std::ceil(indent + widest + 2 * padding));
     m_height = int(m_before + m_content.height() + after);
@@ -390,13 +505,13 @@ void DBlockLayout::layOutRow()
     const qreal lineHeight = QFontMetricsF(m_context.fontOf(m_block.style)).lineSpacing();
     qreal rowHeight = lineHeight + 2 * cellPadding;
     int column = 0;
-    for (const DTextRun& run : m_runs) {
-        const int end = qMin(columns, column + 1 + qMax(0, run.span));
+    for (int i = 0; i < int(m_runs.size()); ++i) {
+        const int end = qMin(columns, column + 1 + qMax(0, m_runs[i].span));
         const qreal x = edges[column];
         const qreal width = edges[end] - x;
         column = end;
-        m_layouts.push_back(makeLayout(run, run.style, qMax<qreal>(1, width - 2 * cellPadding)));
-        rowHeight = qMax(rowHeight, m_layouts.back()->boundingRect().height() + 2 * cellPadding);
+        const QSizeF text = layOutRun(i, qMax<qreal>(1, width - 2 * cellPadding));
+        rowHeight = qMax(rowHeight, text.height() + 2 * cellPadding);
         m_cellRects.emplace_back(x, 0, width, 0);
     }
     rowHeight = std::ceil(rowHeight);
@@ -413,25 +528,27 @@ void DBlockLayout::layOutImage()
     if (!m_imageFile.isEmpty())
         m_image.load(m_imageFile);
     const qreal available = qMax(40, m_context.width - m_block.indent);
+    const int width = boundedSide(image->width());
+    const int height = boundedSide(image->height());
     QSizeF size;
     if (!m_image.isNull()) {
         const QSizeF natural = m_image.size();
-        if (image->width() > 0 && image->height() > 0)
-            size = QSizeF(image->width(), image->height());
-        else if (image->width() > 0)
-            size = QSizeF(image->width(), image->width() * natural.height() / natural.width());
-        else if (image->height() > 0)
-            size = QSizeF(image->height() * natural.width() / natural.height(), image->height());
+        if (width > 0 && height > 0)
+            size = QSizeF(width, height);
+        else if (width > 0)
+            size = QSizeF(width, width * natural.height() / natural.width());
+        else if (height > 0)
+            size = QSizeF(height * natural.width() / natural.height(), height);
         else
             size = natural;
+        size = size.boundedTo(QSizeF(maxImageSide, maxImageSide));
         if (size.width() > available)
             size = QSizeF(available, size.height() * available / size.width());
     } else {
         // The placeholder shows the name of the missing picture.
         const QFontMetricsF metrics(m_context.fontOf(m_block.style));
-        size = QSizeF(image->width() > 0 ? image->width()
-                                         : metrics.horizontalAdvance(image->source()) + 40,
-                      image->height() > 0 ? image->height() : metrics.height() + 16);
+        size = QSizeF(width > 0 ? width : metrics.horizontalAdvance(image->source()) + 40,
+                      height > 0 ? height : metrics.height() + 16);
         size.setWidth(qMin(size.width(), available));
     }
     qreal x = m_block.indent;
@@ -623,32 +740,39 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
             painter->setFont(m_context.fontOf(style));
             painter->setPen(style && style->color().isValid() ? style->color() : m_context.text);
             // Right-aligned in the indent, on the first line's baseline.
-            const QTextLine first = m_layouts.front()->lineAt(0);
+            const QTextLine first = pieceLayout(0).lineAt(0);
             const qreal width = QFontMetricsF(painter->font()).horizontalAdvance(marker);
             painter->drawText(QPointF(m_content.left() - 8 - width,
                                       runOrigin(0).y() + first.y() + first.ascent()),
                               marker);
         }
     }
-    for (int i = 0; i < int(m_runs.size()); ++i) {
-        if (m_block.kind == DBlock::Row) {
-            const DStyle* cellStyle = m_runs[i].style;
-            if (cellStyle && cellStyle->background().isValid())
-                painter->fillRect(m_cellRects[i], cellStyle->background());
-            else if (style && style->background().isValid())
-                painter->fillRect(m_cellRects[i], style->background());
-        }
-        const int start = runStart(i);
+    for (int i = 0; m_block.kind == DBlock::Row && i < int(m_runs.size()); ++i) {
+        const DStyle* cellStyle = m_runs[i].style;
+        if (cellStyle && cellStyle->background().isValid())
+            painter->fillRect(m_cellRects[i], cellStyle->background());
+        else if (style && style->background().isValid())
+            painter->fillRect(m_cellRects[i], style->background());
+    }
+    // Only the pieces in the painted area are laid out and drawn.
+    const QRectF painted = painter->hasClipping() ? painter->clipBoundingRect() : QRectF();
+    for (int i = 0; i < int(m_pieces.size()); ++i) {
+        const Piece& piece = m_pieces[i];
+        const QPointF origin = pieceOrigin(i);
+        if (!painted.isNull() &&
+            (origin.y() > painted.bottom() || origin.y() + piece.height < painted.top()))
+            continue;
+        const int start = runStart(piece.run) + piece.start;
         QList<QTextLayout::FormatRange> selections;
         const int from = qMax(selectionStart - start, 0);
-        const int to = qMin(selectionEnd - start, int(m_runs[i].text.size()));
+        const int to = qMin(selectionEnd - start, piece.length);
         if (from < to) {
             QTextCharFormat format;
             format.setBackground(m_context.highlight);
             format.setForeground(m_context.highlightedText);
             selections.append(QTextLayout::FormatRange{from, to - from, format});
         }
-        m_layouts[i]->draw(painter, runOrigin(i), selections);
+        pieceLayout(i).draw(painter, origin, selections);
     }
     if (m_block.kind != DBlock::Row)
         return;
@@ -671,17 +795,19 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
 
 const DFragment* DBlockLayout::fragmentAt(const QPointF& point) const
 {
-    for (int i = 0; i < int(m_layouts.size()); ++i) {
-        const QPointF local = point - runOrigin(i);
-        const QTextLayout& layout = *m_layouts[i];
+    for (int run = 0; run < int(m_firstPiece.size()); ++run) {
+        const int i = pieceAtY(run, (point - runOrigin(run)).y());
+        const QPointF local = point - pieceOrigin(i);
+        const QTextLayout& layout = pieceLayout(i);
         for (int l = 0; l < layout.lineCount(); ++l) {
             const QTextLine line = layout.lineAt(l);
             const QRectF text(line.cursorToX(line.textStart()), line.y(), line.naturalTextWidth(),
                               line.height());
             if (!text.contains(local))
                 continue;
-            const int position = line.xToCursor(local.x(), QTextLine::CursorOnCharacter);
-            for (const DFragment& fragment : m_runs[i].fragments) {
+            const int position =
+                m_pieces[i].start + line.xToCursor(local.x(), QTextLine::CursorOnCharacter);
+            for (const DFragment& fragment : m_runs[run].fragments) {
                 if (position >= fragment.start && position < fragment.start + fragment.length)
                     return &fragment;
             }
@@ -692,7 +818,7 @@ const DFragment* DBlockLayout::fragmentAt(const QPointF& point) const
 
 int DBlockLayout::positionAt(const QPointF& point) const
 {
-    if (m_layouts.empty())
+    if (m_pieces.empty())
         return point.y() < m_height / 2.0 ? 0 : 1;
     int run = 0;
     if (m_block.kind == DBlock::Row) {
@@ -701,16 +827,20 @@ int DBlockLayout::positionAt(const QPointF& point) const
                 run = i;
         }
     }
-    const QPointF local = point - runOrigin(run);
-    const QTextLayout& layout = *m_layouts[run];
-    if (layout.lineCount() == 0 || local.y() < 0)
+    if ((point - runOrigin(run)).y() < 0)
         return runStart(run);
+    const int piece = pieceAtY(run, (point - runOrigin(run)).y());
+    const QPointF local = point - pieceOrigin(piece);
+    const QTextLayout& layout = pieceLayout(piece);
+    const int start = runStart(run) + m_pieces[piece].start;
+    if (layout.lineCount() == 0)
+        return start;
     for (int l = 0; l < layout.lineCount(); ++l) {
         const QTextLine line = layout.lineAt(l);
         if (local.y() < line.y() + line.height())
-            return runStart(run) + line.xToCursor(local.x());
+            return start + line.xToCursor(local.x());
     }
-    return runStart(run) + int(m_runs[run].text.size());
+    return start + m_pieces[piece].length;
 }
 
 DItem* DBlockLayout::linkAt(const QPointF& point) const
@@ -728,16 +858,17 @@ DItem* DBlockLayout::itemAt(const QPointF& point) const
 
 QRectF DBlockLayout::rectOf(const DItem* item) const
 {
-    for (int i = 0; i < int(m_runs.size()) && i < int(m_layouts.size()); ++i) {
+    for (int i = 0; i < int(m_runs.size()) && i < int(m_firstPiece.size()); ++i) {
         for (const DFragment& fragment : m_runs[i].fragments) {
             if ((fragment.item != item && fragment.link != item) || fragment.length == 0)
                 continue;
-            const QTextLine line = m_layouts[i]->lineForTextPosition(fragment.start);
-            const int end =
-                qMin(fragment.start + fragment.length, line.textStart() + line.textLength());
-            const qreal left = line.cursorToX(fragment.start);
+            const int piece = pieceAtPosition(i, fragment.start);
+            const int start = fragment.start - m_pieces[piece].start;
+            const QTextLine line = pieceLayout(piece).lineForTextPosition(start);
+            const int end = qMin(start + fragment.length, line.textStart() + line.textLength());
+            const qreal left = line.cursorToX(start);
             return QRectF(left, line.y(), line.cursorToX(end) - left, line.height())
-                .translated(runOrigin(i));
+                .translated(pieceOrigin(piece));
         }
     }
     return QRectF(m_content.left(), 0, m_content.width(), m_height);
@@ -747,10 +878,13 @@ QRectF DBlockLayout::cursorRect(int position) const
 {
     int local = 0;
     const int run = runAt(position, &local);
-    if (run < 0 || run >= int(m_layouts.size()))
+    if (run < 0 || run >= int(m_firstPiece.size()))
         return QRectF(m_content.left(), 0, 1, m_height);
-    const QTextLine line = m_layouts[run]->lineForTextPosition(local);
+    const int piece = pieceAtPosition(run, local);
+    const int inPiece = local - m_pieces[piece].start;
+    const QTextLine line = pieceLayout(piece).lineForTextPosition(inPiece);
     if (!line.isValid())
-        return QRectF(runOrigin(run), QSizeF(1, m_height));
-    return QRectF(line.cursorToX(local), line.y(), 1, line.height()).translated(runOrigin(run));
+        return QRectF(pieceOrigin(piece), QSizeF(1, m_height));
+    return QRectF(line.cursorToX(inPiece), line.y(), 1, line.height())
+        .translated(pieceOrigin(piece));
 }

@@ -99,14 +99,36 @@ public:
     // The line around `position`.
     QRectF cursorRect(int position) const;
 
+    // The longest piece of text laid out at once, and how many layouts are alive now.
+    int longestPiece() const;
+    int liveLayouts() const { return int(m_livePieces.size()); }
+
 private:
     void collectText();
     void layOutText();
     void layOutRow();
     void layOutImage();
     void layOutChart();
-    std::unique_ptr<QTextLayout> makeLayout(const DTextRun& run, const DStyle* style,
-                                            qreal width) const;
+    // A piece of a run, laid out on its own: a long run is never laid out whole, so the memory
+    // a layout takes stays bounded whatever the length of a paragraph.
+    struct Piece
+    {
+        int run;
+        int start; // in the run's text
+        int length;
+        qreal top; // from the run's origin
+        qreal height;
+        qreal width; // the line width it is laid out for
+    };
+    // Cuts run `run` into pieces laid out at `width`; returns its height and widest line.
+    QSizeF layOutRun(int run, qreal width);
+    std::unique_ptr<QTextLayout> makeLayout(const Piece& piece) const;
+    // The layout of a piece, made again when it is not among the few kept alive.
+    const QTextLayout& pieceLayout(int piece) const;
+    QPointF pieceOrigin(int piece) const;
+    // The piece of `run` that holds `position` of its text, or that lies at `y` from its origin.
+    int pieceAtPosition(int run, int position) const;
+    int pieceAtY(int run, qreal y) const;
     // The run holding `position` and the position inside it.
     int runAt(int position, int* local) const;
     int runStart(int run) const;
@@ -116,10 +138,13 @@ private:
     const DBlock m_block; // a copy: the block list may grow while the layout lives
     const DLayoutContext& m_context;
     std::vector<DTextRun> m_runs;
-    std::vector<std::unique_ptr<QTextLayout>> m_layouts; // one per run
-    std::vector<QRectF> m_cellRects;                     // rows: one per run
-    QRectF m_content;                                    // area of text, image or chart
-    int m_before = 0;                                    // space above the content
+    std::vector<Piece> m_pieces;                                 // in run order, then top to bottom
+    std::vector<int> m_firstPiece;                               // per run, its first piece
+    mutable std::vector<std::unique_ptr<QTextLayout>> m_layouts; // one slot per piece
+    mutable std::vector<int> m_livePieces;                       // pieces laid out, oldest first
+    std::vector<QRectF> m_cellRects;                             // rows: one per run
+    QRectF m_content;                                            // area of text, image or chart
+    int m_before = 0;                                            // space above the content
     int m_height = 0;
     int m_naturalWidth = 0;
     QImage m_image;

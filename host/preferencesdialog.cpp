@@ -2,6 +2,7 @@
 
 #include "sdk/preferenceitem.h"
 
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QPushButton>
@@ -44,6 +45,24 @@ PreferencesDialog::PreferencesDialog(PreferencePageInterface* root, QWidget* par
             &PreferencesDialog::applyAll);
     connect(m_buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
             &PreferencesDialog::restoreDefaults);
+    // Key presses and clicks go to the page's own widgets: they are watched on their way.
+    qApp->installEventFilter(this);
+}
+
+bool PreferencesDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::KeyPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::Wheel:
+    case QEvent::Drop:
+        if (watched->isWidgetType() && m_stack->isAncestorOf(static_cast<QWidget*>(watched)))
+            m_editedSinceApply = true;
+        break;
+    default:
+        break;
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 // Walks the tree with a stack of its own: a plug-in may nest pages as deep as it likes.
@@ -76,6 +95,8 @@ void PreferencesDialog::applyAll()
 {
     for (const Page& page : m_pages)
         page.page->apply();
+    m_applied = true;
+    m_editedSinceApply = false;
     Q_EMIT applied();
 }
 
@@ -84,6 +105,7 @@ void PreferencesDialog::restoreDefaults()
     if (PreferencePageInterface* page = currentPage()) {
         page->defaults();
         page->updateContents();
+        m_editedSinceApply = true;
     }
 }
 
@@ -107,7 +129,8 @@ bool PreferencesDialog::showPage(const QString& tag)
 
 void PreferencesDialog::accept()
 {
-    applyAll();
+    if (!m_applied || m_editedSinceApply)
+        applyAll();
     QDialog::accept();
 }
 

@@ -11,7 +11,8 @@ class QTreeWidgetItem;
 
 // The studio's preferences dialog over a plug-in's page tree: the page titles on the left, the
 // page shown on the right. Apply takes the values of every page; OK applies and closes; Cancel
-// gives the pages' changes up; Defaults resets the page shown.
+// gives the pages' changes up; Defaults resets the page shown. The values taken are announced
+// once: OK after Apply announces them again only when the pages were edited in between.
 class PreferencesDialog : public QDialog
 {
     Q_OBJECT
@@ -34,8 +35,12 @@ public:
     void reject() override;
 
 Q_SIGNALS:
-    // The pages took their values (Apply, or OK before accepted()).
+    // The pages took new values (Apply, or OK before accepted()).
     void applied();
+
+protected:
+    // Notes the user's edits in the pages.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     struct Page
@@ -49,4 +54,6 @@ private:
     QStackedWidget* m_stack;
     QDialogButtonBox* m_buttons;
     std::vector<Page> m_pages; // in tree order; the index is the stack's and the item's data
+    bool m_applied = false;    // Apply was pressed
+    bool m_editedSinceApply = false;
 };

@@ -6,7 +6,9 @@
 #include <QObject>
 
 // The result tree of one file. It owns its nodes and their QAReporterNode objects; it is a
-// QObject so that holders can watch it through a QPointer.
+// QObject so that holders can watch it through a QPointer. The outline is filled from it by
+// QARListView::addReport() (the tree's `update`) and QARListViewItem::decorate() (the node's
+// `update`), in viewer/, so that the model stays free of widgets.
 class QAReporterDataTree : public QObject, public QTree<QAReporterNode>
 {
     Q_OBJECT

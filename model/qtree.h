@@ -70,7 +70,8 @@ private:
 template <class T> class QTree
 {
 public:
-    enum iterateMode
+    // A fixed underlying type: a mode outside the three is a valid value, which next() refuses.
+    enum iterateMode : int
     {
         Forward = 0,
         Backward = 1,

@@ -13,6 +13,7 @@
 #include <QBuffer>
 #include <QSet>
 #include <QTest>
+#include <climits>
 
 namespace {
 
@@ -429,6 +430,35 @@ private Q_SLOTS:
         QVERIFY(!filter.filtered().front()->tree);
     }
 
+    // The writer's helpers under the names the viewer's other parts know them by.
+    void writerHelpersByName()
+    {
+        const auto record = readReport(wrap(
+            "<SECTION tag='s1'><PARAGRAPH>in</PARAGRAPH></SECTION><PARAGRAPH>out</PARAGRAPH>"));
+        QVERIFY(record);
+        DItem* section = record->document->firstChild();
+        DItem* inside = section->asContainer()->firstChild()->asContainer()->firstChild();
+        DItem* outside = section->next()->asContainer()->firstChild();
+        QCOMPARE(QAReporterFilterWriter::getTagDocument(inside), QStringLiteral("doc"));
+        QCOMPARE(QAReporterFilterWriter::getTagSection(inside), QStringLiteral("s1"));
+        QCOMPARE(QAReporterFilterWriter::getTagSection(section), QStringLiteral(""));
+        QVERIFY(!QAReporterFilterWriter::getTagSection(outside).isNull());
+        QCOMPARE(QAReporterFilterWriter::getTagDocument(record->document.get()),
+                 QStringLiteral(""));
+
+        QAReporterFilter filter;
+        QVERIFY(!filter.filterAction());
+
+        // The tag a caller passes is left as it was.
+        Validator all;
+        QAReporterFilterWriter writer(&all);
+        writer.startWriter(record->tree, record->document.get());
+        QString tag = QStringLiteral("given");
+        writer.isReftoBegin(inside, tag, nullptr);
+        writer.isReftoEnd(inside, tag, nullptr);
+        QCOMPARE(tag, QStringLiteral("given"));
+    }
+
     void summaryDocument()
     {
         DStyleList styles{DStylePtr(new DStyle(QStringLiteral("Array"))),
@@ -501,6 +531,21 @@ private Q_SLOTS:
             QLatin1String("ROW[CELLTEXT CELL[TEXT:2] CELL[TEXT:12] CELL[TEXT:0] CELL[TEXT:14]]]")));
         for (const DItem* item : itemsOf(document.get()))
             QVERIFY(item == document.get() || item->parent());
+
+        // Counts near the int limit add up without wrapping.
+        reports[0]->failed = INT_MAX;
+        reports[0]->passed = INT_MAX;
+        reports[1]->failed = INT_MAX;
+        reports[1]->inconclusive = INT_MAX;
+        document = filter.doHeaderDoc(reports, QString(), styles);
+        table = dcast<DTable>(dcast<DSection>(document->firstChild())->firstChild());
+        QVERIFY(outline(table->firstChild()->next())
+                    .startsWith(QLatin1String(
+                        "ROW[CELL[LINK[TEXT:run1.crc]] CELLTEXT CELL[TEXT:2147483647] "
+                        "CELL[TEXT:2147483647] CELL[TEXT:0] CELL[TEXT:4294967294]]")));
+        QVERIFY(outline(table).endsWith(
+            QLatin1String("ROW[CELLTEXT CELL[TEXT:4294967294] CELL[TEXT:2147483654] "
+                          "CELL[TEXT:2147483647] CELL[TEXT:8589934595]]]")));
     }
 };
 

@@ -384,6 +384,60 @@ private Q_SLOTS:
     }
 
     // 100,000 levels of nodes and sections must be read and freed without deep recursion.
+    // The encoding a file declares decides how its bytes read; one the reader cannot decode is
+    // refused by name, never read as if it were UTF-8.
+    void declaredEncodingsAreHonoured()
+    {
+        const auto nameIn = [](const QByteArray& encoding, const QByteArray& name) {
+            return "<?xml version='1.0' encoding='" + encoding + "'?>" +
+                   wrap("<XROD:NODE name='" + name + "' type='t'><SECTION/></XROD:NODE>");
+        };
+        const auto firstName = [](const Result& r) {
+            r.tree->toRoot();
+            QAReporterNode* node = r.tree->next(QAReporterDataTree::Forward);
+            return node ? node->name : QString();
+        };
+        const QString eAcute(QChar(0xe9));
+
+        Result r = read(nameIn("ISO-8859-1", "caf\xe9"));
+        QVERIFY2(r.ok, qPrintable(r.error));
+        QCOMPARE(firstName(r), QStringLiteral("caf") + eAcute);
+
+        r = read(nameIn("US-ASCII", "plain"));
+        QVERIFY2(r.ok, qPrintable(r.error));
+        QCOMPARE(firstName(r), QStringLiteral("plain"));
+
+        r = read(nameIn("windows-1252", "\x80 caf\xe9"));
+        QVERIFY2(r.ok, qPrintable(r.error));
+        QCOMPARE(firstName(r), QString(QChar(0x20ac)) + QStringLiteral(" caf") + eAcute);
+
+        r = read(nameIn("ISO-8859-15", "\xa4"));
+        QVERIFY2(r.ok, qPrintable(r.error));
+        QCOMPARE(firstName(r), QString(QChar(0x20ac)));
+
+        const QString utf16Text = QString::fromLatin1(nameIn("UTF-16", "caf\xe9"));
+        QByteArray utf16("\xff\xfe");
+        utf16.append(reinterpret_cast<const char*>(utf16Text.utf16()), utf16Text.size() * 2);
+        r = read(utf16);
+        QVERIFY2(r.ok, qPrintable(r.error));
+        QCOMPARE(firstName(r), QStringLiteral("caf") + eAcute);
+
+        // The text of a plain report document follows its declaration too.
+        r = read("<?xml version='1.0' encoding='ISO-8859-1'?>"
+                 "<DOCUMENT><PARAGRAPH>na\xefve</PARAGRAPH></DOCUMENT>");
+        QVERIFY2(r.ok, qPrintable(r.error));
+
+        r = read(nameIn("x-no-such-set", "n"));
+        QVERIFY(!r.ok);
+        QCOMPARE(r.error, QStringLiteral("unsupported encoding \"x-no-such-set\"\n"));
+        r = read(nameIn("Shift_JIS", "n"));
+        QVERIFY(!r.ok);
+        QCOMPARE(r.error, QStringLiteral("unsupported encoding \"Shift_JIS\"\n"));
+        // Without a declaration the bytes must be UTF-8.
+        r = read(wrap("<XROD:NODE name='caf\xe9' type='t'/>"));
+        QVERIFY(!r.ok);
+    }
+
     void deeplyNestedFilesAreRead()
     {
         const int depth = 100000;

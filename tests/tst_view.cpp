@@ -5,6 +5,7 @@
 #include "folio/damlreader.h"
 #include "folio/ddocument.h"
 #include "folio/dheightindex.h"
+#include "folio/dlayout.h"
 #include "folio/dlink.h"
 #include "folio/dreportwidget.h"
 
@@ -436,6 +437,66 @@ private Q_SLOTS:
         QCOMPARE(view.grab().toImage().pixelColor(scaled.left() + 10, scaled.top() + 10),
                  QColor(Qt::red));
         QVERIFY(view.itemRect(find(document.get(), DItem::Graphic)).height() > 200);
+
+        // A height at the int limit is drawn bounded, and the blocks after it still follow it.
+        const auto giant = read("<DOCUMENT><IMAGE src=\"missing.png\" height=\"2147483647\"/>"
+                                "<IMAGE src=\"pic.png\" width=\"2147483647\" "
+                                "height=\"2147483647\"/><PARAGRAPH>after</PARAGRAPH></DOCUMENT>");
+        view.setDocument(giant.get(), true);
+        DItem* missing = find(giant.get(), DItem::Image);
+        const QRect missingRect = view.itemRect(missing);
+        const QRect pictureRect = view.itemRect(missing->next());
+        QVERIFY(missingRect.height() > 10000);
+        QVERIFY(pictureRect.top() >= missingRect.bottom());
+        QVERIFY(pictureRect.height() > 0);
+        QVERIFY(view.itemRect(find(giant.get(), DItem::Paragraph)).top() > pictureRect.top());
+    }
+
+    // A paragraph of a few megabytes is laid out in pieces of bounded length, few of them kept
+    // laid out at once; positions, links and the view still see one paragraph.
+    void longParagraphsAreLaidOutInBoundedPieces()
+    {
+        QByteArray words;
+        while (words.size() < 3 << 20)
+            words += "lorem ipsum dolor sit amet \xc3\xa9\xe2\x82\xac\xf0\x9f\x99\x82 ";
+        QByteArray unbroken(1 << 20, 'x');
+        const auto document = read("<DOCUMENT><PARAGRAPH>" + words + unbroken +
+                                   " <LINK target='::end'>end</LINK></PARAGRAPH></DOCUMENT>");
+        DBlockList blocks;
+        blocks.appendDocument(document.get());
+        const auto paragraph =
+            std::find_if(blocks.blocks().begin(), blocks.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Text; });
+        QVERIFY(paragraph != blocks.blocks().end());
+        DLayoutContext context;
+        DBlockLayout layout(*paragraph, context);
+        layout.layOut();
+        QVERIFY(layout.length() > 3 << 20);
+        QVERIFY(layout.longestPiece() <= 1 << 16);
+        QVERIFY(layout.liveLayouts() <= 16);
+        QVERIFY(layout.height() > 10000);
+
+        // Positions map to places and back across the whole run.
+        for (const int position :
+             {0, 5000, 1 << 20, 5 << 19, layout.length() - 600000, layout.length() - 1}) {
+            const QRectF cursor = layout.cursorRect(position);
+            QVERIFY2(qAbs(layout.positionAt(cursor.center()) - position) <= 1,
+                     qPrintable(QString::number(position)));
+        }
+        QVERIFY(layout.liveLayouts() <= 16);
+        // The text arrives whole, multi-byte characters included.
+        QCOMPARE(layout.plainText(0, int(QString::fromUtf8(words).size())),
+                 QString::fromUtf8(words));
+
+        // The link at the very end is found where it is drawn: at the bottom of the paragraph.
+        DItem* link = find(document.get(), DItem::Link);
+        const QRectF linkRect = layout.rectOf(link);
+        QVERIFY(linkRect.top() > layout.height() - 200);
+        QCOMPARE(layout.linkAt(linkRect.center()), link);
+
+        ShownView shown;
+        shown.view.setDocument(document.get(), true);
+        QVERIFY(shown.view.itemRect(link).top() > 10000);
     }
 
     void placesCellsByWidthsAndSpans()

@@ -13,6 +13,35 @@ QARListView::QARListView(QWidget* parent) : QAListView(parent)
     setColumnCount(2);
 }
 
+QARListView::~QARListView()
+{
+    clear();
+}
+
+void QARListView::clear()
+{
+    // An entry deletes its children recursively, which a result file nested 100,000 levels deep
+    // would overflow the stack with. So the branches leave the view first, and are then taken
+    // apart from the last entry in walk order back: each entry is a leaf when its turn comes.
+    std::vector<QTreeWidgetItem*> branches;
+    while (topLevelItemCount() > 0)
+        branches.push_back(takeTopLevelItem(topLevelItemCount() - 1));
+    std::vector<QTreeWidgetItem*> walk;
+    for (QTreeWidgetItem* branch : branches) {
+        walk.clear();
+        walk.push_back(branch);
+        for (size_t i = 0; i < walk.size(); ++i) {
+            for (int child = 0; child < walk[i]->childCount(); ++child)
+                walk.push_back(walk[i]->child(child));
+        }
+        for (auto entry = walk.rbegin(); entry != walk.rend(); ++entry) {
+            if (QTreeWidgetItem* parent = (*entry)->parent())
+                parent->takeChild(parent->childCount() - 1);
+            delete *entry;
+        }
+    }
+}
+
 QARListViewItem* QARListView::addReport(QAReporterDataTree* tree, const QString& fileName)
 {
     if (!tree || !tree->iterator())
@@ -52,7 +81,7 @@ void QARListView::openToDepth(int depth)
     while (!pending.empty()) {
         const auto [entry, entryDepth] = pending.back();
         pending.pop_back();
-        if (entryDepth >= depth || entry->childCount() == 0)
+        if ((entryDepth > 0 && entryDepth >= depth) || entry->childCount() == 0)
             continue;
         entry->setExpanded(true);
         for (int i = 0; i < entry->childCount(); ++i)

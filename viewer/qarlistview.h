@@ -13,16 +13,21 @@ class QARListView : public QAListView
 
 public:
     explicit QARListView(QWidget* parent = nullptr);
+    ~QARListView() override;
 
     // Appends the entry of one result file with all its nodes; returns it, or null when the
     // tree has no root.
     QARListViewItem* addReport(QAReporterDataTree* tree, const QString& fileName);
-    // Opens the entries whose depth (0 for files) is below `depth`, closes the others.
+    // Opens the entries whose depth (0 for files) is below `depth`, closes the others; file
+    // entries always stay open.
     void openToDepth(int depth);
     // The names from the file entry down to `entry`, and the entry found again by them (the
     // first of equal names at each level); null when the path leads nowhere.
     static QStringList entryPath(const QTreeWidgetItem* entry);
     QTreeWidgetItem* entryAt(const QStringList& path) const;
+    // Removes and deletes every entry, deep branches without recursion. It stands in for
+    // QTreeWidget::clear(), whose entries delete their children recursively.
+    void clear();
 
 public Q_SLOTS:
     // Select the next (previous) failed entry after (before) the current one, across closed

@@ -1,0 +1,216 @@
+// Hostile result files through crcview dump, summary and export: every input gives a clear error
+// naming the file or a clean result, within a bound of processor time and memory; exported pages
+// carry nothing a browser runs, and nothing is written outside the export folder.
+
+#include "tests/pageoracle.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <sys/resource.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define CRC_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CRC_ADDRESS_SANITIZER 1
+#endif
+#endif
+
+namespace {
+
+constexpr int cpuSeconds = 120;
+constexpr rlim_t memoryBytes = rlim_t(3) << 30;
+constexpr int exitUnreadable = 2;
+
+struct Run
+{
+    bool finished = false;
+    bool crashed = false;
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+// Runs crcview with a bound on processor time and memory. The address sanitizer reserves far
+// more address space than it uses, so under it the bound is its own limit on resident memory.
+Run crcview(const QStringList& arguments, const QString& workingDirectory = QString())
+{
+    QProcess process;
+    process.setWorkingDirectory(workingDirectory);
+    process.setChildProcessModifier([] {
+        const rlimit cpu{cpuSeconds, cpuSeconds};
+        setrlimit(RLIMIT_CPU, &cpu);
+#ifndef CRC_ADDRESS_SANITIZER
+        const rlimit memory{memoryBytes, memoryBytes};
+        setrlimit(RLIMIT_AS, &memory);
+#endif
+    });
+#ifdef CRC_ADDRESS_SANITIZER
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString options = environment.value(QStringLiteral("ASAN_OPTIONS"));
+    environment.insert(QStringLiteral("ASAN_OPTIONS"),
+                       options + QStringLiteral(":hard_rss_limit_mb=%1").arg(memoryBytes >> 20));
+    process.setProcessEnvironment(environment);
+#endif
+    process.start(QStringLiteral(CRCVIEW_PATH), arguments);
+    Run run;
+    // Only a guard against a hang: the processor time bound ends a busy child long before.
+    run.finished = process.waitForFinished(4 * cpuSeconds * 1000);
+    if (!run.finished) {
+        process.kill();
+        process.waitForFinished();
+    }
+    run.crashed = process.exitStatus() == QProcess::CrashExit;
+    run.status = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QString describe(const QString& command, const QString& input, const Run& run)
+{
+    return QStringLiteral("crcview %1 %2: %3, status %4\n%5")
+        .arg(command, input,
+             !run.finished ? QStringLiteral("hung")
+             : run.crashed ? QStringLiteral("crashed")
+                           : QStringLiteral("finished"))
+        .arg(run.status)
+        .arg(run.err.left(2000));
+}
+
+bool writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
+}
+
+} // namespace
+
+class TestHostile : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QStringList m_inputs;
+
+    // A clean end (status 0) or a refusal (status 2) that names the file on standard error.
+    static bool endedCleanly(const Run& run, const QString& input)
+    {
+        if (!run.finished || run.crashed)
+            return false;
+        if (run.status == exitUnreadable)
+            return run.err.contains(input) || run.err.contains(QFileInfo(input).fileName());
+        return run.status == 0;
+    }
+
+private Q_SLOTS:
+    // The page check itself: what a browser would run is seen however it is written.
+    void pageCheckSeesActiveContent()
+    {
+        using pageOracle::activeContent;
+        QVERIFY(activeContent(QStringLiteral("<p>a &lt;script&gt; b</p><a href=\"#javascript:x\">"))
+                    .isEmpty());
+        QVERIFY(activeContent(QStringLiteral("<a title='on' href=\"./data:x\">")).isEmpty());
+        for (const char* page :
+             {"<SCRIPT>x</SCRIPT>", "<p><iframe src=x>", "<img src=x onerror=alert(1)>",
+              "<div\nONMOUSEOVER = 'x'>", "<a href=\" javascript:x\">",
+              "<a href='&#106;avascript:x'>", "<a href=\"java&#x09;script&colon;x\">",
+              "<img src=data:image/png;base64,AAAA>", "<a href=VBScript:x>",
+              "<a title=\"x\" href='jav&#97;script:x'>"})
+            QVERIFY2(!activeContent(QString::fromLatin1(page)).isEmpty(), page);
+    }
+
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        for (const QString& folder : {QStringLiteral(CORPUS_DIR), QStringLiteral(EXAMPLES_DIR)}) {
+            for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+                m_inputs.append(file.absoluteFilePath());
+        }
+        QVERIFY(m_inputs.size() > 10);
+
+        // Too large for the repository: results nested 100,000 levels deep, and one paragraph
+        // of a few megabytes without a line break.
+        const int depth = 100000;
+        QByteArray deep = "<XROD><DOCUMENT tag='deep'>";
+        for (int i = 0; i < depth; ++i)
+            deep += "<XROD:NODE name='n' type='t' state='ko' sum='1'><SECTION>";
+        deep += "<PARAGRAPH>bottom</PARAGRAPH>";
+        for (int i = 0; i < depth; ++i)
+            deep += "</SECTION></XROD:NODE>";
+        deep += "</DOCUMENT></XROD>";
+        m_inputs.append(m_dir.filePath(QStringLiteral("deep100000.crc")));
+        QVERIFY(writeFile(m_inputs.last(), deep));
+
+        QByteArray longRun = "<XROD><DOCUMENT tag='long'><XROD:NODE name='n' type='t' "
+                             "state='ko' sum='1'><SECTION><PARAGRAPH>";
+        const QByteArray words = "lorem ipsum dolor sit amet, consectetur adipiscing elit ";
+        while (longRun.size() < 4 << 20)
+            longRun += words;
+        longRun += "</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>";
+        m_inputs.append(m_dir.filePath(QStringLiteral("longrun.crc")));
+        QVERIFY(writeFile(m_inputs.last(), longRun));
+    }
+
+    void dumpReadsOrRefusesEveryInput()
+    {
+        for (const QString& input : std::as_const(m_inputs)) {
+            const Run run = crcview({QStringLiteral("dump"), input});
+            QVERIFY2(endedCleanly(run, input),
+                     qPrintable(describe(QStringLiteral("dump"), input, run)));
+            if (run.status == 0)
+                QVERIFY(run.out.contains(QLatin1String("totals: ")));
+        }
+    }
+
+    void summaryCountsOrRefusesEveryInput()
+    {
+        for (const QString& input : std::as_const(m_inputs)) {
+            const Run run = crcview({QStringLiteral("summary"), input});
+            QVERIFY2(endedCleanly(run, input),
+                     qPrintable(describe(QStringLiteral("summary"), input, run)));
+        }
+    }
+
+    // Each input is exported alone into a fresh folder inside a folder of its own: the pages
+    // must stay inside the first, and show nothing a browser would run.
+    void exportWritesOnlySafePagesInsideItsFolder()
+    {
+        for (const QString& input : std::as_const(m_inputs)) {
+            QTemporaryDir sandbox(m_dir.filePath(QStringLiteral("sandbox-XXXXXX")));
+            QVERIFY(sandbox.isValid());
+            const QString pages = sandbox.filePath(QStringLiteral("pages"));
+            const Run run = crcview({QStringLiteral("export"), pages, input}, sandbox.path());
+            QVERIFY2(endedCleanly(run, input),
+                     qPrintable(describe(QStringLiteral("export"), input, run)));
+
+            QDirIterator it(sandbox.path(),
+                            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                            QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                const QFileInfo entry(it.next());
+                if (entry.filePath() == pages)
+                    continue;
+                QVERIFY2(entry.filePath().startsWith(pages + QLatin1Char('/')),
+                         qPrintable(input + QStringLiteral(" wrote ") + entry.filePath()));
+                QVERIFY2((entry.isFile() || entry.isDir()) && !entry.isSymLink(),
+                         qPrintable(entry.filePath()));
+                if (entry.suffix() != QLatin1String("html"))
+                    continue;
+                QFile page(entry.filePath());
+                QVERIFY(page.open(QIODevice::ReadOnly));
+                const QString problem =
+                    pageOracle::activeContent(QString::fromUtf8(page.readAll()));
+                QVERIFY2(problem.isEmpty(),
+                         qPrintable(input + QStringLiteral(" -> ") + entry.fileName() +
+                                    QStringLiteral(": ") + problem));
+            }
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestHostile)
+#include "tst_hostile.moc"

@@ -50,6 +50,18 @@ QString anchorOf(const QAReporterNode& node)
     return QString();
 }
 
+// The items above a failure, as a reader follows them: all of them when few, else the outermost
+// and the nearest ones, so a failure deep in a nested file costs no more than a shallow one.
+QString contextOf(const QStringList& above)
+{
+    constexpr int nearestShown = 6;
+    const QString separator = QStringLiteral(" \u203a ");
+    if (above.size() <= nearestShown + 2)
+        return above.join(separator);
+    return above.first() + separator + QStringLiteral("\u2026") + separator
+           + above.mid(above.size() - nearestShown).join(separator);
+}
+
 } // namespace
 
 QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateTime& when,
@@ -120,7 +132,7 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
                 if (!failedAbove.empty())
                     failures[failedAbove.back().second].hasFailedDescendant = true;
                 failedAbove.emplace_back(depth, failures.size());
-                failures.push_back({node, names.join(QStringLiteral(" \u203a "))});
+                failures.push_back({node, contextOf(names)});
             }
             names.append(node->name);
         }

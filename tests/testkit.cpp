@@ -26,12 +26,13 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-bool mountTinyDisk(const QString& point)
+bool mountTinyDisk(const QString& point, const char* size)
 {
     QDir().mkpath(point);
     return QProcess::execute(QStringLiteral("mount"),
                              {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
+                              QStringLiteral("size=") + QLatin1String(size),
+                              QStringLiteral("tmpfs"), point}) == 0;
 }
 
 QString runChild(const QStringList& arguments)

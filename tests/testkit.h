@@ -20,8 +20,9 @@ bool writeFile(const QString& path, const QByteArray& contents);
 // The bytes of the file at `path`; none when it cannot be read.
 QByteArray readFile(const QString& path);
 
-// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
-bool mountTinyDisk(const QString& point);
+// Mounts a file system of `size` (64 KiB unless told) at `point`, created first; false where
+// this machine forbids it.
+bool mountTinyDisk(const QString& point, const char* size = "64k");
 
 // The output of this test program run again with `arguments` (see its main()), or why it failed.
 QString runChild(const QStringList& arguments);

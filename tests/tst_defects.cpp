@@ -100,11 +100,7 @@ class TinyFileSystem
 public:
     TinyFileSystem(const QString& path, const char* size) : m_path(path)
     {
-        m_mounted =
-            QDir().mkpath(path) &&
-            run(QStringLiteral("mount"),
-                {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                 QStringLiteral("size=") + QLatin1String(size), QStringLiteral("tmpfs"), path});
+        m_mounted = mountTinyDisk(path, size);
     }
     ~TinyFileSystem()
     {

@@ -44,11 +44,11 @@ QString runChild(const QStringList& arguments)
     return QString::fromLocal8Bit(child.readAllStandardOutput());
 }
 
-Run runCrcview(const QStringList& arguments, int hangGuardMs)
+CrcviewRun runCrcview(const QStringList& arguments, int hangGuardMs)
 {
     QProcess process;
     process.start(QStringLiteral(CRCVIEW_PATH), arguments);
-    Run run;
+    CrcviewRun run;
     if (!process.waitForFinished(hangGuardMs)) {
         process.kill();
         return run;

@@ -28,7 +28,7 @@ bool mountTinyDisk(const QString& point, const char* size = "64k");
 QString runChild(const QStringList& arguments);
 
 // How a crcview run ended: its exit status (-1 when it crashed or hung) and what it printed.
-struct Run
+struct CrcviewRun
 {
     int status = -1;
     QString out;
@@ -36,6 +36,6 @@ struct Run
 };
 
 // Runs crcview with `arguments`; one that has not finished after `hangGuardMs` is killed.
-Run runCrcview(const QStringList& arguments, int hangGuardMs);
+CrcviewRun runCrcview(const QStringList& arguments, int hangGuardMs);
 
 } // namespace testkit

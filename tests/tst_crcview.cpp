@@ -16,7 +16,7 @@
 namespace {
 
 using testkit::mountTinyDisk;
-using testkit::Run;
+using Run = testkit::CrcviewRun;
 
 Run crcview(const QStringList& arguments)
 {

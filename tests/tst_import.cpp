@@ -19,6 +19,7 @@
 namespace {
 
 using namespace testkit;
+using Run = CrcviewRun;
 
 const QString data = QStringLiteral(IMPORT_DATA_DIR);
 

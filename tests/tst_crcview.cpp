@@ -1,5 +1,7 @@
 // The command line: output formats, exit statuses and the bundled examples.
 
+#include "tests/testkit.h"
+
 #include <QDir>
 #include <QHash>
 #include <QProcess>
@@ -13,26 +15,12 @@
 
 namespace {
 
-struct Run
-{
-    int status = -1;
-    QString out;
-    QString err;
-};
+using testkit::mountTinyDisk;
+using Run = testkit::CrcviewRun;
 
 Run crcview(const QStringList& arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(CRCVIEW_PATH), arguments);
-    Run run;
-    if (!process.waitForFinished(60000)) {
-        process.kill();
-        return run;
-    }
-    run.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return testkit::runCrcview(arguments, 60000);
 }
 
 QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArray& content)
@@ -42,15 +30,6 @@ QString writeFile(const QTemporaryDir& dir, const QString& name, const QByteArra
     if (file.open(QIODevice::WriteOnly))
         file.write(content);
     return path;
-}
-
-// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
-bool mountTinyDisk(const QString& point)
-{
-    QDir().mkpath(point);
-    return QProcess::execute(QStringLiteral("mount"),
-                             {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
 }
 
 QByteArray readAll(const QString& path)

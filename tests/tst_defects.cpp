@@ -11,6 +11,8 @@
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerwindow.h"
+#include "tests/studiotestkit.h"
+#include "tests/testkit.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -23,13 +25,14 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
+#include <QMenu>
 #include <QProcess>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStandardPaths>
+#include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -37,14 +40,9 @@
 
 namespace {
 
-const QString examples = QStringLiteral(EXAMPLES_DIR);
-const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
-const QString submitEntry = QStringLiteral("&Submit Trackwell Defect Report");
+using namespace testkit;
 
-QString example(const char* name)
-{
-    return examples + QLatin1Char('/') + QLatin1String(name);
-}
+const QString submitEntry = QStringLiteral("&Submit Trackwell Defect Report");
 
 QString sha256(const QString& path)
 {
@@ -102,11 +100,7 @@ class TinyFileSystem
 public:
     TinyFileSystem(const QString& path, const char* size) : m_path(path)
     {
-        m_mounted =
-            QDir().mkpath(path) &&
-            run(QStringLiteral("mount"),
-                {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                 QStringLiteral("size=") + QLatin1String(size), QStringLiteral("tmpfs"), path});
+        m_mounted = mountTinyDisk(path, size);
     }
     ~TinyFileSystem()
     {
@@ -211,15 +205,7 @@ class TestDefects : public QObject
 
     QAction* menuEntry(const QString& menuTitle, const QString& text) const
     {
-        for (QAction* top : m_studio->menuBar()->actions()) {
-            if (top->text() != menuTitle || !top->menu())
-                continue;
-            for (QAction* action : top->menu()->actions()) {
-                if (action->text() == text)
-                    return action;
-            }
-        }
-        return nullptr;
+        return menuAction(*m_studio, menuTitle, text);
     }
 
     // Tools > Defect Tracker..., fills the dialog in as a user would, OK.
@@ -303,12 +289,7 @@ private Q_SLOTS:
         m_dialogs->asked.clear();
     }
 
-    void cleanup()
-    {
-        while (m_studio->tabs()->count() > 0)
-            Q_EMIT m_studio->tabs()->tabCloseRequested(0);
-        QTRY_VERIFY(m_studio->viewers().isEmpty());
-    }
+    void cleanup() { closeAllTabs(*m_studio); }
 
     void cleanupTestCase() { m_studio.reset(); }
 

@@ -13,6 +13,8 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qaviewerfinddialog.h"
+#include "tests/studiotestkit.h"
+#include "tests/testkit.h"
 #include "viewer/qareporter.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarpopupmenu.h"
@@ -42,19 +44,16 @@
 
 namespace {
 
-const QString examples = QStringLiteral(EXAMPLES_DIR);
-const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
+using testkit::example;
+using testkit::examples;
+using testkit::pluginPath;
+using testkit::runChild;
 
-QString example(const char* name)
-{
-    return examples + QLatin1Char('/') + QLatin1String(name);
-}
-
+// Writes the file, making the folders it goes in first.
 bool writeFile(const QString& path, const QByteArray& contents)
 {
     QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
+    return testkit::writeFile(path, contents);
 }
 
 // A menu entry's text as the user reads it: no mnemonic, no key after a tab.
@@ -273,15 +272,6 @@ class TestEndToEnd : public QObject
             return;
         m_studio->activateWindow();
         QTRY_COMPARE(QApplication::activeWindow(), m_studio.get());
-    }
-
-    static QString runChild(const QStringList& arguments)
-    {
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), arguments);
-        if (!child.waitForFinished(120000) || child.exitCode() != 0)
-            return QStringLiteral("restart failed: ") + QString::fromLocal8Bit(child.readAll());
-        return QString::fromLocal8Bit(child.readAllStandardOutput());
     }
 
 private Q_SLOTS:

@@ -16,6 +16,8 @@
 #include "sdk/qaresfile.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
+#include "tests/studiotestkit.h"
+#include "tests/testkit.h"
 #include "viewer/qareporter.h"
 #include "viewer/qartoolbar.h"
 
@@ -45,25 +47,7 @@
 
 namespace {
 
-const QString examples = QStringLiteral(EXAMPLES_DIR);
-const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
-
-QString example(const char* name)
-{
-    return examples + QLatin1Char('/') + QLatin1String(name);
-}
-
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+using namespace testkit;
 
 // The depth of the outline, as the preferences dialog shows it.
 QSpinBox* depthSpin()
@@ -87,29 +71,6 @@ int restartedStudio(const QString& settings)
     studio.openFiles({example("rules-core.crc")}); // quitting with a window open
     studio.close();
     return 0;
-}
-
-// Mounts a file system of 64 KiB at `point` (created); false where this machine forbids it.
-bool mountTinyDisk(const QString& point)
-{
-    QDir().mkpath(point);
-    return QProcess::execute(QStringLiteral("mount"),
-                             {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                              QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}) == 0;
-}
-
-// The action of a menu of the menu bar, found by the texts a user reads.
-QAction* menuAction(QMainWindow& window, const QString& menuText, const QString& actionText)
-{
-    for (QAction* top : window.menuBar()->actions()) {
-        if (top->text() != menuText || !top->menu())
-            continue;
-        for (QAction* action : top->menu()->actions()) {
-            if (action->text() == actionText)
-                return action;
-        }
-    }
-    return nullptr;
 }
 
 // A studio on `settings` quit through File > Quit; prints the messages it showed.
@@ -143,22 +104,7 @@ class TestHost : public QObject
 
     QString settingsPath() const { return m_dir.filePath(QStringLiteral("config/settings.xml")); }
 
-    void closeAllTabs()
-    {
-        while (m_studio->tabs()->count() > 0)
-            m_studio->tabs()->tabCloseRequested(0);
-        QTRY_VERIFY(m_studio->viewers().isEmpty());
-    }
-
-    // The output of this test program run again as another studio (see main()).
-    static QString runChild(const QStringList& arguments)
-    {
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), arguments);
-        if (!child.waitForFinished(120000) || child.exitCode() != 0)
-            return QStringLiteral("restart failed: ") + QString::fromLocal8Bit(child.readAll());
-        return QString::fromLocal8Bit(child.readAllStandardOutput());
-    }
+    void closeAllTabs() { testkit::closeAllTabs(*m_studio); }
 
 private Q_SLOTS:
     void initTestCase()

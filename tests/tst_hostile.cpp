@@ -3,6 +3,7 @@
 // carry nothing a browser runs, and nothing is written outside the export folder.
 
 #include "tests/pageoracle.h"
+#include "tests/testkit.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -81,11 +82,7 @@ QString describe(const QString& command, const QString& input, const Run& run)
         .arg(run.err.left(2000));
 }
 
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
+using testkit::writeFile;
 
 } // namespace
 

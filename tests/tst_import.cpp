@@ -6,11 +6,11 @@
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
+#include "tests/testkit.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -18,19 +18,10 @@
 
 namespace {
 
+using namespace testkit;
+using Run = CrcviewRun;
+
 const QString data = QStringLiteral(IMPORT_DATA_DIR);
-
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // What the viewer reads of an imported file.
 struct Imported
@@ -94,26 +85,9 @@ QByteArray result(const QByteArray& uri, int line, const QByteArray& extra = QBy
            uri + "},\"region\":{\"startLine\":" + QByteArray::number(line) + "}}}]" + extra + "}";
 }
 
-struct Run
-{
-    int status = -1;
-    QString out;
-    QString err;
-};
-
 Run crcview(const QStringList& arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(CRCVIEW_PATH), arguments);
-    Run run;
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        return run;
-    }
-    run.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return testkit::runCrcview(arguments, 120000);
 }
 
 } // namespace

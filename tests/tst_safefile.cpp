@@ -2,6 +2,7 @@
 // file survives any failure, nothing is written through a link, and copies are byte for byte.
 
 #include "sdk/qasafefile.h"
+#include "tests/testkit.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,6 +14,8 @@
 #include <unistd.h>
 
 namespace {
+
+using testkit::mountTinyDisk;
 
 QByteArray readAll(const QString& path)
 {
@@ -55,10 +58,7 @@ class TestSafeFile : public QObject
     QString tinyFileSystem(const char* name)
     {
         const QString point = m_dir.filePath(QLatin1String(name));
-        QDir().mkpath(point);
-        if (!run(QStringLiteral("mount"),
-                 {QStringLiteral("-t"), QStringLiteral("tmpfs"), QStringLiteral("-o"),
-                  QStringLiteral("size=64k"), QStringLiteral("tmpfs"), point}))
+        if (!mountTinyDisk(point))
             return QString();
         m_mounts.append(point);
         return point;

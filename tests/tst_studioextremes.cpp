@@ -8,6 +8,8 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerwindow.h"
+#include "tests/studiotestkit.h"
+#include "tests/testkit.h"
 #include "viewer/qareporter.h"
 
 #include <QApplication>
@@ -24,14 +26,7 @@
 
 namespace {
 
-const QString examples = QStringLiteral(EXAMPLES_DIR);
-const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
-
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
+using namespace testkit;
 
 // The command of the menu bar (or of one of its menus) whose text, without its shortcut mark,
 // is `text`. Menus are told they are about to show, as when the user opens them.

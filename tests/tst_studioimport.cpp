@@ -12,6 +12,8 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
+#include "tests/studiotestkit.h"
+#include "tests/testkit.h"
 #include "viewer/qareporter.h"
 #include "viewer/qarlistview.h"
 
@@ -19,7 +21,6 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QLabel>
-#include <QMenuBar>
 #include <QMimeData>
 #include <QProgressBar>
 #include <QScrollBar>
@@ -29,27 +30,14 @@
 
 namespace {
 
-const QString pluginPath = QStringLiteral(CRCPLUGIN_PATH);
-const QString data = QStringLiteral(IMPORT_DATA_DIR);
+using namespace testkit;
 
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
+const QString data = QStringLiteral(IMPORT_DATA_DIR);
 
 // The entry of a menu of the menu bar, found by the texts a user reads.
 QAction* menuEntry(QMainWindow& window, const QString& menu, const QString& entry)
 {
-    for (QAction* top : window.menuBar()->actions()) {
-        if (top->text() != menu || !top->menu())
-            continue;
-        for (QAction* action : top->menu()->actions()) {
-            if (action->text() == entry)
-                return action;
-        }
-    }
-    return nullptr;
+    return menuAction(window, menu, entry);
 }
 
 // The text shown by a document view, as a user copies it.
@@ -85,12 +73,7 @@ class TestStudioImport : public QObject
     std::unique_ptr<StudioMainWindow> m_studio;
     ScriptedDialogs* m_dialogs = nullptr;
 
-    void closeAllTabs()
-    {
-        while (m_studio->tabs()->count() > 0)
-            Q_EMIT m_studio->tabs()->tabCloseRequested(0);
-        QTRY_VERIFY(m_studio->viewers().isEmpty());
-    }
+    void closeAllTabs() { testkit::closeAllTabs(*m_studio); }
 
     QAReporter* activeReporter() const
     {

@@ -11,7 +11,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <algorithm>
 
 static const QChar slash(47);
 static const QChar backslash(92);
@@ -30,8 +29,12 @@ bool is_relative_path(const QString& path)
 QAReporterHTMLWriter::QAReporterHTMLWriter(const QList<QAReporterData*>& reports,
                                            const QList<QAReporterData*>& displayed,
                                            QAIProgressMonitor* progress, QAILogMonitor* log)
-    : m_reports(reports), m_displayed(displayed), m_progress(progress), m_log(log)
+    : m_displayed(displayed), m_progress(progress), m_log(log)
 {
+    for (const QAReporterData* data : reports) {
+        if (data->document)
+            m_reportTags.insert(data->document->tag());
+    }
 }
 
 QAReporterHTMLWriter::~QAReporterHTMLWriter() = default;
@@ -179,11 +182,8 @@ void QAReporterHTMLWriter::doLink(DItem* item)
     QString document;
     QString tag;
     link->split(file, document, tag);
-    const bool report = std::any_of(m_reports.cbegin(), m_reports.cend(), [&tag](auto* data) {
-        return data->document && data->document->tag() == tag;
-    });
     writeRaw("<a href=\"");
-    if (report) {
+    if (m_reportTags.contains(tag)) {
         writeHref(reportPageName(tag));
         writeRaw("\">");
     } else {

@@ -68,10 +68,10 @@ private:
     mutable QHash<QString, QAReporterData*> m_reportFiles; // by absolute path
     mutable QHash<QString, QString> m_xrdPages;            // report file as linked, its page
     QHash<QString, QString> m_relativePaths; // source paths, relative to m_baseForLink
-    QList<QAReporterData*> m_reports;
     QList<QAReporterData*> m_displayed;
     QStringList m_referencedXrd;
     QSet<QString> m_referencedSet;
+    QSet<QString> m_reportTags; // of the reports' documents, for the links that name one
     QAIProgressMonitor* m_progress;
     QAILogMonitor* m_log;
     // Built at the first link that needs it: the displayed reports do not change while writing.

@@ -51,10 +51,12 @@ nav.back { margin: 0 0 1em; font-size: 90%; }
 )";
 
 // A style sheet the pages may link: a relative path inside the export, so that no page reaches
-// out to another host or folder ("//host/x.css", "\\host\x.css", "/x.css", "../x.css", "a:b").
+// out to another host or folder ("//host/x.css", "\\host\x.css", "/x.css", "../x.css", "a:b",
+// "%2e%2e/x.css", which a browser reads as "../x.css").
 bool isLocalStyleSheet(const QString& css)
 {
-    if (css.isEmpty() || css.startsWith(u'/') || css.contains(u'\\') || css.contains(u':'))
+    if (css.isEmpty() || css.startsWith(u'/') || css.contains(u'\\') || css.contains(u':')
+        || css.contains(u'%'))
         return false;
     for (const QChar c : css) {
         if (c.category() == QChar::Other_Control || c == u'?' || c == u'#')

@@ -35,8 +35,13 @@ QString DPageNames::nameFor(const QString& key, const QString& wanted, const QSt
     if (base.toUtf8().size() > room)
         base = fitBytes(base, room);
     QString name = base + suffix;
-    for (int n = 2; isTaken(name); ++n)
-        name = base + QLatin1Char('-') + QString::number(n) + suffix;
+    if (isTaken(name)) {
+        int& next = m_nextNumber[name.toCaseFolded()];
+        next = qMax(next, 2);
+        do
+            name = base + QLatin1Char('-') + QString::number(next++) + suffix;
+        while (isTaken(name));
+    }
     m_taken.insert(name.toCaseFolded());
     m_names.insert(key, name);
     return name;

@@ -26,4 +26,7 @@ public:
 private:
     QHash<QString, QString> m_names;
     QSet<QString> m_taken;
+    // For each base name (case folded), the number to try next, so that many things wanting one
+    // name are numbered in linear time.
+    QHash<QString, int> m_nextNumber;
 };

@@ -52,6 +52,9 @@ bool QASafeFile::open()
             return fail(QStringLiteral("it is a symbolic link"));
         if (!S_ISREG(existing.st_mode))
             return fail(QStringLiteral("it is not a regular file"));
+        // The rename would replace a file its owner made read-only; the user must say so first.
+        if (::access(target.constData(), W_OK) != 0)
+            return failErrno(errno);
         m_mode = existing.st_mode & 07777;
         m_replacesFile = true;
     } else if (errno != ENOENT) {

@@ -643,6 +643,7 @@ void TestExport::styleSheetStaysInsideTheExport_data()
     QTest::newRow("drive") << "C:/x.css" << false;
     QTest::newRow("absolute") << "/srv/x.css" << false;
     QTest::newRow("climbing") << "css/../../x.css" << false;
+    QTest::newRow("escaped climbing") << "%2e%2e/%2E%2E/x.css" << false;
 }
 
 // The style sheet of dhtml.cfg: only a relative path inside the export is linked; anything
@@ -687,6 +688,14 @@ void TestExport::pageNamesAreUniqueAndFit()
     QCOMPARE(names.nameFor("image:/x/build.png", "build", ".png"), QStringLiteral("build-2.png"));
     QCOMPARE(names.nameOf("report:r"), QStringLiteral("r-2.html"));
     QVERIFY(names.nameOf("report:unknown").isEmpty());
+
+    // Numbering steps over names already taken, and many wanting one name stay distinct.
+    names.reserve(QStringLiteral("q-3.html"));
+    QStringList numbered;
+    for (int i = 0; i < 5; ++i)
+        numbered.append(names.nameFor("xrd:q." + QString::number(i), "q", html));
+    QCOMPARE(numbered, QStringList({"q.html", "q-2.html", "q-4.html", "q-5.html", "q-6.html"}));
+    QCOMPARE(names.nameFor("report:q-4", "q-4", html), QStringLiteral("q-4-2.html"));
 
     const QString cjk(120, QChar(0x6f22));
     const QString first = names.nameFor("report:cjk", cjk, html);

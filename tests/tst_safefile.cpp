@@ -163,6 +163,14 @@ private Q_SLOTS:
         QVERIFY(::stat(QFile::encodeName(privateFile).constData(), &status) == 0);
         QCOMPARE(status.st_mode & 0777, 0600u);
 
+        // A file its owner made read-only is not replaced behind their back (root may write it).
+        if (::geteuid() != 0) {
+            QVERIFY(::chmod(QFile::encodeName(privateFile).constData(), 0400) == 0);
+            QVERIFY(!QASafeWrite::writeFile(privateFile, "newer", &error));
+            QVERIFY2(error.contains(QLatin1String("ermission")), qPrintable(error));
+            QCOMPARE(readAll(privateFile), QByteArray("new"));
+        }
+
         // A name as long as a file name can be still leaves room for the temporary file.
         const QString longName = m_dir.filePath(QString(250, u'l') + QStringLiteral(".html"));
         QVERIFY2(QASafeWrite::writeFile(longName, "long", &error), qPrintable(error));

@@ -217,8 +217,8 @@ bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
     QSet<QString> exported; // resolved paths: two spellings of one file give one page
     QStringList pass = files;
     while (!pass.isEmpty()) {
-        const QStringList before = writer->referencedXrd();
-        const QSet<QString> known(before.begin(), before.end());
+        // A name enters the writer's list once, at its end: what comes after this count is new.
+        const qsizetype known = writer->referencedXrd().size();
         for (const QString& entry : std::as_const(pass)) {
             if (progress && progress->isCanceled())
                 return false;
@@ -239,11 +239,7 @@ bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
             document->setTag(QFileInfo(page).completeBaseName());
             complete &= exporter->generateAs(document.get(), page, progress, log);
         }
-        pass.clear();
-        for (const QString& file : writer->referencedXrd()) {
-            if (!known.contains(file))
-                pass.append(file);
-        }
+        pass = writer->referencedXrd().mid(known);
     }
     return complete;
 }

@@ -11,8 +11,9 @@
 
 class MarkupWriter;
 
-// Writes one run of a SARIF log as a document: File > Rule > Finding nodes, the findings of a
-// run grouped by the file and rule they belong to.
+// Writes one run of a SARIF log: File > Rule > Finding nodes, the findings of a run grouped by
+// the file and rule they belong to. The only run of a log is a document of its own; each run of
+// a log with several is a Run node of the log's document.
 class SarifRunWriter
 {
 public:
@@ -23,9 +24,15 @@ public:
     // the sections of the whole output.
     SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out, int& sections);
 
+    enum class Placement
+    {
+        OwnDocument, // the log's only run
+        RunNode      // one of several runs, in the document the caller opened
+    };
+
     // `where` is the run's JSON path. `progress` is told of each file written, as thousandths
     // from `done` to `done + share`.
-    bool write(const QString& where, int runIndex, ImportError* error,
+    bool write(const QString& where, int runIndex, Placement placement, ImportError* error,
                const ImportProgress& progress, int done, int share);
 
 private:
@@ -68,6 +75,7 @@ private:
     };
 
     bool group(const QString& where, ImportError* error);
+    QByteArray toolTitle() const;
     void writeFile(const FileGroup& file);
     void writeRule(const FileGroup& file, const RuleGroup& rule);
     void writeFinding(const FileGroup& file, const Value& result, const Value* rule);
@@ -94,4 +102,6 @@ private:
     QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
     std::vector<FileGroup> m_groups;
     qsizetype m_resultCount = 0;
+    Verdict m_verdict = Verdict::NotEvaluated; // of the whole run
+    int m_fileLevel = 1; // title level of the File nodes: one deeper under a Run node
 };

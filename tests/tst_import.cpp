@@ -191,7 +191,8 @@ private Q_SLOTS:
 
     // Verdicts by kind (fail when absent), each finding counted once; a rule or file fails with
     // any failed finding, passes when all that were evaluated passed. A run without results
-    // and a log without runs still read as documents.
+    // and a log without runs still read as documents; the runs of a log with several are each
+    // a node of its one document, named by their tool.
     void sarifVerdictsAndCounts()
     {
         auto kind = [](const char* name, int line) {
@@ -222,6 +223,33 @@ private Q_SLOTS:
         imported = importText("none.sarif", "\xEF\xBB\xBF{\"version\":\"2.1.0\",\"runs\":[]}");
         QVERIFY(imported.ok());
         QCOMPARE(imported.nodes, QStringList());
+
+        const QByteArray lint =
+            sarif(result("\"uri\":\"a.c\"", 1) + "," + result("\"uri\":\"a.c\"", 2));
+        const QByteArray twoRuns = lint.chopped(2) +
+                                   ",{\"tool\":{\"driver\":{\"name\":\"scan\"}},\"results\":[" +
+                                   result("\"uri\":\"b.c\"", 3, ",\"kind\":\"pass\"") + "]}]}";
+        imported = importText("two.sarif", twoRuns);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(totals(imported), QStringLiteral("1/2/-1"));
+        const QString here = QLatin1Char(' ') + m_dir.path() + QLatin1Char('/');
+        QCOMPARE(imported.nodes, (QStringList{
+                                     QStringLiteral("1 Run lint 1.2 ko"),
+                                     QStringLiteral("2 File a.c ko") + here,
+                                     QStringLiteral("3 Rule R1 ko"),
+                                     QStringLiteral("4 Finding line 1: goto used ko"),
+                                     QStringLiteral("4 Finding line 2: goto used ko"),
+                                     QStringLiteral("1 Run scan ok"),
+                                     QStringLiteral("2 File b.c ok") + here,
+                                     QStringLiteral("3 Rule R1 ok"),
+                                     QStringLiteral("4 Finding line 3: goto used ok"),
+                                 }));
+        QCOMPARE(imported.markup.count("<DOCUMENT "), 1);
+        QVERIFY(imported.markup.contains("<TITLE style=\"Title1 Failed\">lint 1.2</TITLE>"));
+        QVERIFY(imported.markup.contains("<TITLE style=\"Title2 Passed\">b.c</TITLE>"));
+        const Run run = crcview({QStringLiteral("summary"), path("two.sarif")});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QStringLiteral("\t[1] Test Case Passed\n\t[2] Test Case Failed\n"));
     }
 
     // Messages from the rule's strings with their arguments; text that is markup, or that XML

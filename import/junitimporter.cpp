@@ -3,6 +3,7 @@
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
 #include "import/verdict.h"
+#include "xml/xmlencodings.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -109,9 +110,12 @@ template <typename Handler>
 bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
            const ImportProgress& progress)
 {
-    XML_Parser parser = XML_ParserCreate("UTF-8");
+    // The report's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
+    XML_Parser parser = XML_ParserCreate(nullptr);
     handler.parser = parser;
     XML_SetUserData(parser, &handler);
+    QString unsupportedEncoding;
+    XML_SetUnknownEncodingHandler(parser, &decodeSingleByteEncoding, &unsupportedEncoding);
     XML_SetElementHandler(
         parser,
         [](void* data, const XML_Char* name, const XML_Char** attributes) {
@@ -138,10 +142,14 @@ bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
             ok = false;
             error->line = int(XML_GetCurrentLineNumber(parser));
             error->column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-            if (handler.refusal.isEmpty())
-                error->message = QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser)));
-            else
+            const XML_Error code = XML_GetErrorCode(parser);
+            if (!handler.refusal.isEmpty())
                 error->message = handler.refusal;
+            else if (code == XML_ERROR_UNKNOWN_ENCODING && !unsupportedEncoding.isNull())
+                error->message =
+                    QStringLiteral("unsupported encoding \"%1\"").arg(unsupportedEncoding);
+            else
+                error->message = QString::fromUtf8(XML_ErrorString(code));
         }
     }
     XML_ParserFree(parser);

@@ -329,7 +329,8 @@ private Q_SLOTS:
 
     // A real run of this project's tests (ctest --output-junit, see data/import), and the
     // common dialects: Surefire's nested suites with errors and skips, pytest's file and line,
-    // go-junit-report's bare suites. Suites take the verdict of what they hold.
+    // go-junit-report's bare suites. Suites take the verdict of what they hold. A report in a
+    // one-byte character set it declares reads as the text it holds.
     void junitReports()
     {
         Imported ctest = import(data + QStringLiteral("/ctest-junit.xml"), path("ct.crc"));
@@ -381,6 +382,23 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("Standard output</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">ok pkg</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">set up</PARAGRAPH>")); // before a nested suite
+
+        for (const char* encoding : {"ISO-8859-1", "windows-1252"}) {
+            imported =
+                importText("latin.xml", QByteArray("<?xml version=\"1.0\" encoding=\"") + encoding +
+                                            "\"?>\n<testsuite name='caf\xE9'>"
+                                            "<testcase name='\xE9t\xE9'/></testsuite>\n");
+            QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+            QCOMPARE(imported.nodes.at(0).section(QLatin1Char(' '), 0, 3),
+                     QStringLiteral("1 Suite caf\u00E9 ok"));
+            QCOMPARE(imported.nodes.at(1), QStringLiteral("2 Test \u00E9t\u00E9 ok"));
+        }
+        imported =
+            importText("euro.xml", "<?xml version='1.0' encoding='windows-1252'?>"
+                                   "<testsuite name='\x80'><testcase name='c'/></testsuite>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(imported.nodes.at(0).section(QLatin1Char(' '), 0, 3),
+                 QStringLiteral("1 Suite \u20AC ok"));
     }
 
     // Long captured output is cut with a note of how much was left out; 10,000 cases and

@@ -117,6 +117,13 @@ QString originalOf(const QString& path)
     return found == conversions().constEnd() ? path : found->original;
 }
 
+QString originalsIn(QString text)
+{
+    for (auto entry = conversions().cbegin(); entry != conversions().cend(); ++entry)
+        text.replace(entry.key(), entry->original);
+    return text;
+}
+
 QList<ImportError> refreshChanged()
 {
     QList<ImportError> errors;

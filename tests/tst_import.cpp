@@ -586,6 +586,27 @@ private Q_SLOTS:
         QCOMPARE(run.status, 2);
         QCOMPARE(run.out, QStringLiteral("\t[3] Test Case Passed\n\t[0] Test Case Failed\n"));
         QVERIFY(run.err.startsWith(input + QStringLiteral(": $.runs")));
+        // A result file the reader refuses is named by its original, not by its cache copy.
+        const QString broken = path("broken.sarif");
+        QVERIFY(writeFile(broken, sarif(result("\"uri\":\"a.c\"", 1))));
+        QCOMPARE(crcview({QStringLiteral("dump"), QStringLiteral("--count"), broken}).status, 0);
+        QDirIterator cached(m_dir.filePath(QStringLiteral("cache/crcview/imports")),
+                            {QStringLiteral("broken.sarif")}, QDir::Files,
+                            QDirIterator::Subdirectories);
+        QVERIFY(cached.hasNext());
+        QVERIFY(writeFile(cached.next(), "<XROD>\n<DOCUMENT>"));
+        run = crcview({QStringLiteral("dump"), broken});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.startsWith(broken + QStringLiteral(":2:")), qPrintable(run.err));
+        for (const QStringList& arguments :
+             {QStringList{QStringLiteral("summary"), broken},
+              QStringList{QStringLiteral("export"), path("brokenpages"), broken}}) {
+            run = crcview(arguments);
+            QCOMPARE(run.status, 2);
+            QVERIFY2(run.err.contains(broken), qPrintable(run.err));
+            QVERIFY2(!run.err.contains(QLatin1String("/imports/")), qPrintable(run.err));
+        }
+
         QCOMPARE(crcview({QStringLiteral("convert")}).status, 64);
         QCOMPARE(crcview({QStringLiteral("convert"), ff, QStringLiteral("extra")}).status, 64);
 

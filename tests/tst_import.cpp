@@ -554,6 +554,16 @@ private Q_SLOTS:
         QCOMPARE(run.status, 0);
         QVERIFY(run.out.startsWith(QLatin1String("<?xml")));
         QVERIFY(run.out.contains(QLatin1String("<XROD:NODE name=\"tst_folio\" type=\"Test\"")));
+        // Written to standard output, a conversion needs no cache: here none can be made.
+        const QByteArray cacheHome = qgetenv("XDG_CACHE_HOME");
+        const QString blocked = path("not-a-folder");
+        QVERIFY(writeFile(blocked, "a file where the cache would go"));
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(blocked));
+        run = crcview({QStringLiteral("convert"), ff});
+        qputenv("XDG_CACHE_HOME", cacheHome);
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.contains(QLatin1String("title=\"Flawfinder 2.0.19\"")));
+        QVERIFY(run.err.isEmpty());
 
         // Each run of a tool leaves one conversion in the cache, not one more per run.
         const QString rerun = path("rerun.sarif");

@@ -321,10 +321,16 @@ private Q_SLOTS:
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder.sarif")));
         ImportError error;
         QVERIFY(!importResults(path("folder.sarif"), path("x.crc"), &error));
-        QCOMPARE(error.text(), path("folder.sarif") + QStringLiteral(": not a regular file"));
+        const QString notRegular =
+            QStringLiteral(": cannot open the file: it is not a regular file");
+        QCOMPARE(error.text(), path("folder.sarif") + notRegular);
         QVERIFY(!importResults(path("missing.sarif"), path("x.crc"), &error));
-        QCOMPARE(error.text(), path("missing.sarif") + QStringLiteral(": no such file"));
+        QCOMPARE(error.text(),
+                 path("missing.sarif") + QStringLiteral(": cannot open the file: No such file or "
+                                                        "directory"));
         QVERIFY(!QFile::exists(path("x.crc")));
+        QVERIFY(ImportCache::resultFileFor(path("folder.sarif"), &error).isNull());
+        QCOMPARE(error.text(), path("folder.sarif") + notRegular);
     }
 
     // A real run of this project's tests (ctest --output-junit, see data/import), and the

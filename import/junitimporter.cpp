@@ -242,7 +242,6 @@ private:
     void writeCase();
     void writeBlock(const Block& block);
     void writeLines(const CappedText& text, const char* style);
-    void openSection(const QByteArray& style, Bytes title);
 
     MarkupWriter& m_out;
     const std::vector<Verdict>& m_verdicts;
@@ -251,19 +250,12 @@ private:
     bool m_documentOpen = false;
     size_t m_suiteOrdinal = 0;
     int m_suiteDepth = 0;
-    int m_sections = 0;
     qint64 m_cases = 0;
     bool m_inCase = false;
     TestCase m_case;
     std::unique_ptr<Block> m_suiteOutput; // output of a suite, written where it ends
     CappedText* m_capture = nullptr;
 };
-
-void WritePass::openSection(const QByteArray& style, Bytes title)
-{
-    m_out.open("SECTION", {{"tag", "s" + QByteArray::number(++m_sections)}});
-    m_out.element("TITLE", title, {{"style", style}});
-}
 
 void WritePass::openDocument(Bytes title)
 {
@@ -285,7 +277,7 @@ void WritePass::startSuite(const XML_Char** attributes)
         name = "(unnamed suite)";
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Suite"}, {"state", stateOf(verdict)}, {"base", m_base}});
-    openSection(titleStyle(m_suiteDepth, verdict), name);
+    m_out.openSection(titleStyle(m_suiteDepth, verdict), name);
     QByteArray counts;
     for (const char* key : {"tests", "failures", "errors", "skipped", "time", "timestamp"}) {
         const Bytes value = attribute(attributes, key);
@@ -389,7 +381,7 @@ void WritePass::writeCase()
     const Bytes name = m_case.name.isEmpty() ? Bytes("(unnamed test)") : Bytes(m_case.name);
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Test"}, {"state", stateOf(verdict)}, {"sum", "1"}});
-    openSection(titleStyle(m_suiteDepth + 1, verdict), name);
+    m_out.openSection(titleStyle(m_suiteDepth + 1, verdict), name);
     if (!m_case.className.isEmpty())
         m_out.element("PARAGRAPH", "Class: " + m_case.className, {{"style", "Normal"}});
     if (!m_case.time.isEmpty())

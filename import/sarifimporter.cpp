@@ -86,10 +86,9 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
     }
     const auto placement =
         severalRuns ? SarifRunWriter::Placement::RunNode : SarifRunWriter::Placement::OwnDocument;
-    int sections = 0;
     const int runShare = (ImportSteps - Parsed) / std::max<int>(int(runs->Size()), 1);
     for (rapidjson::SizeType i = 0; i < runs->Size(); ++i) {
-        SarifRunWriter run((*runs)[i], directory, out, sections);
+        SarifRunWriter run((*runs)[i], directory, out);
         if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), placement, error,
                        progress, Parsed + int(i) * runShare, runShare))
             return false;

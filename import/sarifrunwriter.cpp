@@ -72,9 +72,8 @@ void writeFingerprints(MarkupWriter& out, const Value* fingerprints)
 
 } // namespace
 
-SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out,
-                               int& sections)
-    : m_run(run), m_directory(directory), m_out(out), m_sections(sections)
+SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out)
+    : m_run(run), m_directory(directory), m_out(out)
 {
     const Value* tool = member(member(&run, "tool"), "driver");
     m_driver = tool;
@@ -302,12 +301,6 @@ bool SarifRunWriter::group(const QString& where, ImportError* error)
     return true;
 }
 
-void SarifRunWriter::openSection(const QByteArray& style, Bytes title)
-{
-    m_out.open("SECTION", {{"tag", "s" + QByteArray::number(++m_sections)}});
-    m_out.element("TITLE", title, {{"style", style}});
-}
-
 QByteArray SarifRunWriter::toolTitle() const
 {
     QByteArray title = textOf(member(m_driver, "name")).toByteArray();
@@ -339,7 +332,7 @@ bool SarifRunWriter::write(const QString& where, int runIndex, Placement placeme
         m_fileLevel = 1;
     } else {
         m_out.open("XROD:NODE", {{"name", title}, {"type", "Run"}, {"state", stateOf(m_verdict)}});
-        openSection(titleStyle(1, m_verdict), title);
+        m_out.openSection(titleStyle(1, m_verdict), title);
         m_fileLevel = 2;
     }
     const QByteArray count = m_resultCount == 0
@@ -373,7 +366,7 @@ void SarifRunWriter::writeFile(const FileGroup& file)
     else
         m_out.open("XROD:NODE",
                    {{"name", name}, {"type", "File"}, {"state", stateOf(file.verdict)}});
-    openSection(titleStyle(m_fileLevel, file.verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel, file.verdict), name);
     for (const RuleGroup& rule : file.rules)
         writeRule(file, rule);
     m_out.close();
@@ -384,7 +377,7 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
 {
     const Bytes name = rule.id.isEmpty() ? Bytes("(no rule)") : Bytes(rule.id);
     m_out.open("XROD:NODE", {{"name", name}, {"type", "Rule"}, {"state", stateOf(rule.verdict)}});
-    openSection(titleStyle(m_fileLevel + 1, rule.verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel + 1, rule.verdict), name);
     const Bytes ruleName = textOf(member(rule.rule, "name"));
     if (!ruleName.isEmpty() && ruleName != name)
         m_out.element("PARAGRAPH", ruleName, {{"style", "Normal"}});
@@ -450,7 +443,7 @@ void SarifRunWriter::writeFinding(const FileGroup& file, const Value& result, co
         name = "(no message)";
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Finding"}, {"state", stateOf(verdict)}, {"sum", "1"}});
-    openSection(titleStyle(m_fileLevel + 2, verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel + 2, verdict), name);
 
     Bytes level = textOf(member(&result, "level"));
     if (level.isEmpty())

@@ -20,9 +20,8 @@ public:
     using Value = rapidjson::Value;
     using Bytes = QByteArrayView;
 
-    // `directory` is the base of relative locations without a known base; `sections` numbers
-    // the sections of the whole output.
-    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out, int& sections);
+    // `directory` is the base of relative locations without a known base.
+    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out);
 
     enum class Placement
     {
@@ -81,7 +80,6 @@ private:
     void writeFinding(const FileGroup& file, const Value& result, const Value* rule);
     void writeLocationLine(const char* label, const FileGroup& owner, const Place& place,
                            Bytes message);
-    void openSection(const QByteArray& titleStyle, Bytes title);
 
     const Value* ruleOf(const Value& result, QByteArray* id) const;
     QByteArray messageOf(const Value* message, const Value* rule) const;
@@ -93,7 +91,6 @@ private:
     const Value& m_run;
     QString m_directory;
     MarkupWriter& m_out;
-    int& m_sections;
     const Value* m_driver = nullptr;
     const Value* m_rules = nullptr;
     const Value* m_artifacts = nullptr;

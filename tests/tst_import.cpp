@@ -2,10 +2,12 @@
 // and JUnit XML, bad input, and the cache the viewer reads them from.
 
 #include "import/importcache.h"
+#include "import/markupwriter.h"
 #include "import/resultimport.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
+#include "sdk/qasafefile.h"
 #include "tests/testkit.h"
 
 #include <QDir>
@@ -331,6 +333,24 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(path("x.crc")));
         QVERIFY(ImportCache::resultFileFor(path("folder.sarif"), &error).isNull());
         QCOMPARE(error.text(), path("folder.sarif") + notRegular);
+    }
+
+    // Sections are numbered through the whole output, and their titles escaped, whichever
+    // importer opens them.
+    void markupSections()
+    {
+        QASafeFile file(path("sections.crc"));
+        QVERIFY(file.open());
+        MarkupWriter out(&file);
+        out.open("XROD");
+        out.openSection("Title1 Failed", "a < b");
+        out.openSection("Title2", "c");
+        QVERIFY(out.finish() && file.commit());
+        QCOMPARE(readFile(path("sections.crc")),
+                 QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<XROD>"
+                            "<SECTION tag=\"s1\"><TITLE style=\"Title1 Failed\">a &lt; b</TITLE>\n"
+                            "<SECTION tag=\"s2\"><TITLE style=\"Title2\">c</TITLE>\n"
+                            "</SECTION>\n</SECTION>\n</XROD>\n"));
     }
 
     // A real run of this project's tests (ctest --output-junit, see data/import), and the

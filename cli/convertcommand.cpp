@@ -2,9 +2,11 @@
 
 #include "import/importcache.h"
 #include "import/resultimport.h"
+#include "sdk/qasafefile.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <iostream>
 
 namespace {
@@ -42,6 +44,37 @@ bool takesValue(const QString& command, const QString& option)
            (command == QLatin1String("summary") && option == QLatin1String("--node"));
 }
 
+// Converts into a private temporary folder, not the cache (which need not be writable), and
+// copies the result to standard output.
+int convertToStandardOutput(const QString& input)
+{
+    const QTemporaryDir folder;
+    if (!folder.isValid()) {
+        std::cerr << "crcview: cannot create a temporary folder: "
+                  << folder.errorString().toLocal8Bit().constData() << "\n";
+        return exitUnreadable;
+    }
+    const QString converted = folder.filePath(QStringLiteral("converted.crc"));
+    ImportError error;
+    if (!importResults(input, converted, &error)) {
+        report(error);
+        return exitUnreadable;
+    }
+    QFile markup(converted);
+    QString reason;
+    if (!QASafeWrite::openRegularFile(markup, &reason)) {
+        std::cerr << converted.toLocal8Bit().constData() << ": " << reason.toLocal8Bit().constData()
+                  << "\n";
+        return exitUnreadable;
+    }
+    while (!markup.atEnd()) {
+        const QByteArray block = markup.read(1 << 20);
+        std::cout.write(block.constData(), block.size());
+    }
+    std::cout.flush();
+    return std::cout ? 0 : exitUnreadable;
+}
+
 } // namespace
 
 int convertCommand(const QStringList& arguments)
@@ -60,25 +93,8 @@ int convertCommand(const QStringList& arguments)
     if (input.isNull())
         return convertUsage();
     ImportError error;
-    if (output.isNull()) {
-        const QString converted = ImportCache::resultFileFor(input, &error);
-        QFile markup(converted);
-        if (converted.isNull()) {
-            report(error);
-            return exitUnreadable;
-        }
-        if (!markup.open(QIODevice::ReadOnly)) {
-            std::cerr << converted.toLocal8Bit().constData() << ": "
-                      << markup.errorString().toLocal8Bit().constData() << "\n";
-            return exitUnreadable;
-        }
-        while (!markup.atEnd()) {
-            const QByteArray block = markup.read(1 << 20);
-            std::cout.write(block.constData(), block.size());
-        }
-        std::cout.flush();
-        return std::cout ? 0 : exitUnreadable;
-    }
+    if (output.isNull())
+        return convertToStandardOutput(input);
     if (sameFile(input, output)) {
         std::cerr << "crcview: the output " << output.toLocal8Bit().constData()
                   << " is the input itself; nothing written\n";

@@ -1,5 +1,7 @@
 #include "cli/headlessstudio.h"
 
+#include "import/importcache.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <iostream>
@@ -11,7 +13,7 @@ QAOutputWindow* HeadlessStudio::outputWindow() const
 
 void HeadlessStudio::appendOutput(const QString& text)
 {
-    std::cerr << text.toLocal8Bit().constData();
+    std::cerr << ImportCache::originalsIn(text).toLocal8Bit().constData();
 }
 
 QStringList HeadlessStudio::documentSearchPath() const

@@ -5,6 +5,7 @@
 #include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
+#include "import/importcache.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
@@ -117,7 +118,7 @@ int dump(const QStringList& arguments)
     ReportLoadError error;
     const std::unique_ptr<QAReporterData> record = loadReport(path, {}, nullptr, &error);
     if (!record) {
-        std::cerr << path.toStdString();
+        std::cerr << ImportCache::originalOf(path).toStdString();
         if (error.line > 0)
             std::cerr << ":" << error.line << ":" << error.column;
         std::cerr << ": " << error.message.toStdString() << "\n";
@@ -216,7 +217,7 @@ class ErrorLog : public QAILogMonitor
 public:
     void logMessage(const QString& message) override
     {
-        std::cerr << message.toLocal8Bit().constData() << "\n";
+        std::cerr << ImportCache::originalsIn(message).toLocal8Bit().constData() << "\n";
     }
 };
 

@@ -2,11 +2,10 @@
 
 #include "folio/damlattributes.h"
 #include "folio/damlhandler.h"
+#include "xml/xmlencodings.h"
 
 #include <QIODevice>
-#include <cerrno>
 #include <expat.h>
-#include <iconv.h>
 
 namespace {
 constexpr int chunkSize = 256 * 1024;
@@ -44,36 +43,6 @@ std::size_t wholeCharacters(const std::string& text)
     const unsigned char lead = static_cast<unsigned char>(text[start - 1]);
     const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
     return text.size() - (start - 1) >= length ? text.size() : start - 1;
-}
-
-// Builds expat's table for a one-byte character set that expat does not know itself
-// (windows-1252, ISO-8859-15, KOI8-R, ...), through the C library's converters. Encodings with
-// characters of more than one byte are refused: `map` is then left incomplete and false returned.
-bool mapSingleByteEncoding(const char* name, int map[256])
-{
-    iconv_t converter = iconv_open("UTF-32LE", name);
-    if (converter == iconv_t(-1))
-        return false;
-    bool singleByte = true;
-    for (int byte = 0; byte < 256 && singleByte; ++byte) {
-        iconv(converter, nullptr, nullptr, nullptr, nullptr);
-        char in = char(byte);
-        unsigned char out[8] = {};
-        char* inPointer = &in;
-        char* outPointer = reinterpret_cast<char*>(out);
-        std::size_t inLeft = 1;
-        std::size_t outLeft = sizeof out;
-        const std::size_t converted = iconv(converter, &inPointer, &inLeft, &outPointer, &outLeft);
-        if (converted != std::size_t(-1) && inLeft == 0 && sizeof out - outLeft == 4) {
-            map[byte] = int(out[0] | out[1] << 8 | out[2] << 16 | unsigned(out[3]) << 24);
-        } else if (converted == std::size_t(-1) && errno == EILSEQ) {
-            map[byte] = -1; // a byte the set leaves undefined
-        } else {
-            singleByte = false; // the start of a longer sequence, or a stateful encoding
-        }
-    }
-    iconv_close(converter);
-    return singleByte;
 }
 } // namespace
 
@@ -117,20 +86,6 @@ struct DAmlReader::Callbacks
             reader->m_longText.append(QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
             reader->m_text.erase(0, whole);
         }
-    }
-
-    // Called for an encoding declared in the input that expat does not decode itself.
-    static int unknownEncoding(void* data, const XML_Char* name, XML_Encoding* info)
-    {
-        auto* reader = static_cast<DAmlReader*>(data);
-        reader->m_unsupportedEncoding = QString::fromUtf8(name);
-        if (!mapSingleByteEncoding(name, info->map))
-            return XML_STATUS_ERROR;
-        info->data = nullptr;
-        info->convert = nullptr;
-        info->release = nullptr;
-        reader->m_unsupportedEncoding.clear();
-        return XML_STATUS_OK;
     }
 };
 
@@ -188,7 +143,7 @@ bool DAmlReader::parse(QIODevice* input)
     m_parser = parser;
     m_unsupportedEncoding.clear();
     XML_SetUserData(parser, this);
-    XML_SetUnknownEncodingHandler(parser, &Callbacks::unknownEncoding, this);
+    XML_SetUnknownEncodingHandler(parser, &decodeSingleByteEncoding, &m_unsupportedEncoding);
     XML_SetElementHandler(parser, &Callbacks::start, &Callbacks::end);
     XML_SetCharacterDataHandler(parser, &Callbacks::text);
 

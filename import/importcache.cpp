@@ -6,6 +6,7 @@
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QStandardPaths>
@@ -57,10 +58,12 @@ void removeEarlierConversions(const QString& original, const QString& kept)
             .entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden);
     for (const QFileInfo& folder : folders) {
         const QString path = QDir::cleanPath(folder.absoluteFilePath());
-        if (path == kept || inUse(path) || !QASafeWrite::isRegularFile(path + originalRecord))
+        if (path == kept || inUse(path))
             continue;
         QFile record(path + originalRecord);
-        if (record.open(QIODevice::ReadOnly) && QString::fromUtf8(record.read(1 << 16)) == original)
+        QString ignored;
+        if (QASafeWrite::openRegularFile(record, &ignored) &&
+            QString::fromUtf8(record.read(1 << 16)) == original)
             QDir(path).removeRecursively();
     }
 }
@@ -79,11 +82,12 @@ QString resultFileFor(const QString& input, ImportError* error, const ImportProg
 {
     const QFileInfo original(input);
     const QString absolute = QDir::cleanPath(original.absoluteFilePath());
-    if (!QASafeWrite::isRegularFile(absolute)) {
+    QFile file(absolute);
+    QString reason;
+    if (!QASafeWrite::openRegularFile(file, &reason)) {
         *error = ImportError();
         error->file = input;
-        error->message = original.exists() ? QStringLiteral("not a regular file")
-                                           : QStringLiteral("no such file");
+        error->message = QStringLiteral("cannot open the file: %1").arg(reason);
         return QString();
     }
     const Conversion conversion = conversionOf(absolute);
@@ -101,7 +105,7 @@ QString resultFileFor(const QString& input, ImportError* error, const ImportProg
             error->message = QStringLiteral("cannot create the cache folder");
             return QString();
         }
-        if (!importResults(absolute, resultFile, error, progress))
+        if (!importResults(file, resultFile, error, progress))
             return QString();
         QString ignored; // without the record, the folder is only never removed
         QASafeWrite::writeFile(folder + originalRecord, absolute.toUtf8(), &ignored);
@@ -115,6 +119,13 @@ QString originalOf(const QString& path)
 {
     const auto found = conversions().constFind(QDir::cleanPath(path));
     return found == conversions().constEnd() ? path : found->original;
+}
+
+QString originalsIn(QString text)
+{
+    for (auto entry = conversions().cbegin(); entry != conversions().cend(); ++entry)
+        text.replace(entry.key(), entry->original);
+    return text;
 }
 
 QList<ImportError> refreshChanged()

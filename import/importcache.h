@@ -20,6 +20,9 @@ QString resultFileFor(const QString& input, ImportError* error,
 
 // The file a result file of the cache was converted from, in this process; `path` otherwise.
 QString originalOf(const QString& path);
+// `text` (a message about files) with each result file converted in this process named by its
+// original instead.
+QString originalsIn(QString text);
 
 // Converts again, into the same result files, the originals converted in this process that have
 // changed since, so that reading those files again shows the new results. Returns the errors of

@@ -3,6 +3,7 @@
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
 #include "import/verdict.h"
+#include "xml/xmlencodings.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -109,9 +110,12 @@ template <typename Handler>
 bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
            const ImportProgress& progress)
 {
-    XML_Parser parser = XML_ParserCreate("UTF-8");
+    // The report's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
+    XML_Parser parser = XML_ParserCreate(nullptr);
     handler.parser = parser;
     XML_SetUserData(parser, &handler);
+    QString unsupportedEncoding;
+    XML_SetUnknownEncodingHandler(parser, &decodeSingleByteEncoding, &unsupportedEncoding);
     XML_SetElementHandler(
         parser,
         [](void* data, const XML_Char* name, const XML_Char** attributes) {
@@ -138,10 +142,14 @@ bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
             ok = false;
             error->line = int(XML_GetCurrentLineNumber(parser));
             error->column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-            if (handler.refusal.isEmpty())
-                error->message = QString::fromUtf8(XML_ErrorString(XML_GetErrorCode(parser)));
-            else
+            const XML_Error code = XML_GetErrorCode(parser);
+            if (!handler.refusal.isEmpty())
                 error->message = handler.refusal;
+            else if (code == XML_ERROR_UNKNOWN_ENCODING && !unsupportedEncoding.isNull())
+                error->message =
+                    QStringLiteral("unsupported encoding \"%1\"").arg(unsupportedEncoding);
+            else
+                error->message = QString::fromUtf8(XML_ErrorString(code));
         }
     }
     XML_ParserFree(parser);
@@ -234,7 +242,6 @@ private:
     void writeCase();
     void writeBlock(const Block& block);
     void writeLines(const CappedText& text, const char* style);
-    void openSection(const QByteArray& style, Bytes title);
 
     MarkupWriter& m_out;
     const std::vector<Verdict>& m_verdicts;
@@ -243,19 +250,12 @@ private:
     bool m_documentOpen = false;
     size_t m_suiteOrdinal = 0;
     int m_suiteDepth = 0;
-    int m_sections = 0;
     qint64 m_cases = 0;
     bool m_inCase = false;
     TestCase m_case;
     std::unique_ptr<Block> m_suiteOutput; // output of a suite, written where it ends
     CappedText* m_capture = nullptr;
 };
-
-void WritePass::openSection(const QByteArray& style, Bytes title)
-{
-    m_out.open("SECTION", {{"tag", "s" + QByteArray::number(++m_sections)}});
-    m_out.element("TITLE", title, {{"style", style}});
-}
 
 void WritePass::openDocument(Bytes title)
 {
@@ -277,7 +277,7 @@ void WritePass::startSuite(const XML_Char** attributes)
         name = "(unnamed suite)";
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Suite"}, {"state", stateOf(verdict)}, {"base", m_base}});
-    openSection(titleStyle(m_suiteDepth, verdict), name);
+    m_out.openSection(titleStyle(m_suiteDepth, verdict), name);
     QByteArray counts;
     for (const char* key : {"tests", "failures", "errors", "skipped", "time", "timestamp"}) {
         const Bytes value = attribute(attributes, key);
@@ -381,7 +381,7 @@ void WritePass::writeCase()
     const Bytes name = m_case.name.isEmpty() ? Bytes("(unnamed test)") : Bytes(m_case.name);
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Test"}, {"state", stateOf(verdict)}, {"sum", "1"}});
-    openSection(titleStyle(m_suiteDepth + 1, verdict), name);
+    m_out.openSection(titleStyle(m_suiteDepth + 1, verdict), name);
     if (!m_case.className.isEmpty())
         m_out.element("PARAGRAPH", "Class: " + m_case.className, {{"style", "Normal"}});
     if (!m_case.time.isEmpty())

@@ -49,6 +49,12 @@ void MarkupWriter::element(const char* element, QByteArrayView text,
     close();
 }
 
+void MarkupWriter::openSection(QByteArrayView titleStyle, QByteArrayView title)
+{
+    open("SECTION", {{"tag", "s" + QByteArray::number(++m_sections)}});
+    element("TITLE", title, {{"style", titleStyle}});
+}
+
 void MarkupWriter::text(QByteArrayView utf8)
 {
     escape(utf8, false);

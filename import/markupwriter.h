@@ -24,6 +24,9 @@ public:
     // An element with only a text in it.
     void element(const char* element, QByteArrayView text,
                  std::initializer_list<Attribute> attributes = {});
+    // Opens a SECTION, tagged with the next section number of the output, and writes its TITLE
+    // in `titleStyle`; close() ends it.
+    void openSection(QByteArrayView titleStyle, QByteArrayView title);
     void text(QByteArrayView utf8);
     // Each line of a text as a paragraph of `style`, blank lines left out: the document view
     // does not break lines inside a paragraph.
@@ -42,4 +45,5 @@ private:
     QByteArray m_buffer;
     std::vector<const char*> m_open;
     bool m_failed = false;
+    int m_sections = 0;
 };

@@ -34,23 +34,29 @@ QStringList importPatterns()
 bool importResults(const QString& input, const QString& output, ImportError* error,
                    const ImportProgress& progress)
 {
-    const ImportProgress report = progress ? progress : [](int) {};
     *error = ImportError();
     error->file = input;
-    const ImportFormat format = importFormatOf(input);
+    QFile file(input);
+    QString reason;
+    // A name that is not imported is refused by its name, unopened.
+    if (importFormatOf(input) != ImportFormat::None &&
+        !QASafeWrite::openRegularFile(file, &reason)) {
+        error->message = QStringLiteral("cannot open the file: %1").arg(reason);
+        return false;
+    }
+    return importResults(file, output, error, progress);
+}
+
+bool importResults(QFile& input, const QString& output, ImportError* error,
+                   const ImportProgress& progress)
+{
+    const ImportProgress report = progress ? progress : [](int) {};
+    *error = ImportError();
+    error->file = input.fileName();
+    const ImportFormat format = importFormatOf(input.fileName());
     if (format == ImportFormat::None) {
         error->message = QStringLiteral("not a SARIF log (*.sarif, *.sarif.json) or a JUnit XML "
                                         "report (*.xml)");
-        return false;
-    }
-    if (!QASafeWrite::isRegularFile(input)) {
-        error->message = QFileInfo::exists(input) ? QStringLiteral("not a regular file")
-                                                  : QStringLiteral("no such file");
-        return false;
-    }
-    QFile file(input);
-    if (!file.open(QIODevice::ReadOnly)) {
-        error->message = QStringLiteral("cannot open the file: %1").arg(file.errorString());
         return false;
     }
     QASafeFile target(output);
@@ -59,10 +65,10 @@ bool importResults(const QString& input, const QString& output, ImportError* err
         return false;
     }
     MarkupWriter out(&target);
-    const QString directory = QFileInfo(input).absolutePath();
+    const QString directory = QFileInfo(input.fileName()).absolutePath();
     const bool read = format == ImportFormat::Sarif
-                          ? importSarif(file, directory, out, error, report)
-                          : importJUnit(file, directory, out, error, report);
+                          ? importSarif(input, directory, out, error, report)
+                          : importJUnit(input, directory, out, error, report);
     if (!read) {
         target.discard();
         return false;

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <functional>
 
+class QFile;
+
 // What a failed import tells the user: the file, where in it (a line and column, or a JSON path
 // in the message), and why.
 struct ImportError
@@ -36,4 +38,8 @@ constexpr int ImportSteps = 1000;
 // Writes the result-file markup for the analyzer or test results `input` as the file `output`,
 // completely or not at all. On failure `error` says why and `output` is left as it was.
 bool importResults(const QString& input, const QString& output, ImportError* error,
+                   const ImportProgress& progress = {});
+// The same for `input` opened for reading already (see QASafeWrite::openRegularFile), read from
+// its start and named by its fileName().
+bool importResults(QFile& input, const QString& output, ImportError* error,
                    const ImportProgress& progress = {});

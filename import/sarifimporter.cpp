@@ -5,6 +5,7 @@
 #include "import/sarifrunwriter.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <algorithm>
 #include <rapidjson/error/en.h>
 
@@ -74,14 +75,26 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
     }
     progress(Parsed);
     out.open("XROD");
-    int sections = 0;
+    // A result file holds one document: several runs are each a node of it.
+    const bool severalRuns = runs->Size() > 1;
+    if (severalRuns) {
+        const QByteArray title = QFileInfo(input.fileName()).fileName().toUtf8();
+        out.open("DOCUMENT", {{"tag", "runs"}, {"title", title}, {"style", "Normal"}});
+        out.element("TITLE", title, {{"style", "Title0"}});
+        out.element("PARAGRAPH", QByteArray::number(runs->Size()) + " runs.",
+                    {{"style", "Normal"}});
+    }
+    const auto placement =
+        severalRuns ? SarifRunWriter::Placement::RunNode : SarifRunWriter::Placement::OwnDocument;
     const int runShare = (ImportSteps - Parsed) / std::max<int>(int(runs->Size()), 1);
     for (rapidjson::SizeType i = 0; i < runs->Size(); ++i) {
-        SarifRunWriter run((*runs)[i], directory, out, sections);
-        if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), error, progress,
-                       Parsed + int(i) * runShare, runShare))
+        SarifRunWriter run((*runs)[i], directory, out);
+        if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), placement, error,
+                       progress, Parsed + int(i) * runShare, runShare))
             return false;
     }
+    if (severalRuns)
+        out.close();
     if (runs->Empty()) {
         // The reader wants a document under the result hierarchy.
         out.open("DOCUMENT", {{"tag", "run1"}, {"title", "No runs"}, {"style", "Normal"}});

@@ -72,9 +72,8 @@ void writeFingerprints(MarkupWriter& out, const Value* fingerprints)
 
 } // namespace
 
-SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out,
-                               int& sections)
-    : m_run(run), m_directory(directory), m_out(out), m_sections(sections)
+SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out)
+    : m_run(run), m_directory(directory), m_out(out)
 {
     const Value* tool = member(member(&run, "tool"), "driver");
     m_driver = tool;
@@ -296,26 +295,14 @@ bool SarifRunWriter::group(const QString& where, ImportError* error)
         const Verdict verdict = verdictOfKind(textOf(member(&result, "kind")));
         ruleGroup.verdict = std::max(ruleGroup.verdict, verdict);
         fileGroup.verdict = std::max(fileGroup.verdict, verdict);
+        m_verdict = std::max(m_verdict, verdict);
         ++m_resultCount;
     }
     return true;
 }
 
-void SarifRunWriter::openSection(const QByteArray& style, Bytes title)
+QByteArray SarifRunWriter::toolTitle() const
 {
-    m_out.open("SECTION", {{"tag", "s" + QByteArray::number(++m_sections)}});
-    m_out.element("TITLE", title, {{"style", style}});
-}
-
-bool SarifRunWriter::write(const QString& where, int runIndex, ImportError* error,
-                           const ImportProgress& progress, int done, int share)
-{
-    if (!m_run.IsObject()) {
-        error->message = QStringLiteral("%1: a run object was expected").arg(where);
-        return false;
-    }
-    if (!group(where, error))
-        return false;
     QByteArray title = textOf(member(m_driver, "name")).toByteArray();
     if (title.isEmpty())
         title = "Unnamed tool";
@@ -324,10 +311,30 @@ bool SarifRunWriter::write(const QString& where, int runIndex, ImportError* erro
         version = textOf(member(m_driver, "semanticVersion"));
     if (!version.isEmpty())
         title += ' ' + version.toByteArray();
-    m_out.open(
-        "DOCUMENT",
-        {{"tag", "run" + QByteArray::number(runIndex + 1)}, {"title", title}, {"style", "Normal"}});
-    m_out.element("TITLE", title, {{"style", "Title0"}});
+    return title;
+}
+
+bool SarifRunWriter::write(const QString& where, int runIndex, Placement placement,
+                           ImportError* error, const ImportProgress& progress, int done, int share)
+{
+    if (!m_run.IsObject()) {
+        error->message = QStringLiteral("%1: a run object was expected").arg(where);
+        return false;
+    }
+    if (!group(where, error))
+        return false;
+    const QByteArray title = toolTitle();
+    if (placement == Placement::OwnDocument) {
+        m_out.open("DOCUMENT", {{"tag", "run" + QByteArray::number(runIndex + 1)},
+                                {"title", title},
+                                {"style", "Normal"}});
+        m_out.element("TITLE", title, {{"style", "Title0"}});
+        m_fileLevel = 1;
+    } else {
+        m_out.open("XROD:NODE", {{"name", title}, {"type", "Run"}, {"state", stateOf(m_verdict)}});
+        m_out.openSection(titleStyle(1, m_verdict), title);
+        m_fileLevel = 2;
+    }
     const QByteArray count = m_resultCount == 0
                                  ? QByteArray("No results.")
                                  : QByteArray::number(m_resultCount) +
@@ -342,6 +349,8 @@ bool SarifRunWriter::write(const QString& where, int runIndex, ImportError* erro
             written += qsizetype(rule.results.size());
         progress(done + int(share * written / std::max<qsizetype>(m_resultCount, 1)));
     }
+    if (placement == Placement::RunNode)
+        m_out.close(); // the section
     m_out.close();
     return true;
 }
@@ -357,7 +366,7 @@ void SarifRunWriter::writeFile(const FileGroup& file)
     else
         m_out.open("XROD:NODE",
                    {{"name", name}, {"type", "File"}, {"state", stateOf(file.verdict)}});
-    openSection(titleStyle(1, file.verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel, file.verdict), name);
     for (const RuleGroup& rule : file.rules)
         writeRule(file, rule);
     m_out.close();
@@ -368,7 +377,7 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
 {
     const Bytes name = rule.id.isEmpty() ? Bytes("(no rule)") : Bytes(rule.id);
     m_out.open("XROD:NODE", {{"name", name}, {"type", "Rule"}, {"state", stateOf(rule.verdict)}});
-    openSection(titleStyle(2, rule.verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel + 1, rule.verdict), name);
     const Bytes ruleName = textOf(member(rule.rule, "name"));
     if (!ruleName.isEmpty() && ruleName != name)
         m_out.element("PARAGRAPH", ruleName, {{"style", "Normal"}});
@@ -434,7 +443,7 @@ void SarifRunWriter::writeFinding(const FileGroup& file, const Value& result, co
         name = "(no message)";
     m_out.open("XROD:NODE",
                {{"name", name}, {"type", "Finding"}, {"state", stateOf(verdict)}, {"sum", "1"}});
-    openSection(titleStyle(3, verdict), name);
+    m_out.openSection(titleStyle(m_fileLevel + 2, verdict), name);
 
     Bytes level = textOf(member(&result, "level"));
     if (level.isEmpty())

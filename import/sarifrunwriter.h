@@ -11,21 +11,27 @@
 
 class MarkupWriter;
 
-// Writes one run of a SARIF log as a document: File > Rule > Finding nodes, the findings of a
-// run grouped by the file and rule they belong to.
+// Writes one run of a SARIF log: File > Rule > Finding nodes, the findings of a run grouped by
+// the file and rule they belong to. The only run of a log is a document of its own; each run of
+// a log with several is a Run node of the log's document.
 class SarifRunWriter
 {
 public:
     using Value = rapidjson::Value;
     using Bytes = QByteArrayView;
 
-    // `directory` is the base of relative locations without a known base; `sections` numbers
-    // the sections of the whole output.
-    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out, int& sections);
+    // `directory` is the base of relative locations without a known base.
+    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out);
+
+    enum class Placement
+    {
+        OwnDocument, // the log's only run
+        RunNode      // one of several runs, in the document the caller opened
+    };
 
     // `where` is the run's JSON path. `progress` is told of each file written, as thousandths
     // from `done` to `done + share`.
-    bool write(const QString& where, int runIndex, ImportError* error,
+    bool write(const QString& where, int runIndex, Placement placement, ImportError* error,
                const ImportProgress& progress, int done, int share);
 
 private:
@@ -68,12 +74,12 @@ private:
     };
 
     bool group(const QString& where, ImportError* error);
+    QByteArray toolTitle() const;
     void writeFile(const FileGroup& file);
     void writeRule(const FileGroup& file, const RuleGroup& rule);
     void writeFinding(const FileGroup& file, const Value& result, const Value* rule);
     void writeLocationLine(const char* label, const FileGroup& owner, const Place& place,
                            Bytes message);
-    void openSection(const QByteArray& titleStyle, Bytes title);
 
     const Value* ruleOf(const Value& result, QByteArray* id) const;
     QByteArray messageOf(const Value* message, const Value* rule) const;
@@ -85,7 +91,6 @@ private:
     const Value& m_run;
     QString m_directory;
     MarkupWriter& m_out;
-    int& m_sections;
     const Value* m_driver = nullptr;
     const Value* m_rules = nullptr;
     const Value* m_artifacts = nullptr;
@@ -94,4 +99,6 @@ private:
     QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
     std::vector<FileGroup> m_groups;
     qsizetype m_resultCount = 0;
+    Verdict m_verdict = Verdict::NotEvaluated; // of the whole run
+    int m_fileLevel = 1; // title level of the File nodes: one deeper under a Run node
 };

@@ -2,10 +2,12 @@
 // and JUnit XML, bad input, and the cache the viewer reads them from.
 
 #include "import/importcache.h"
+#include "import/markupwriter.h"
 #include "import/resultimport.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"
+#include "sdk/qasafefile.h"
 #include "tests/testkit.h"
 
 #include <QDir>
@@ -191,7 +193,8 @@ private Q_SLOTS:
 
     // Verdicts by kind (fail when absent), each finding counted once; a rule or file fails with
     // any failed finding, passes when all that were evaluated passed. A run without results
-    // and a log without runs still read as documents.
+    // and a log without runs still read as documents; the runs of a log with several are each
+    // a node of its one document, named by their tool.
     void sarifVerdictsAndCounts()
     {
         auto kind = [](const char* name, int line) {
@@ -222,6 +225,33 @@ private Q_SLOTS:
         imported = importText("none.sarif", "\xEF\xBB\xBF{\"version\":\"2.1.0\",\"runs\":[]}");
         QVERIFY(imported.ok());
         QCOMPARE(imported.nodes, QStringList());
+
+        const QByteArray lint =
+            sarif(result("\"uri\":\"a.c\"", 1) + "," + result("\"uri\":\"a.c\"", 2));
+        const QByteArray twoRuns = lint.chopped(2) +
+                                   ",{\"tool\":{\"driver\":{\"name\":\"scan\"}},\"results\":[" +
+                                   result("\"uri\":\"b.c\"", 3, ",\"kind\":\"pass\"") + "]}]}";
+        imported = importText("two.sarif", twoRuns);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(totals(imported), QStringLiteral("1/2/-1"));
+        const QString here = QLatin1Char(' ') + m_dir.path() + QLatin1Char('/');
+        QCOMPARE(imported.nodes, (QStringList{
+                                     QStringLiteral("1 Run lint 1.2 ko"),
+                                     QStringLiteral("2 File a.c ko") + here,
+                                     QStringLiteral("3 Rule R1 ko"),
+                                     QStringLiteral("4 Finding line 1: goto used ko"),
+                                     QStringLiteral("4 Finding line 2: goto used ko"),
+                                     QStringLiteral("1 Run scan ok"),
+                                     QStringLiteral("2 File b.c ok") + here,
+                                     QStringLiteral("3 Rule R1 ok"),
+                                     QStringLiteral("4 Finding line 3: goto used ok"),
+                                 }));
+        QCOMPARE(imported.markup.count("<DOCUMENT "), 1);
+        QVERIFY(imported.markup.contains("<TITLE style=\"Title1 Failed\">lint 1.2</TITLE>"));
+        QVERIFY(imported.markup.contains("<TITLE style=\"Title2 Passed\">b.c</TITLE>"));
+        const Run run = crcview({QStringLiteral("summary"), path("two.sarif")});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QStringLiteral("\t[1] Test Case Passed\n\t[2] Test Case Failed\n"));
     }
 
     // Messages from the rule's strings with their arguments; text that is markup, or that XML
@@ -293,15 +323,40 @@ private Q_SLOTS:
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder.sarif")));
         ImportError error;
         QVERIFY(!importResults(path("folder.sarif"), path("x.crc"), &error));
-        QCOMPARE(error.text(), path("folder.sarif") + QStringLiteral(": not a regular file"));
+        const QString notRegular =
+            QStringLiteral(": cannot open the file: it is not a regular file");
+        QCOMPARE(error.text(), path("folder.sarif") + notRegular);
         QVERIFY(!importResults(path("missing.sarif"), path("x.crc"), &error));
-        QCOMPARE(error.text(), path("missing.sarif") + QStringLiteral(": no such file"));
+        QCOMPARE(error.text(),
+                 path("missing.sarif") + QStringLiteral(": cannot open the file: No such file or "
+                                                        "directory"));
         QVERIFY(!QFile::exists(path("x.crc")));
+        QVERIFY(ImportCache::resultFileFor(path("folder.sarif"), &error).isNull());
+        QCOMPARE(error.text(), path("folder.sarif") + notRegular);
+    }
+
+    // Sections are numbered through the whole output, and their titles escaped, whichever
+    // importer opens them.
+    void markupSections()
+    {
+        QASafeFile file(path("sections.crc"));
+        QVERIFY(file.open());
+        MarkupWriter out(&file);
+        out.open("XROD");
+        out.openSection("Title1 Failed", "a < b");
+        out.openSection("Title2", "c");
+        QVERIFY(out.finish() && file.commit());
+        QCOMPARE(readFile(path("sections.crc")),
+                 QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<XROD>"
+                            "<SECTION tag=\"s1\"><TITLE style=\"Title1 Failed\">a &lt; b</TITLE>\n"
+                            "<SECTION tag=\"s2\"><TITLE style=\"Title2\">c</TITLE>\n"
+                            "</SECTION>\n</SECTION>\n</XROD>\n"));
     }
 
     // A real run of this project's tests (ctest --output-junit, see data/import), and the
     // common dialects: Surefire's nested suites with errors and skips, pytest's file and line,
-    // go-junit-report's bare suites. Suites take the verdict of what they hold.
+    // go-junit-report's bare suites. Suites take the verdict of what they hold. A report in a
+    // one-byte character set it declares reads as the text it holds.
     void junitReports()
     {
         Imported ctest = import(data + QStringLiteral("/ctest-junit.xml"), path("ct.crc"));
@@ -353,6 +408,23 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("Standard output</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">ok pkg</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">set up</PARAGRAPH>")); // before a nested suite
+
+        for (const char* encoding : {"ISO-8859-1", "windows-1252"}) {
+            imported =
+                importText("latin.xml", QByteArray("<?xml version=\"1.0\" encoding=\"") + encoding +
+                                            "\"?>\n<testsuite name='caf\xE9'>"
+                                            "<testcase name='\xE9t\xE9'/></testsuite>\n");
+            QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+            QCOMPARE(imported.nodes.at(0).section(QLatin1Char(' '), 0, 3),
+                     QStringLiteral("1 Suite caf\u00E9 ok"));
+            QCOMPARE(imported.nodes.at(1), QStringLiteral("2 Test \u00E9t\u00E9 ok"));
+        }
+        imported =
+            importText("euro.xml", "<?xml version='1.0' encoding='windows-1252'?>"
+                                   "<testsuite name='\x80'><testcase name='c'/></testsuite>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(imported.nodes.at(0).section(QLatin1Char(' '), 0, 3),
+                 QStringLiteral("1 Suite \u20AC ok"));
     }
 
     // Long captured output is cut with a note of how much was left out; 10,000 cases and
@@ -508,6 +580,16 @@ private Q_SLOTS:
         QCOMPARE(run.status, 0);
         QVERIFY(run.out.startsWith(QLatin1String("<?xml")));
         QVERIFY(run.out.contains(QLatin1String("<XROD:NODE name=\"tst_folio\" type=\"Test\"")));
+        // Written to standard output, a conversion needs no cache: here none can be made.
+        const QByteArray cacheHome = qgetenv("XDG_CACHE_HOME");
+        const QString blocked = path("not-a-folder");
+        QVERIFY(writeFile(blocked, "a file where the cache would go"));
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(blocked));
+        run = crcview({QStringLiteral("convert"), ff});
+        qputenv("XDG_CACHE_HOME", cacheHome);
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.contains(QLatin1String("title=\"Flawfinder 2.0.19\"")));
+        QVERIFY(run.err.isEmpty());
 
         // Each run of a tool leaves one conversion in the cache, not one more per run.
         const QString rerun = path("rerun.sarif");
@@ -540,6 +622,27 @@ private Q_SLOTS:
         QCOMPARE(run.status, 2);
         QCOMPARE(run.out, QStringLiteral("\t[3] Test Case Passed\n\t[0] Test Case Failed\n"));
         QVERIFY(run.err.startsWith(input + QStringLiteral(": $.runs")));
+        // A result file the reader refuses is named by its original, not by its cache copy.
+        const QString broken = path("broken.sarif");
+        QVERIFY(writeFile(broken, sarif(result("\"uri\":\"a.c\"", 1))));
+        QCOMPARE(crcview({QStringLiteral("dump"), QStringLiteral("--count"), broken}).status, 0);
+        QDirIterator cached(m_dir.filePath(QStringLiteral("cache/crcview/imports")),
+                            {QStringLiteral("broken.sarif")}, QDir::Files,
+                            QDirIterator::Subdirectories);
+        QVERIFY(cached.hasNext());
+        QVERIFY(writeFile(cached.next(), "<XROD>\n<DOCUMENT>"));
+        run = crcview({QStringLiteral("dump"), broken});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.startsWith(broken + QStringLiteral(":2:")), qPrintable(run.err));
+        for (const QStringList& arguments :
+             {QStringList{QStringLiteral("summary"), broken},
+              QStringList{QStringLiteral("export"), path("brokenpages"), broken}}) {
+            run = crcview(arguments);
+            QCOMPARE(run.status, 2);
+            QVERIFY2(run.err.contains(broken), qPrintable(run.err));
+            QVERIFY2(!run.err.contains(QLatin1String("/imports/")), qPrintable(run.err));
+        }
+
         QCOMPARE(crcview({QStringLiteral("convert")}).status, 64);
         QCOMPARE(crcview({QStringLiteral("convert"), ff, QStringLiteral("extra")}).status, 64);
 

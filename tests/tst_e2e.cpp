@@ -349,6 +349,28 @@ private Q_SLOTS:
                  QStringLiteral("metrics-detail.xrd"));
         QVERIFY(m_studio->windowTitle().contains(QLatin1String("metrics-detail.xrd")));
         QVERIFY(m_dialogs->asked.isEmpty());
+
+        // Two reports from two folders in one window: a relative link of the second lies beside
+        // the second, not beside the first.
+        const QByteArray detail = "<XROD><DOCUMENT tag='%1'><XROD:NODE name='d' type='Rule' "
+                                  "state='ok'><SECTION tag='t'><TITLE>Detail</TITLE><PARAGRAPH>"
+                                  "x</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>";
+        QVERIFY(writeFile(path("first/detail.crc"), QByteArray(detail).replace("%1", "wrong")));
+        QVERIFY(writeFile(path("second/detail.crc"), QByteArray(detail).replace("%1", "right")));
+        QVERIFY(writeFile(path("first/one.crc"),
+                          "<XROD><DOCUMENT tag='one'><XROD:NODE name='n' type='Rule' state='ok'>"
+                          "<SECTION><PARAGRAPH>one</PARAGRAPH></SECTION></XROD:NODE>"
+                          "</DOCUMENT></XROD>"));
+        QVERIFY(writeFile(path("second/two.crc"),
+                          "<XROD><DOCUMENT tag='two'><XROD:NODE name='m' type='Rule' state='ok'>"
+                          "<SECTION><PARAGRAPH><LINK target='xrdlink://detail.crc#t'>detail"
+                          "</LINK></PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(open({path("first/one.crc"), path("second/two.crc")}));
+        QCOMPARE(view()->documents().size(), size_t(2));
+        QVERIFY(clickLink(view(), QStringLiteral("xrdlink://detail.crc#t")));
+        QCOMPARE(viewer()->fileList(), QStringList{path("second/detail.crc")});
+        QCOMPARE(view()->documents().front()->tag(), QStringLiteral("right"));
+        QVERIFY(m_dialogs->asked.isEmpty());
     }
 
     // 3. Back and Forward return to the files and the place shown before a link, by key,

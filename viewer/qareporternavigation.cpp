@@ -119,9 +119,11 @@ void QAReporter::resolveLink(DLink* link)
         const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
         if (!file.isEmpty()) {
             if (QFileInfo(file).isRelative()) {
-                if (m_dataList.empty())
+                // Beside the report that holds the link, whichever of those shown it is.
+                const QString directory = reportDirectoryOf(link);
+                if (directory.isEmpty())
                     return;
-                file = QFileInfo(m_dataList.front()->fileName).path() + QDir::separator() + file;
+                file = QDir::cleanPath(QDir(directory).filePath(file));
             }
             rememberPlace();
             showPlace(Place{{file}, {}, {}, {}, 0});

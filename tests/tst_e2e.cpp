@@ -246,6 +246,25 @@ class TestEndToEnd : public QObject
         return nullptr;
     }
 
+    // The type entries of the "Code Review" menu as it opens, a hidden type with a "-" before.
+    QStringList typeEntries() const
+    {
+        QStringList types;
+        int separators = 0;
+        for (QAction* action : m_studio->menuBar()->actions()) {
+            if (!action->menu() || plain(action->text()) != QLatin1String("Code Review"))
+                continue;
+            Q_EMIT action->menu()->aboutToShow();
+            for (QAction* entry : action->menu()->actions()) {
+                separators += entry->isSeparator() ? 1 : 0;
+                if (separators == 1 && !entry->isSeparator())
+                    types.append((entry->isChecked() ? QString() : QStringLiteral("-")) +
+                                 plain(entry->text()));
+            }
+        }
+        return types;
+    }
+
     // File > Open, the files chosen in its dialog; the tab is then laid out as shown.
     QAStViewerWindow* open(const QStringList& files)
     {
@@ -632,6 +651,47 @@ private Q_SLOTS:
         QTRY_COMPARE(m_studio->statusBar()->currentMessage(),
                      QStringLiteral("Show or hide Show header"));
         menu->close();
+    }
+
+    // 8b. The "Code Review" menu lists the types of the reports shown, all shown again after a
+    // reload or a way back, and the view shows what the menu says.
+    void typeEntriesFollowTheReportsShown()
+    {
+        QVERIFY(writeFile(path("types/rules.crc"),
+                          "<XROD><DOCUMENT tag='fr'><XROD:NODE name='f' type='File' state='ok'>"
+                          "<SECTION tag='fsec'><PARAGRAPH><LINK target='xrdlink://cases.crc#csec'>"
+                          "cases</LINK></PARAGRAPH><XROD:NODE name='r' type='Rule' state='ok'>"
+                          "<SECTION tag='rsec'><PARAGRAPH>r</PARAGRAPH></SECTION></XROD:NODE>"
+                          "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(writeFile(path("types/cases.crc"),
+                          "<XROD><DOCUMENT tag='sc'><XROD:NODE name='s' type='Suite' state='ok'>"
+                          "<SECTION tag='ssec'><PARAGRAPH>s</PARAGRAPH><XROD:NODE name='c' "
+                          "type='Case' state='ok'><SECTION tag='csec'><PARAGRAPH>c</PARAGRAPH>"
+                          "</SECTION></XROD:NODE></SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        const QStringList fileTypes{QStringLiteral("File"), QStringLiteral("Rule")};
+        const QStringList suiteTypes{QStringLiteral("Suite"), QStringLiteral("Case")};
+        QVERIFY(open({path("types/rules.crc")}));
+        QCOMPARE(typeEntries(), fileTypes);
+
+        menuEntry(QStringLiteral("Code Review"), QStringLiteral("Rule"))->trigger();
+        QVERIFY(!taggedPart(view(), QStringLiteral("rsec")));
+        QCOMPARE(typeEntries(), (QStringList{QStringLiteral("File"), QStringLiteral("-Rule")}));
+        menuEntry(QStringLiteral("File"), QStringLiteral("Reload"))->trigger();
+        QVERIFY(taggedPart(view(), QStringLiteral("rsec")));
+        QCOMPARE(typeEntries(), fileTypes);
+
+        QVERIFY(clickLink(view(), QStringLiteral("xrdlink://cases.crc#csec")));
+        QCOMPARE(viewer()->fileList(), QStringList{path("types/cases.crc")});
+        QCOMPARE(typeEntries(), suiteTypes);
+        menuEntry(QStringLiteral("Code Review"), QStringLiteral("Case"))->trigger();
+        QVERIFY(!taggedPart(view(), QStringLiteral("csec")));
+
+        menuEntry(QStringLiteral("Go"), QStringLiteral("Back"))->trigger();
+        QCOMPARE(viewer()->fileList(), QStringList{path("types/rules.crc")});
+        QCOMPARE(typeEntries(), fileTypes);
+        menuEntry(QStringLiteral("Go"), QStringLiteral("Forward"))->trigger();
+        QVERIFY(taggedPart(view(), QStringLiteral("csec")));
+        QCOMPARE(typeEntries(), suiteTypes);
     }
 
     // 9. The outline's menu opens on empty space, Reload has its icon, a selection moves the

@@ -365,15 +365,27 @@ private Q_SLOTS:
         QVERIFY(!m_studio->output()->contents().contains(QLatin1String("Cannot open")));
     }
 
-    // 2. A link to a report document shows that document, at its anchor, with no outline.
+    // 2. A link to a report document shows that document, at its anchor, with no outline, and
+    // nothing of the outline shown before is left to submit.
     void reportDocumentLinkShowsTheDocument()
     {
         QVERIFY(open({example("rules-core.crc")}));
+        QARListView* outline = viewer()->outline();
+        QTreeWidgetItem* entry = outline->topLevelItem(0)->child(0)->child(0); // no-goto
+        QVERIFY(entry);
+        clickEntry(outline, entry);
+        QVERIFY(menuEntry(QStringLiteral("Code Review"),
+                          QStringLiteral("Submit Trackwell Defect Report"))
+                    ->isEnabled());
+        view()->verticalScrollBar()->setValue(0);
         QVERIFY(clickLink(view(), QStringLiteral("xrdlink://metrics-detail.xrd#cyclomatic")));
         QCOMPARE(view()->documents().size(), size_t(1));
         QCOMPARE(view()->documents().front()->tag(), QStringLiteral("metrics"));
         QVERIFY(atCyclomatic(view()));
         QCOMPARE(viewer()->outline()->topLevelItemCount(), 0);
+        QAction* submit =
+            menuEntry(QStringLiteral("Code Review"), QStringLiteral("Submit Trackwell Report"));
+        QVERIFY(submit && !submit->isEnabled());
         QCOMPARE(m_studio->tabs()->tabText(m_studio->tabs()->currentIndex()),
                  QStringLiteral("metrics-detail.xrd"));
         QVERIFY(m_studio->windowTitle().contains(QLatin1String("metrics-detail.xrd")));

@@ -74,7 +74,6 @@ void QAReporter::selItemChanged(QTreeWidgetItem* entry)
 {
     if (!s_preference || !hostStudio())
         return;
-    m_currentItem = entry;
     updateSubmitEntry(m_submitEntry, entry);
 }
 

@@ -246,6 +246,25 @@ class TestEndToEnd : public QObject
         return nullptr;
     }
 
+    // The type entries of the "Code Review" menu as it opens, a hidden type with a "-" before.
+    QStringList typeEntries() const
+    {
+        QStringList types;
+        int separators = 0;
+        for (QAction* action : m_studio->menuBar()->actions()) {
+            if (!action->menu() || plain(action->text()) != QLatin1String("Code Review"))
+                continue;
+            Q_EMIT action->menu()->aboutToShow();
+            for (QAction* entry : action->menu()->actions()) {
+                separators += entry->isSeparator() ? 1 : 0;
+                if (separators == 1 && !entry->isSeparator())
+                    types.append((entry->isChecked() ? QString() : QStringLiteral("-")) +
+                                 plain(entry->text()));
+            }
+        }
+        return types;
+    }
+
     // File > Open, the files chosen in its dialog; the tab is then laid out as shown.
     QAStViewerWindow* open(const QStringList& files)
     {
@@ -307,17 +326,24 @@ private Q_SLOTS:
         m_dialogs->files.clear();
     }
 
-    // 1. Clicking a tag link ("::f3", "rules::f2", a bare tag) moves the report shown to it.
+    // 1. Clicking a tag link ("::f3", "rules::f2", a bare tag) moves the report shown to it; a
+    // tag that only ends like a source line ("deadline 5", "line 42") is a tag too.
     void tagLinksMoveTheViewer()
     {
         const QString tags = path("tags/tags.crc");
         QVERIFY(writeFile(
             tags, "<XROD><DOCUMENT tag='tagdoc'><PARAGRAPH><LINK target='::deep'>a</LINK> "
-                  "<LINK target='tagdoc::far'>b</LINK> <LINK target='far'>c</LINK></PARAGRAPH>"
+                  "<LINK target='tagdoc::far'>b</LINK> <LINK target='far'>c</LINK> "
+                  "<LINK target='deadline 5'>d</LINK> <LINK target='line 42'>e</LINK></PARAGRAPH>"
                   "<XROD:NODE name='n' type='Rule' state='ok'><SECTION tag='deep'><TITLE>Deep"
                   "</TITLE><PARAGRAPH>x</PARAGRAPH></SECTION></XROD:NODE>"
                   "<XROD:NODE name='m' type='Rule' state='ok'><SECTION tag='far'><TITLE>Far"
-                  "</TITLE><PARAGRAPH>y</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>"));
+                  "</TITLE><PARAGRAPH>y</PARAGRAPH></SECTION></XROD:NODE>"
+                  "<XROD:NODE name='d' type='Rule' state='ok'><SECTION tag='deadline 5'><TITLE>"
+                  "Due</TITLE><PARAGRAPH>z</PARAGRAPH></SECTION></XROD:NODE>"
+                  "<XROD:NODE name='l' type='Rule' state='ok'><SECTION tag='line 42'><TITLE>"
+                  "Line</TITLE><PARAGRAPH>w</PARAGRAPH></SECTION></XROD:NODE>"
+                  "</DOCUMENT></XROD>"));
         QVERIFY(open({example("rules-core.crc")}));
         QVERIFY(!showsStartOf(view(), QStringLiteral("f3")));
         QVERIFY(clickLink(view(), QStringLiteral("::f3")));
@@ -326,8 +352,11 @@ private Q_SLOTS:
 
         QVERIFY(open({tags}));
         // A small report: every part shows at once; the link moves the view, not the tab.
-        for (const auto& [target, anchor] :
-             {std::pair{"::deep", "deep"}, {"tagdoc::far", "far"}, {"far", "far"}}) {
+        for (const auto& [target, anchor] : {std::pair{"::deep", "deep"},
+                                             {"tagdoc::far", "far"},
+                                             {"far", "far"},
+                                             {"deadline 5", "deadline 5"},
+                                             {"line 42", "line 42"}}) {
             QVERIFY2(clickLink(view(), QLatin1String(target)), target);
             QVERIFY2(showsStartOf(view(), QLatin1String(anchor)), target);
             QCOMPARE(m_studio->tabs()->tabText(m_studio->tabs()->currentIndex()),
@@ -336,18 +365,52 @@ private Q_SLOTS:
         QVERIFY(!m_studio->output()->contents().contains(QLatin1String("Cannot open")));
     }
 
-    // 2. A link to a report document shows that document, at its anchor, with no outline.
+    // 2. A link to a report document shows that document, at its anchor, with no outline, and
+    // nothing of the outline shown before is left to submit.
     void reportDocumentLinkShowsTheDocument()
     {
         QVERIFY(open({example("rules-core.crc")}));
+        QARListView* outline = viewer()->outline();
+        QTreeWidgetItem* entry = outline->topLevelItem(0)->child(0)->child(0); // no-goto
+        QVERIFY(entry);
+        clickEntry(outline, entry);
+        QVERIFY(menuEntry(QStringLiteral("Code Review"),
+                          QStringLiteral("Submit Trackwell Defect Report"))
+                    ->isEnabled());
+        view()->verticalScrollBar()->setValue(0);
         QVERIFY(clickLink(view(), QStringLiteral("xrdlink://metrics-detail.xrd#cyclomatic")));
         QCOMPARE(view()->documents().size(), size_t(1));
         QCOMPARE(view()->documents().front()->tag(), QStringLiteral("metrics"));
         QVERIFY(atCyclomatic(view()));
         QCOMPARE(viewer()->outline()->topLevelItemCount(), 0);
+        QAction* submit =
+            menuEntry(QStringLiteral("Code Review"), QStringLiteral("Submit Trackwell Report"));
+        QVERIFY(submit && !submit->isEnabled());
         QCOMPARE(m_studio->tabs()->tabText(m_studio->tabs()->currentIndex()),
                  QStringLiteral("metrics-detail.xrd"));
         QVERIFY(m_studio->windowTitle().contains(QLatin1String("metrics-detail.xrd")));
+        QVERIFY(m_dialogs->asked.isEmpty());
+
+        // Two reports from two folders in one window: a relative link of the second lies beside
+        // the second, not beside the first.
+        const QByteArray detail = "<XROD><DOCUMENT tag='%1'><XROD:NODE name='d' type='Rule' "
+                                  "state='ok'><SECTION tag='t'><TITLE>Detail</TITLE><PARAGRAPH>"
+                                  "x</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>";
+        QVERIFY(writeFile(path("first/detail.crc"), QByteArray(detail).replace("%1", "wrong")));
+        QVERIFY(writeFile(path("second/detail.crc"), QByteArray(detail).replace("%1", "right")));
+        QVERIFY(writeFile(path("first/one.crc"),
+                          "<XROD><DOCUMENT tag='one'><XROD:NODE name='n' type='Rule' state='ok'>"
+                          "<SECTION><PARAGRAPH>one</PARAGRAPH></SECTION></XROD:NODE>"
+                          "</DOCUMENT></XROD>"));
+        QVERIFY(writeFile(path("second/two.crc"),
+                          "<XROD><DOCUMENT tag='two'><XROD:NODE name='m' type='Rule' state='ok'>"
+                          "<SECTION><PARAGRAPH><LINK target='xrdlink://detail.crc#t'>detail"
+                          "</LINK></PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(open({path("first/one.crc"), path("second/two.crc")}));
+        QCOMPARE(view()->documents().size(), size_t(2));
+        QVERIFY(clickLink(view(), QStringLiteral("xrdlink://detail.crc#t")));
+        QCOMPARE(viewer()->fileList(), QStringList{path("second/detail.crc")});
+        QCOMPARE(view()->documents().front()->tag(), QStringLiteral("right"));
         QVERIFY(m_dialogs->asked.isEmpty());
     }
 
@@ -610,6 +673,47 @@ private Q_SLOTS:
         QTRY_COMPARE(m_studio->statusBar()->currentMessage(),
                      QStringLiteral("Show or hide Show header"));
         menu->close();
+    }
+
+    // 8b. The "Code Review" menu lists the types of the reports shown, all shown again after a
+    // reload or a way back, and the view shows what the menu says.
+    void typeEntriesFollowTheReportsShown()
+    {
+        QVERIFY(writeFile(path("types/rules.crc"),
+                          "<XROD><DOCUMENT tag='fr'><XROD:NODE name='f' type='File' state='ok'>"
+                          "<SECTION tag='fsec'><PARAGRAPH><LINK target='xrdlink://cases.crc#csec'>"
+                          "cases</LINK></PARAGRAPH><XROD:NODE name='r' type='Rule' state='ok'>"
+                          "<SECTION tag='rsec'><PARAGRAPH>r</PARAGRAPH></SECTION></XROD:NODE>"
+                          "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(writeFile(path("types/cases.crc"),
+                          "<XROD><DOCUMENT tag='sc'><XROD:NODE name='s' type='Suite' state='ok'>"
+                          "<SECTION tag='ssec'><PARAGRAPH>s</PARAGRAPH><XROD:NODE name='c' "
+                          "type='Case' state='ok'><SECTION tag='csec'><PARAGRAPH>c</PARAGRAPH>"
+                          "</SECTION></XROD:NODE></SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        const QStringList fileTypes{QStringLiteral("File"), QStringLiteral("Rule")};
+        const QStringList suiteTypes{QStringLiteral("Suite"), QStringLiteral("Case")};
+        QVERIFY(open({path("types/rules.crc")}));
+        QCOMPARE(typeEntries(), fileTypes);
+
+        menuEntry(QStringLiteral("Code Review"), QStringLiteral("Rule"))->trigger();
+        QVERIFY(!taggedPart(view(), QStringLiteral("rsec")));
+        QCOMPARE(typeEntries(), (QStringList{QStringLiteral("File"), QStringLiteral("-Rule")}));
+        menuEntry(QStringLiteral("File"), QStringLiteral("Reload"))->trigger();
+        QVERIFY(taggedPart(view(), QStringLiteral("rsec")));
+        QCOMPARE(typeEntries(), fileTypes);
+
+        QVERIFY(clickLink(view(), QStringLiteral("xrdlink://cases.crc#csec")));
+        QCOMPARE(viewer()->fileList(), QStringList{path("types/cases.crc")});
+        QCOMPARE(typeEntries(), suiteTypes);
+        menuEntry(QStringLiteral("Code Review"), QStringLiteral("Case"))->trigger();
+        QVERIFY(!taggedPart(view(), QStringLiteral("csec")));
+
+        menuEntry(QStringLiteral("Go"), QStringLiteral("Back"))->trigger();
+        QCOMPARE(viewer()->fileList(), QStringList{path("types/rules.crc")});
+        QCOMPARE(typeEntries(), fileTypes);
+        menuEntry(QStringLiteral("Go"), QStringLiteral("Forward"))->trigger();
+        QVERIFY(taggedPart(view(), QStringLiteral("csec")));
+        QCOMPARE(typeEntries(), suiteTypes);
     }
 
     // 9. The outline's menu opens on empty space, Reload has its icon, a selection moves the

@@ -194,6 +194,8 @@ private:
     QAction* commandEntry(int id) const;
     void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const;
+    // The outline's current entry, read where it is kept: the outline deletes its entries.
+    QTreeWidgetItem* currentEntry() const;
     void showHeaderDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
     void rememberPlace();
@@ -209,7 +211,6 @@ private:
 
     bool m_dataAnalysed = false;
     QStringList m_fileList;
-    QTreeWidgetItem* m_currentItem = nullptr;
     bool m_mainWindowGone = false;
     QDockWidget* m_headerDock;
     DReportWidget* m_headerView;

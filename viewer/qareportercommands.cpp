@@ -48,6 +48,11 @@ void QAReporter::updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const
     entry->setEnabled(item && item->parent());
 }
 
+QTreeWidgetItem* QAReporter::currentEntry() const
+{
+    return m_outline ? m_outline->currentItem() : nullptr;
+}
+
 void QAReporter::contextMenu(QTreeWidgetItem* entry, const QPoint& position, int)
 {
     m_contextPopup->listItem = nullptr;
@@ -151,7 +156,7 @@ void QAReporter::updateToolMenu()
     printHeaderEntry->setEnabled(m_headerShown);
     m_commandsMenu->addSeparator();
     QAction* submit = addEntry(QString(), nextId++, &QAReporter::submitTrackwell);
-    updateSubmitEntry(submit, m_currentItem);
+    updateSubmitEntry(submit, currentEntry());
     submit->setEnabled(submit->isEnabled() && loaded);
     m_commandsMenu->addSeparator();
     addEntry(tr("&Generate HTML"), GenerateHtmlId, &QAReporter::exportDoc);

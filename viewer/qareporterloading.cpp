@@ -25,6 +25,9 @@ void QAReporter::analyse(const QStringList& files)
     const DStyleList styles = currentStyles();
     QStringList failed;
     QStringList reasons;
+    // The types are those of the files read now, all shown, as the menu will list them.
+    m_typeNames.clear();
+    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
     m_typeVisibility.clear();
     m_typeVisibilityInitialised = false;
     QHash<QString, DDocument*> documentByTag;

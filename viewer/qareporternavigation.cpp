@@ -11,6 +11,7 @@
 #include "model/reversesearch.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
+#include "sdk/sourcelocation.h"
 #include "sdk/studiointerface.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
@@ -73,7 +74,6 @@ void QAReporter::selItemChanged(QTreeWidgetItem* entry)
 {
     if (!s_preference || !hostStudio())
         return;
-    m_currentItem = entry;
     updateSubmitEntry(m_submitEntry, entry);
 }
 
@@ -119,9 +119,11 @@ void QAReporter::resolveLink(DLink* link)
         const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
         if (!file.isEmpty()) {
             if (QFileInfo(file).isRelative()) {
-                if (m_dataList.empty())
+                // Beside the report that holds the link, whichever of those shown it is.
+                const QString directory = reportDirectoryOf(link);
+                if (directory.isEmpty())
                     return;
-                file = QFileInfo(m_dataList.front()->fileName).path() + QDir::separator() + file;
+                file = QDir::cleanPath(QDir(directory).filePath(file));
             }
             rememberPlace();
             showPlace(Place{{file}, {}, {}, {}, 0});
@@ -140,22 +142,18 @@ void QAReporter::resolveLink(DLink* link)
         return;
     }
 
-    static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
-    const QRegularExpressionMatch match = sourceLine.match(target);
-    if (!match.hasMatch())
+    const std::optional<SourceLocation> source = parseSourceLocation(target);
+    if (!source) {
         rememberPlace(); // a tag: the studio moves this window
-    if (match.hasMatch()) {
+    } else if (QFileInfo(source->file).isRelative()) {
         // A relative path is the node's base followed by the path, and what is still relative
         // then lies beside the report: never where the studio happened to be started.
-        const QString file = match.captured(1).trimmed();
-        if (file.isEmpty() || QFileInfo(file).isRelative()) {
-            const QAReporterNode* node = searchReporterNode(link);
-            QString path = node ? node->base + file : file;
-            const QString directory = reportDirectoryOf(link);
-            if (QFileInfo(path).isRelative() && !directory.isEmpty())
-                path = QDir::cleanPath(QDir(directory).filePath(path));
-            target = path + QStringLiteral(" line ") + match.captured(2);
-        }
+        const QAReporterNode* node = searchReporterNode(link);
+        QString path = node ? node->base + source->file : source->file;
+        const QString directory = reportDirectoryOf(link);
+        if (QFileInfo(path).isRelative() && !directory.isEmpty())
+            path = QDir::cleanPath(QDir(directory).filePath(path));
+        target = path + QStringLiteral(" line ") + source->line;
     }
     if (StudioInterface* studio = hostStudio())
         studio->openLocation(target, 3, true);

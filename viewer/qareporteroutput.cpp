@@ -262,7 +262,7 @@ void QAReporter::submitTrackwell()
     }
     log(tr("Submit Defect Report ...\n"));
     const nodeData studioNode = node();
-    const auto* entry = dynamic_cast<const QARListViewItem*>(m_currentItem);
+    const auto* entry = dynamic_cast<const QARListViewItem*>(currentEntry());
     if (!entry) {
         log(tr("No nodes selected\n"));
         log(tr("Stopped.\n"));

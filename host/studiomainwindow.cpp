@@ -15,7 +15,6 @@
 #include "sdk/qasafefile.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
-#include "sdk/sourcelocation.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -28,6 +27,7 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QRegularExpression>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QStatusBar>
@@ -677,7 +677,8 @@ void StudioMainWindow::endProgress()
 
 void StudioMainWindow::openLocation(const QString& location, int kind, bool activate)
 {
-    if (kind == sourceLocation && parseSourceLocation(location)) {
+    static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
+    if (kind == sourceLocation && atLine.match(location).hasMatch()) {
         openSource(location, activate);
         return;
     }
@@ -694,10 +695,9 @@ void StudioMainWindow::openLocation(const QString& location, int kind, bool acti
 // where the report says may be under a source root the user located before, or be located now.
 void StudioMainWindow::openSource(const QString& location, bool activate)
 {
-    const std::optional<SourceLocation> source = parseSourceLocation(location);
-    if (!source)
-        return;
-    QString path = source->file;
+    static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
+    const QRegularExpressionMatch match = atLine.match(location);
+    QString path = match.captured(1).trimmed();
     if (QFileInfo(path).isRelative()) {
         const QStringList reports = activeViewer() ? shownFiles(activeViewer()) : QStringList();
         const QString base =
@@ -724,7 +724,7 @@ void StudioMainWindow::openSource(const QString& location, bool activate)
         }
         path = located;
     }
-    showSource(path, source->line.toInt(), activate);
+    showSource(path, match.captured(2).toInt(), activate);
 }
 
 // Asks the user where a missing source file is. The parts that both paths end with are the

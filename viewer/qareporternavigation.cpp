@@ -11,7 +11,6 @@
 #include "model/reversesearch.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
-#include "sdk/sourcelocation.h"
 #include "sdk/studiointerface.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarlistviewitem.h"
@@ -142,18 +141,22 @@ void QAReporter::resolveLink(DLink* link)
         return;
     }
 
-    const std::optional<SourceLocation> source = parseSourceLocation(target);
-    if (!source) {
+    static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
+    const QRegularExpressionMatch match = sourceLine.match(target);
+    if (!match.hasMatch())
         rememberPlace(); // a tag: the studio moves this window
-    } else if (QFileInfo(source->file).isRelative()) {
+    if (match.hasMatch()) {
         // A relative path is the node's base followed by the path, and what is still relative
         // then lies beside the report: never where the studio happened to be started.
-        const QAReporterNode* node = searchReporterNode(link);
-        QString path = node ? node->base + source->file : source->file;
-        const QString directory = reportDirectoryOf(link);
-        if (QFileInfo(path).isRelative() && !directory.isEmpty())
-            path = QDir::cleanPath(QDir(directory).filePath(path));
-        target = path + QStringLiteral(" line ") + source->line;
+        const QString file = match.captured(1).trimmed();
+        if (file.isEmpty() || QFileInfo(file).isRelative()) {
+            const QAReporterNode* node = searchReporterNode(link);
+            QString path = node ? node->base + file : file;
+            const QString directory = reportDirectoryOf(link);
+            if (QFileInfo(path).isRelative() && !directory.isEmpty())
+                path = QDir::cleanPath(QDir(directory).filePath(path));
+            target = path + QStringLiteral(" line ") + match.captured(2);
+        }
     }
     if (StudioInterface* studio = hostStudio())
         studio->openLocation(target, 3, true);

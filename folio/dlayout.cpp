@@ -506,7 +506,9 @@ void DBlockLayout::layOutRow()
     qreal rowHeight = lineHeight + 2 * cellPadding;
     int column = 0;
     for (int i = 0; i < int(m_runs.size()); ++i) {
-        const int end = qMin(columns, column + 1 + qMax(0, m_runs[i].span));
+        // The columns a cell covers beyond its own, at most what is left of the row.
+        const int beyond = qBound(0, m_runs[i].span, qMax(0, columns - column - 1));
+        const int end = qMin(columns, column + 1 + beyond);
         const qreal x = edges[column];
         const qreal width = edges[end] - x;
         column = end;

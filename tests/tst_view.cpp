@@ -505,6 +505,7 @@ private Q_SLOTS:
                                    "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
                                    "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
                                    "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
+                                   "<ROW><CELL>y</CELL><CELL span=\"2147483647\">widest</CELL></ROW>"
                                    "</TABLE></DOCUMENT>");
         ShownView shown(616, 300);
         DFolioView& view = shown.view;
@@ -519,6 +520,10 @@ private Q_SLOTS:
         // A span past the last column ends at the table's edge and moves no column.
         QCOMPARE(left("too wide"), left("b"));
         QVERIFY(view.itemRect(find(document.get(), DItem::Text, "too wide")).right() <
+                view.viewport()->width());
+        // So does the largest span there is, after a first cell.
+        QCOMPARE(left("widest"), left("b"));
+        QVERIFY(view.itemRect(find(document.get(), DItem::Text, "widest")).right() <
                 view.viewport()->width());
     }
 

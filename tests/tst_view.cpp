@@ -501,12 +501,13 @@ private Q_SLOTS:
 
     void placesCellsByWidthsAndSpans()
     {
-        const auto document = read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
-                                   "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
-                                   "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
-                                   "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
-                                   "<ROW><CELL>y</CELL><CELL span=\"2147483647\">widest</CELL></ROW>"
-                                   "</TABLE></DOCUMENT>");
+        const auto document =
+            read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
+                 "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
+                 "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
+                 "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
+                 "<ROW><CELL>y</CELL><CELL span=\"2147483647\">widest</CELL></ROW>"
+                 "</TABLE></DOCUMENT>");
         ShownView shown(616, 300);
         DFolioView& view = shown.view;
         view.setDocument(document.get(), true);

@@ -13,6 +13,7 @@
 #include <QClipboard>
 #include <QImage>
 #include <QMimeData>
+#include <QPainter>
 #include <QPrinter>
 #include <QRandomGenerator>
 #include <QScrollBar>
@@ -493,6 +494,65 @@ private Q_SLOTS:
         const QRectF linkRect = layout.rectOf(link);
         QVERIFY(linkRect.top() > layout.height() - 200);
         QCOMPARE(layout.linkAt(linkRect.center()), link);
+
+        // Every cell of a wide row keeps its layout: drawing twice and pointing at the cells
+        // lays out nothing again.
+        QByteArray cells;
+        for (int i = 0; i < 12; ++i)
+            cells += "<CELL>cell " + QByteArray::number(i) + " <LINK target='::c'>go</LINK></CELL>";
+        const auto table = read("<DOCUMENT><TABLE><ROW>" + cells + "</ROW></TABLE></DOCUMENT>");
+        DBlockList rows;
+        rows.appendDocument(table.get());
+        const auto row =
+            std::find_if(rows.blocks().begin(), rows.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Row; });
+        QVERIFY(row != rows.blocks().end());
+        DLayoutContext wide;
+        wide.width = 1200;
+        DBlockLayout rowLayout(*row, wide);
+        rowLayout.layOut();
+        const int made = rowLayout.layoutsMade();
+        QCOMPARE(made, 12);
+        QImage image(wide.width, rowLayout.height(), QImage::Format_ARGB32);
+        for (int pass = 0; pass < 2; ++pass) {
+            QPainter painter(&image);
+            rowLayout.draw(&painter, 0, 0);
+        }
+        DItem* cellLink = find(table.get(), DItem::Link);
+        QVERIFY(rowLayout.linkAt(rowLayout.rectOf(cellLink).center()) == cellLink);
+        QCOMPARE(rowLayout.layoutsMade(), made);
+        QCOMPARE(rowLayout.liveLayouts(), 12);
+
+        // Cells of two pieces each: pointing at the second piece of one cell lays out no other.
+        QByteArray longCells;
+        const QByteArray filler = QByteArray("lorem ipsum ").repeated(1600);
+        for (int i = 0; i < 12; ++i)
+            longCells += "<CELL>" + filler + "<LINK target='::c" + QByteArray::number(i) +
+                         "'>go</LINK></CELL>";
+        const auto longTable =
+            read("<DOCUMENT><TABLE><ROW>" + longCells + "</ROW></TABLE></DOCUMENT>");
+        DBlockList longRows;
+        longRows.appendDocument(longTable.get());
+        const auto longRow =
+            std::find_if(longRows.blocks().begin(), longRows.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Row; });
+        QVERIFY(longRow != longRows.blocks().end());
+        DBlockLayout longLayout(*longRow, wide);
+        longLayout.layOut();
+        QCOMPARE(longLayout.layoutsMade(), 24);
+        // The link ending the last cell.
+        DItem* lastLink = find(longTable.get(), DItem::Row);
+        QVERIFY(lastLink);
+        for (int level = 0; level < 2; ++level) {
+            lastLink = lastLink->asContainer()->firstChild();
+            while (lastLink->next())
+                lastLink = lastLink->next();
+        }
+        QCOMPARE(lastLink->type(), DItem::Link);
+        const QPointF lastPoint = longLayout.rectOf(lastLink).center();
+        const int madeBefore = longLayout.layoutsMade();
+        QCOMPARE(longLayout.linkAt(lastPoint), lastLink);
+        QCOMPARE(longLayout.layoutsMade(), madeBefore);
 
         ShownView shown;
         shown.view.setDocument(document.get(), true);

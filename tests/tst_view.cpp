@@ -271,6 +271,33 @@ private Q_SLOTS:
         }
         QCOMPARE(backward,
                  (QStringList{QStringLiteral("x3"), QStringLiteral("x2"), QStringLiteral("x1")}));
+
+        // Backward visits the matches forward finds, in reverse, also when matches could
+        // overlap or be empty: the block is read once, not from each position again. Each time
+        // from a fresh view of `paragraph`: `count` matches forward, then back again.
+        const auto stepsBackward = [&](const QByteArray& paragraph, const QString& pattern,
+                                       int count) {
+            const auto words =
+                read("<DOCUMENT tag=\"w\"><PARAGRAPH>" + paragraph + "</PARAGRAPH></DOCUMENT>");
+            view.setDocument(words.get(), true);
+            const QRegularExpression expression(pattern);
+            for (int i = 0; i < count; ++i)
+                view.find(expression);
+            QStringList texts{view.selectedText()};
+            for (int i = 1; i < count; ++i) {
+                view.find(expression, true);
+                texts << view.selectedText();
+            }
+            view.clearDocs();
+            return texts;
+        };
+        QCOMPARE(stepsBackward("1a2b3c4 hello world", QStringLiteral("\\w+"), 3),
+                 (QStringList{QStringLiteral("world"), QStringLiteral("hello"),
+                              QStringLiteral("1a2b3c4")}));
+        QCOMPARE(stepsBackward("1a2b3c4", QStringLiteral("\\d[a-c]\\d"), 2),
+                 (QStringList{QStringLiteral("3c4"), QStringLiteral("1a2")}));
+        QCOMPARE(stepsBackward("x12 y3", QStringLiteral("\\d*"), 2),
+                 (QStringList{QStringLiteral("3"), QStringLiteral("12")}));
     }
 
     void clickingLinksActivatesThem()

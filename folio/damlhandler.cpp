@@ -181,11 +181,11 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
     case DItem::Row:
         return std::make_unique<DRow>();
     // In the markup, span="3" is a cell over three columns, as in HTML; the item counts the
-    // columns it covers beyond its own.
+    // columns it covers beyond its own. A span below one is one.
     case DItem::Cell:
-        return std::make_unique<DCell>(qMax(0, in.integer("span", 1) - 1));
+        return std::make_unique<DCell>(qMax(1, in.integer("span", 1)) - 1);
     case DItem::CellText:
-        return std::make_unique<DCellText>(in.text("text"), qMax(0, in.integer("span", 1) - 1));
+        return std::make_unique<DCellText>(in.text("text"), qMax(1, in.integer("span", 1)) - 1);
     case DItem::TagPointer:
         return withTarget<DTagPointer>(in);
     case DItem::PopupLink:

@@ -256,17 +256,22 @@ DFolioView::SearchResult DFolioView::find(const QRegularExpression& expression, 
         const qsizetype before = step == 0 && backward ? start.offset : text.size() + 1;
         qsizetype foundStart = -1;
         qsizetype foundEnd = -1;
+        // Matches are taken as a forward search steps through them: the next one is looked for
+        // after the end of a match (one past an empty one), so the block is read once. Backward,
+        // the last that starts before the start is kept.
         for (QRegularExpressionMatch match = expression.match(text, from); match.hasMatch();
              match = expression.match(text, from)) {
-            from = match.capturedStart() + 1;
-            if (match.capturedLength() == 0)
+            if (match.capturedLength() == 0) {
+                from = match.capturedStart() + 1;
                 continue;
+            }
             if (backward && match.capturedStart() >= before)
                 break;
             foundStart = match.capturedStart();
             foundEnd = match.capturedEnd();
             if (!backward)
                 break;
+            from = match.capturedEnd();
         }
         if (foundStart >= 0) {
             select(Position{block, int(foundStart)}, Position{block, int(foundEnd)});

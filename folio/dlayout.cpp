@@ -25,7 +25,8 @@ int boundedSide(int side)
     return qMin(side, maxImageSide);
 }
 
-// The most characters laid out at once, and how many pieces keep their layout between uses.
+// The most characters laid out at once, and how many pieces beyond the first of each run keep
+// their layout between uses (the first piece of every run always keeps it).
 constexpr int maxPieceLength = 16384;
 constexpr std::size_t maxLiveLayouts = 8;
 
@@ -338,16 +339,22 @@ QSizeF DBlockLayout::layOutRun(int run, qreal width)
     int start = 0;
     do {
         const int end = pieceEnd(text, start);
-        Piece piece{run, start, end - start, top, 0, width};
+        Piece piece{run, start, end - start, top, 0, width, QRectF()};
         std::unique_ptr<QTextLayout> layout = makeLayout(piece);
         for (int i = 0; i < layout->lineCount(); ++i) {
-            piece.height += layout->lineAt(i).height();
-            widest = qMax(widest, layout->lineAt(i).naturalTextWidth());
+            const QTextLine line = layout->lineAt(i);
+            piece.height += line.height();
+            widest = qMax(widest, line.naturalTextWidth());
+            piece.textBounds |= QRectF(line.cursorToX(line.textStart()), line.y(),
+                                       line.naturalTextWidth(), line.height());
         }
         top += piece.height;
         m_pieces.push_back(piece);
-        // The first few stay laid out for drawing; the others are made again when shown.
-        if (m_livePieces.size() < maxLiveLayouts) {
+        // The first piece of a run stays laid out, and a few more; the others are made again
+        // when shown.
+        if (start == 0) {
+            m_layouts.push_back(std::move(layout));
+        } else if (m_livePieces.size() < maxLiveLayouts) {
             m_livePieces.push_back(int(m_layouts.size()));
             m_layouts.push_back(std::move(layout));
         } else {
@@ -411,6 +418,7 @@ std::unique_ptr<QTextLayout> DBlockLayout::makeLayout(const Piece& piece) const
     const DTextRun& run = m_runs[piece.run];
     const DStyle* style = run.style;
     const qreal width = piece.width;
+    ++m_layoutsMade;
     auto layout = std::make_unique<QTextLayout>(run.text.mid(piece.start, piece.length),
                                                 m_context.fontOf(style));
     QTextOption option(alignmentOf(style));
@@ -506,7 +514,9 @@ void DBlockLayout::layOutRow()
     qreal rowHeight = lineHeight + 2 * cellPadding;
     int column = 0;
     for (int i = 0; i < int(m_runs.size()); ++i) {
-        const int end = qMin(columns, column + 1 + qMax(0, m_runs[i].span));
+        // The columns a cell covers beyond its own, at most what is left of the row.
+        const int beyond = qBound(0, m_runs[i].span, qMax(0, columns - column - 1));
+        const int end = qMin(columns, column + 1 + beyond);
         const qreal x = edges[column];
         const qreal width = edges[end] - x;
         column = end;
@@ -798,6 +808,9 @@ const DFragment* DBlockLayout::fragmentAt(const QPointF& point) const
     for (int run = 0; run < int(m_firstPiece.size()); ++run) {
         const int i = pieceAtY(run, (point - runOrigin(run)).y());
         const QPointF local = point - pieceOrigin(i);
+        // Pieces whose text is elsewhere are not laid out again.
+        if (!m_pieces[i].textBounds.contains(local))
+            continue;
         const QTextLayout& layout = pieceLayout(i);
         for (int l = 0; l < layout.lineCount(); ++l) {
             const QTextLine line = layout.lineAt(l);

@@ -99,9 +99,11 @@ public:
     // The line around `position`.
     QRectF cursorRect(int position) const;
 
-    // The longest piece of text laid out at once, and how many layouts are alive now.
+    // The longest piece of text laid out at once, how many layouts are alive now (the first
+    // piece of each run, and a few more) and how many were made since the layout was made.
     int longestPiece() const;
-    int liveLayouts() const { return int(m_livePieces.size()); }
+    int liveLayouts() const { return int(m_firstPiece.size() + m_livePieces.size()); }
+    int layoutsMade() const { return m_layoutsMade; }
 
 private:
     void collectText();
@@ -118,7 +120,8 @@ private:
         int length;
         qreal top; // from the run's origin
         qreal height;
-        qreal width; // the line width it is laid out for
+        qreal width;       // the line width it is laid out for
+        QRectF textBounds; // around the text of its lines, from the piece's origin
     };
     // Cuts run `run` into pieces laid out at `width`; returns its height and widest line.
     QSizeF layOutRun(int run, qreal width);
@@ -141,10 +144,11 @@ private:
     std::vector<Piece> m_pieces;                                 // in run order, then top to bottom
     std::vector<int> m_firstPiece;                               // per run, its first piece
     mutable std::vector<std::unique_ptr<QTextLayout>> m_layouts; // one slot per piece
-    mutable std::vector<int> m_livePieces;                       // pieces laid out, oldest first
-    std::vector<QRectF> m_cellRects;                             // rows: one per run
-    QRectF m_content;                                            // area of text, image or chart
-    int m_before = 0;                                            // space above the content
+    mutable std::vector<int> m_livePieces; // pieces laid out beyond each run's first, oldest first
+    mutable int m_layoutsMade = 0;
+    std::vector<QRectF> m_cellRects; // rows: one per run
+    QRectF m_content;                // area of text, image or chart
+    int m_before = 0;                // space above the content
     int m_height = 0;
     int m_naturalWidth = 0;
     QImage m_image;

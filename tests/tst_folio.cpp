@@ -208,6 +208,18 @@ private Q_SLOTS:
         QCOMPARE(title->firstChild()->parent(), title);
         const auto* paragraph = dcast<DParagraph>(title->next());
         QCOMPARE(dcast<DText>(paragraph->firstChild())->text(), QStringLiteral("a\nb < c"));
+
+        // A span counts the columns a cell covers; below one, it covers its own column only.
+        const Reading spans = read("<DOCUMENT><TABLE><ROW><CELL span='-2147483648'>a</CELL>"
+                                   "<CELLTEXT text='b' span='-2147483648'/><CELL span='0'>c</CELL>"
+                                   "<CELL span='2147483647'>d</CELL></ROW></TABLE></DOCUMENT>");
+        QVERIFY2(spans.ok, qPrintable(spans.error));
+        const DItem* cell = dcast<DTable>(spans.document->firstChild())->firstChild();
+        cell = dcast<DRow>(cell)->firstChild();
+        QCOMPARE(dcast<DCell>(cell)->span(), 0);
+        QCOMPARE(dcast<DCellText>(cell->next())->span(), 0);
+        QCOMPARE(dcast<DCell>(cell->next()->next())->span(), 0);
+        QCOMPARE(dcast<DCell>(cell->next()->next()->next())->span(), 2147483646);
     }
 
     void stylesAreLookedUpByName()

@@ -13,6 +13,7 @@
 #include <QClipboard>
 #include <QImage>
 #include <QMimeData>
+#include <QPainter>
 #include <QPrinter>
 #include <QRandomGenerator>
 #include <QScrollBar>
@@ -270,6 +271,33 @@ private Q_SLOTS:
         }
         QCOMPARE(backward,
                  (QStringList{QStringLiteral("x3"), QStringLiteral("x2"), QStringLiteral("x1")}));
+
+        // Backward visits the matches forward finds, in reverse, also when matches could
+        // overlap or be empty: the block is read once, not from each position again. Each time
+        // from a fresh view of `paragraph`: `count` matches forward, then back again.
+        const auto stepsBackward = [&](const QByteArray& paragraph, const QString& pattern,
+                                       int count) {
+            const auto words =
+                read("<DOCUMENT tag=\"w\"><PARAGRAPH>" + paragraph + "</PARAGRAPH></DOCUMENT>");
+            view.setDocument(words.get(), true);
+            const QRegularExpression expression(pattern);
+            for (int i = 0; i < count; ++i)
+                view.find(expression);
+            QStringList texts{view.selectedText()};
+            for (int i = 1; i < count; ++i) {
+                view.find(expression, true);
+                texts << view.selectedText();
+            }
+            view.clearDocs();
+            return texts;
+        };
+        QCOMPARE(stepsBackward("1a2b3c4 hello world", QStringLiteral("\\w+"), 3),
+                 (QStringList{QStringLiteral("world"), QStringLiteral("hello"),
+                              QStringLiteral("1a2b3c4")}));
+        QCOMPARE(stepsBackward("1a2b3c4", QStringLiteral("\\d[a-c]\\d"), 2),
+                 (QStringList{QStringLiteral("3c4"), QStringLiteral("1a2")}));
+        QCOMPARE(stepsBackward("x12 y3", QStringLiteral("\\d*"), 2),
+                 (QStringList{QStringLiteral("3"), QStringLiteral("12")}));
     }
 
     void clickingLinksActivatesThem()
@@ -494,6 +522,65 @@ private Q_SLOTS:
         QVERIFY(linkRect.top() > layout.height() - 200);
         QCOMPARE(layout.linkAt(linkRect.center()), link);
 
+        // Every cell of a wide row keeps its layout: drawing twice and pointing at the cells
+        // lays out nothing again.
+        QByteArray cells;
+        for (int i = 0; i < 12; ++i)
+            cells += "<CELL>cell " + QByteArray::number(i) + " <LINK target='::c'>go</LINK></CELL>";
+        const auto table = read("<DOCUMENT><TABLE><ROW>" + cells + "</ROW></TABLE></DOCUMENT>");
+        DBlockList rows;
+        rows.appendDocument(table.get());
+        const auto row =
+            std::find_if(rows.blocks().begin(), rows.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Row; });
+        QVERIFY(row != rows.blocks().end());
+        DLayoutContext wide;
+        wide.width = 1200;
+        DBlockLayout rowLayout(*row, wide);
+        rowLayout.layOut();
+        const int made = rowLayout.layoutsMade();
+        QCOMPARE(made, 12);
+        QImage image(wide.width, rowLayout.height(), QImage::Format_ARGB32);
+        for (int pass = 0; pass < 2; ++pass) {
+            QPainter painter(&image);
+            rowLayout.draw(&painter, 0, 0);
+        }
+        DItem* cellLink = find(table.get(), DItem::Link);
+        QVERIFY(rowLayout.linkAt(rowLayout.rectOf(cellLink).center()) == cellLink);
+        QCOMPARE(rowLayout.layoutsMade(), made);
+        QCOMPARE(rowLayout.liveLayouts(), 12);
+
+        // Cells of two pieces each: pointing at the second piece of one cell lays out no other.
+        QByteArray longCells;
+        const QByteArray filler = QByteArray("lorem ipsum ").repeated(1600);
+        for (int i = 0; i < 12; ++i)
+            longCells += "<CELL>" + filler + "<LINK target='::c" + QByteArray::number(i) +
+                         "'>go</LINK></CELL>";
+        const auto longTable =
+            read("<DOCUMENT><TABLE><ROW>" + longCells + "</ROW></TABLE></DOCUMENT>");
+        DBlockList longRows;
+        longRows.appendDocument(longTable.get());
+        const auto longRow =
+            std::find_if(longRows.blocks().begin(), longRows.blocks().end(),
+                         [](const DBlock& block) { return block.kind == DBlock::Row; });
+        QVERIFY(longRow != longRows.blocks().end());
+        DBlockLayout longLayout(*longRow, wide);
+        longLayout.layOut();
+        QCOMPARE(longLayout.layoutsMade(), 24);
+        // The link ending the last cell.
+        DItem* lastLink = find(longTable.get(), DItem::Row);
+        QVERIFY(lastLink);
+        for (int level = 0; level < 2; ++level) {
+            lastLink = lastLink->asContainer()->firstChild();
+            while (lastLink->next())
+                lastLink = lastLink->next();
+        }
+        QCOMPARE(lastLink->type(), DItem::Link);
+        const QPointF lastPoint = longLayout.rectOf(lastLink).center();
+        const int madeBefore = longLayout.layoutsMade();
+        QCOMPARE(longLayout.linkAt(lastPoint), lastLink);
+        QCOMPARE(longLayout.layoutsMade(), madeBefore);
+
         ShownView shown;
         shown.view.setDocument(document.get(), true);
         QVERIFY(shown.view.itemRect(link).top() > 10000);
@@ -501,11 +588,13 @@ private Q_SLOTS:
 
     void placesCellsByWidthsAndSpans()
     {
-        const auto document = read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
-                                   "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
-                                   "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
-                                   "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
-                                   "</TABLE></DOCUMENT>");
+        const auto document =
+            read("<DOCUMENT><TABLE widths=\"0.25 0.25 0.5\">"
+                 "<ROW><CELL span=\"2\">wide</CELL><CELL>right</CELL></ROW>"
+                 "<ROW><CELL>a</CELL><CELL>b</CELL><CELL>c</CELL></ROW>"
+                 "<ROW><CELL>x</CELL><CELL span=\"6\">too wide</CELL></ROW>"
+                 "<ROW><CELL>y</CELL><CELL span=\"2147483647\">widest</CELL></ROW>"
+                 "</TABLE></DOCUMENT>");
         ShownView shown(616, 300);
         DFolioView& view = shown.view;
         view.setDocument(document.get(), true);
@@ -519,6 +608,10 @@ private Q_SLOTS:
         // A span past the last column ends at the table's edge and moves no column.
         QCOMPARE(left("too wide"), left("b"));
         QVERIFY(view.itemRect(find(document.get(), DItem::Text, "too wide")).right() <
+                view.viewport()->width());
+        // So does the largest span there is, after a first cell.
+        QCOMPARE(left("widest"), left("b"));
+        QVERIFY(view.itemRect(find(document.get(), DItem::Text, "widest")).right() <
                 view.viewport()->width());
     }
 

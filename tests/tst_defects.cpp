@@ -359,6 +359,34 @@ private Q_SLOTS:
         QCOMPARE(m_dialogs->asked.size(), 1);
         QVERIFY(m_dialogs->asked.first().text.contains(file));
         QCOMPARE(m_studio->tabs()->count(), 0);
+
+        // Filed from an analyzer's log, the defect names the log, not its converted copy in the
+        // cache; after the analyzer ran again, the row opens the log converted anew.
+        const QString log = path(QStringLiteral("scan.sarif"));
+        const QByteArray findings = "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
+                                    "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":"
+                                    "\"FF1\",\"message\":{\"text\":\"one left\"}}]}]}";
+        QVERIFY(writeFile(log, findings));
+        QVERIFY(m_studio->openFiles({log}));
+        QStringList finding;
+        for (QTreeWidgetItem* item = outline()->topLevelItem(0); item;
+             item = item->childCount() ? item->child(0) : nullptr)
+            finding.append(item->text(0));
+        QVERIFY(fileFromOutline(finding));
+        const QList<Defect> withLog = storedDefects(m_store);
+        QCOMPARE(withLog.size(), 4);
+        QCOMPARE(withLog.last().file, log);
+        cleanup();
+        QVERIFY(writeFile(log, findings + "\n"));
+        QVERIFY(m_studio->openFiles({log})); // the cache's earlier copy goes
+        cleanup();
+        m_dialogs->asked.clear();
+        table->setCurrentIndex(table->model()->index(3, DefectsDock::ItemColumn));
+        QCOMPARE(table->currentIndex().data().toString(), finding.last());
+        QTest::keyClick(table, Qt::Key_Return);
+        QVERIFY(m_dialogs->asked.isEmpty());
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(outline()->currentItem(), findItem(outline(), finding));
     }
 
     // With the echo on, every step is followed by its command line, the failing ones too; the

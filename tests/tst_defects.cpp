@@ -701,6 +701,21 @@ private Q_SLOTS:
         QCOMPARE(kept.readAll(), before);
         QVERIFY(QFileInfo(link).isSymLink());
 
+        // Close and Reopen do not write through a symbolic link to a store.
+        const QString linkedStore = path(QStringLiteral("linked.sqlite"));
+        QVERIFY(QFile::link(m_store, linkedStore));
+        const QString realStore = m_store;
+        useStore(linkedStore);
+        QCOMPARE(table->model()->rowCount(), 3);
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
+        QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+        const QString refusal = linkedStore + QStringLiteral(": it is a symbolic link");
+        QVERIFY2(m_dialogs->asked.last().text.contains(refusal),
+                 qPrintable(m_dialogs->asked.last().text));
+        for (const Defect& defect : storedDefects(realStore))
+            QVERIFY(!defect.closed);
+
         // A file that is no store is said in the dock, naming it.
         useStore(example("rules-core.crc"));
         QCOMPARE(table->model()->rowCount(), 0);

@@ -550,6 +550,25 @@ private Q_SLOTS:
                                              "second and was stopped"),
                               QStringLiteral("Stopped.")}));
         QCOMPARE(storedDefects(m_store).size(), 1);
+
+        // Values that look like placeholders reach the client as they are: a node named with
+        // one, a result file whose name holds one.
+        const QString verbatim = path(QStringLiteral("verbatim.txt"));
+        configure(QStringLiteral("/bin/sh -c 'printf \"%s\\n\" \"$1\" \"$2\" > %1' client "
+                                 "{headline} {attachment}")
+                      .arg(verbatim),
+                  60, false);
+        QAStViewerWindow* named =
+            openCopy("rules-core.crc", path(QStringLiteral("{headline}.crc")));
+        QVERIFY(named);
+        named->setNode({QString(), QStringLiteral("check {id}")});
+        QVERIFY(fileFromOutline({QStringLiteral("{headline}.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        QFile filled(verbatim);
+        QVERIFY(filled.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(filled.readAll()),
+                 QStringLiteral("crcstudiocheck {id}:{headline}.crc:no-goto\n") +
+                     path(QStringLiteral("{headline}.crc")) + QLatin1Char('\n'));
     }
 
     // A store that cannot take the defect (read-only, full) says why, and what it held before

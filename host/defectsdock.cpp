@@ -4,6 +4,7 @@
 #include "sdk/qasafefile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -42,9 +43,7 @@ DefectsDock::DefectsDock(QWidget* parent) : QDockWidget(tr("Defects"), parent)
     bar->addWidget(m_export);
     layout->addLayout(bar);
 
-    m_model = new QStandardItemModel(0, ColumnCount, this);
-    m_model->setHorizontalHeaderLabels({tr("Id"), tr("State"), tr("Headline"), tr("Item"),
-                                        tr("File"), tr("Filed"), tr("External Reference")});
+    m_model = newModel();
     m_proxy = new QSortFilterProxyModel(this);
     m_proxy->setSourceModel(m_model);
     m_proxy->setFilterKeyColumn(-1);
@@ -80,7 +79,7 @@ DefectsDock::DefectsDock(QWidget* parent) : QDockWidget(tr("Defects"), parent)
     connect(m_reopen, &QPushButton::clicked, this, [this] { setSelectedClosed(false); });
     connect(m_export, &QPushButton::clicked, this, &DefectsDock::exportCsv);
     connect(this, &QDockWidget::visibilityChanged, this, [this](bool visible) {
-        if (visible)
+        if (visible && storeStamp() != m_readStamp)
             refresh();
     });
     updateButtons();
@@ -94,13 +93,39 @@ void DefectsDock::setStorePath(const QString& path)
     refresh();
 }
 
+QStandardItemModel* DefectsDock::newModel()
+{
+    auto* model = new QStandardItemModel(0, ColumnCount, this);
+    model->setHorizontalHeaderLabels({tr("Id"), tr("State"), tr("Headline"), tr("Item"), tr("File"),
+                                      tr("Filed"), tr("External Reference")});
+    return model;
+}
+
+QString DefectsDock::storeStamp() const
+{
+    // SQLite counts the transactions committed to a database in bytes 24 to 27 of its header;
+    // the size and the time tell a file put in the store's place.
+    QFile store(m_storePath);
+    if (!QASafeWrite::openRegularFile(store, nullptr))
+        return QString();
+    const QByteArray header = store.read(28);
+    const QFileInfo info(store);
+    return QStringLiteral("%1 %2 %3")
+        .arg(QString::fromLatin1(header.mid(24).toHex()))
+        .arg(info.size())
+        .arg(info.lastModified().toMSecsSinceEpoch());
+}
+
 void DefectsDock::refresh()
 {
+    m_readStamp = storeStamp(); // before reading: a change while reading is read next time
     DefectStore store(m_storePath);
     QList<Defect> defects;
     const bool read = store.read(&defects);
     m_defects = defects;
-    m_model->removeRows(0, m_model->rowCount());
+    // The rows go into a model of their own, shown once filled: added one by one under the
+    // sorting proxy, each would be sorted in on its own.
+    QStandardItemModel* model = newModel();
     for (qsizetype row = 0; row < m_defects.size(); ++row) {
         const Defect& defect = m_defects.at(row);
         const QString state = defect.closed ? tr("closed") : tr("open");
@@ -128,8 +153,11 @@ void DefectsDock::refresh()
         }
         items[FileColumn]->setToolTip(file);
         items[HeadlineColumn]->setToolTip(defect.description);
-        m_model->appendRow(items);
+        model->appendRow(items);
     }
+    m_proxy->setSourceModel(model);
+    delete m_model;
+    m_model = model;
     // Every column as wide as its texts, the headline within reason.
     m_table->resizeColumnsToContents();
     m_table->setColumnWidth(HeadlineColumn, qMin(m_table->columnWidth(HeadlineColumn), 460));

@@ -35,7 +35,8 @@ public:
     ~DefectsDock() override;
 
     void setStorePath(const QString& path);
-    // Reads the store again; a store that cannot be read is said in the dock.
+    // Reads the store again; a store that cannot be read is said in the dock. Shown again, the
+    // dock reads the store only when another program changed it since.
     void refresh();
 
     // The defects shown, in the order shown.
@@ -52,6 +53,10 @@ Q_SIGNALS:
     void openRequested(const Defect& defect);
 
 private:
+    // An empty model with the column titles.
+    QStandardItemModel* newModel();
+    // What changes in the store file with every change to it; empty when it cannot be read.
+    QString storeStamp() const;
     QList<Defect> selectedDefects() const;
     void setSelectedClosed(bool closed);
     void exportCsv();
@@ -59,6 +64,7 @@ private:
     void showMessage(const QString& text, bool error);
 
     QString m_storePath;
+    QString m_readStamp;     // storeStamp() when the store was last read
     QList<Defect> m_defects; // by row of the model
     QStandardItemModel* m_model;
     QSortFilterProxyModel* m_proxy;

@@ -146,16 +146,22 @@ bool DefectStore::fail(const QString& what, const QString& reason)
     return false;
 }
 
+bool DefectStore::refuseUnsafeStore(const QString& what)
+{
+    const QFileInfo info(m_path);
+    if (info.isSymLink())
+        return fail(what, QStringLiteral("it is a symbolic link"));
+    if (info.exists() && !info.isFile())
+        return fail(what, QStringLiteral("it is not a regular file"));
+    return true;
+}
+
 bool DefectStore::prepareForFiling()
 {
     m_error.clear();
+    if (!refuseUnsafeStore(QStringLiteral("Cannot file defects in %1")))
+        return false;
     const QFileInfo info(m_path);
-    if (info.isSymLink())
-        return fail(QStringLiteral("Cannot file defects in %1"),
-                    QStringLiteral("it is a symbolic link"));
-    if (info.exists() && !info.isFile())
-        return fail(QStringLiteral("Cannot file defects in %1"),
-                    QStringLiteral("it is not a regular file"));
     const QString folder = info.absolutePath();
     if (!QDir().mkpath(folder))
         return fail(QStringLiteral("Cannot file defects in %1"),
@@ -302,6 +308,8 @@ bool DefectStore::read(QList<Defect>* defects)
 bool DefectStore::setClosed(const QList<qint64>& ids, bool closed)
 {
     m_error.clear();
+    if (!refuseUnsafeStore(QStringLiteral("Cannot change the defect store %1")))
+        return false;
     Connection connection(m_path, false);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());

@@ -68,6 +68,9 @@ public:
 private:
     // Sets the error to `what` (with %1 for the store's path) and the reason; returns false.
     bool fail(const QString& what, const QString& reason);
+    // Refuses, with `what` as for fail(), a store that is a symbolic link or not a regular file:
+    // nothing is written through a link or into a device.
+    bool refuseUnsafeStore(const QString& what);
 
     QString m_path;
     QString m_error;

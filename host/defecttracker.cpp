@@ -1,6 +1,7 @@
 #include "host/defecttracker.h"
 
 #include "host/submitcommand.h"
+#include "import/importcache.h"
 #include "sdk/qasafefile.h"
 
 #include <QCryptographicHash>
@@ -101,8 +102,10 @@ quint16 DefectTracker::attachFile(const char* label, const char* path)
         return failed(
             tr("The attachment %1 cannot be read: %2").arg(shown, readable.errorString()));
     m_draft->attachments.append({QString::fromLocal8Bit(label), file, readable.size(), QString()});
+    // A result file converted from an analyzer's or a test run's log names the log: the converted
+    // copy goes when the log is converted again, the log is opened through the same conversion.
     if (m_draft->file.isEmpty())
-        m_draft->file = file;
+        m_draft->file = ImportCache::originalOf(file);
     return succeeded();
 }
 

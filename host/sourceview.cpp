@@ -1,7 +1,8 @@
 #include "host/sourceview.h"
 
+#include "sdk/qasafefile.h"
+
 #include <QFile>
-#include <QFileInfo>
 #include <QFontDatabase>
 #include <QPainter>
 #include <QTextBlock>
@@ -78,13 +79,11 @@ void SourceView::paintLineNumbers(QPaintEvent* event)
 
 std::unique_ptr<SourceView> SourceView::open(const QString& path, QString* error)
 {
-    if (QFileInfo(path).isDir()) {
-        *error = tr("%1: is a directory").arg(path);
-        return nullptr;
-    }
+    // Only regular files: a FIFO would block the studio, a device such as /dev/zero never ends.
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    QString reason;
+    if (!QASafeWrite::openRegularFile(file, &reason)) {
+        *error = QStringLiteral("%1: %2").arg(path, reason);
         return nullptr;
     }
     std::unique_ptr<SourceView> view(new SourceView(path));

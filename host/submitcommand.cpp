@@ -51,17 +51,23 @@ QStringList splitWords(const QString& line, QString* problem)
     return words;
 }
 
+// A placeholder such as {id}, its name captured.
+const QRegularExpression& placeholderPattern()
+{
+    static const QRegularExpression placeholder(QStringLiteral("\\{([A-Za-z_]+)\\}"));
+    return placeholder;
+}
+
 } // namespace
 
 SubmitCommand::SubmitCommand(const QString& commandLine)
     : m_words(splitWords(commandLine, &m_problem))
 {
-    static const QRegularExpression placeholder(QStringLiteral("\\{[A-Za-z_]+\\}"));
     static const QStringList known{QStringLiteral("{headline}"),
                                    QStringLiteral("{description_file}"),
                                    QStringLiteral("{attachment}"), QStringLiteral("{id}")};
     for (const QString& word : std::as_const(m_words)) {
-        QRegularExpressionMatchIterator found = placeholder.globalMatch(word);
+        QRegularExpressionMatchIterator found = placeholderPattern().globalMatch(word);
         while (found.hasNext() && m_problem.isEmpty()) {
             const QString name = found.next().captured();
             if (!known.contains(name))
@@ -73,23 +79,34 @@ SubmitCommand::SubmitCommand(const QString& commandLine)
 
 QStringList SubmitCommand::expand(const Values& values) const
 {
-    static const QString attachment = QStringLiteral("{attachment}");
-    const auto fill = [&values](QString word) {
-        for (auto value = values.constBegin(); value != values.constEnd(); ++value) {
-            if (value.key() != QLatin1String("attachment"))
-                word.replace(QLatin1Char('{') + value.key() + QLatin1Char('}'),
-                             value.value().value(0));
+    static const QString attachment = QStringLiteral("attachment");
+    // One pass over the word as written: the values go in verbatim and are never searched for
+    // placeholders themselves.
+    const auto fill = [&values](const QString& word, const QString& attachmentPath) {
+        QString filled;
+        qsizetype copied = 0;
+        QRegularExpressionMatchIterator found = placeholderPattern().globalMatch(word);
+        while (found.hasNext()) {
+            const QRegularExpressionMatch match = found.next();
+            const QString name = match.captured(1);
+            const auto value = values.constFind(name);
+            if (value == values.constEnd())
+                continue;
+            filled += QStringView(word).mid(copied, match.capturedStart() - copied);
+            filled += name == attachment ? attachmentPath : value->value(0);
+            copied = match.capturedEnd();
         }
-        return word;
+        filled += QStringView(word).mid(copied);
+        return filled;
     };
     QStringList expanded;
     for (const QString& word : m_words) {
-        if (!word.contains(attachment) || !values.contains(QStringLiteral("attachment"))) {
-            expanded.append(fill(word));
+        if (!word.contains(QStringLiteral("{attachment}")) || !values.contains(attachment)) {
+            expanded.append(fill(word, QString()));
             continue;
         }
-        for (const QString& path : values.value(QStringLiteral("attachment")))
-            expanded.append(fill(QString(word).replace(attachment, path)));
+        for (const QString& path : values.value(attachment))
+            expanded.append(fill(word, path));
     }
     return expanded;
 }

@@ -359,6 +359,34 @@ private Q_SLOTS:
         QCOMPARE(m_dialogs->asked.size(), 1);
         QVERIFY(m_dialogs->asked.first().text.contains(file));
         QCOMPARE(m_studio->tabs()->count(), 0);
+
+        // Filed from an analyzer's log, the defect names the log, not its converted copy in the
+        // cache; after the analyzer ran again, the row opens the log converted anew.
+        const QString log = path(QStringLiteral("scan.sarif"));
+        const QByteArray findings = "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
+                                    "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":"
+                                    "\"FF1\",\"message\":{\"text\":\"one left\"}}]}]}";
+        QVERIFY(writeFile(log, findings));
+        QVERIFY(m_studio->openFiles({log}));
+        QStringList finding;
+        for (QTreeWidgetItem* item = outline()->topLevelItem(0); item;
+             item = item->childCount() ? item->child(0) : nullptr)
+            finding.append(item->text(0));
+        QVERIFY(fileFromOutline(finding));
+        const QList<Defect> withLog = storedDefects(m_store);
+        QCOMPARE(withLog.size(), 4);
+        QCOMPARE(withLog.last().file, log);
+        cleanup();
+        QVERIFY(writeFile(log, findings + "\n"));
+        QVERIFY(m_studio->openFiles({log})); // the cache's earlier copy goes
+        cleanup();
+        m_dialogs->asked.clear();
+        table->setCurrentIndex(table->model()->index(3, DefectsDock::ItemColumn));
+        QCOMPARE(table->currentIndex().data().toString(), finding.last());
+        QTest::keyClick(table, Qt::Key_Return);
+        QVERIFY(m_dialogs->asked.isEmpty());
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        QCOMPARE(outline()->currentItem(), findItem(outline(), finding));
     }
 
     // With the echo on, every step is followed by its command line, the failing ones too; the
@@ -522,6 +550,25 @@ private Q_SLOTS:
                                              "second and was stopped"),
                               QStringLiteral("Stopped.")}));
         QCOMPARE(storedDefects(m_store).size(), 1);
+
+        // Values that look like placeholders reach the client as they are: a node named with
+        // one, a result file whose name holds one.
+        const QString verbatim = path(QStringLiteral("verbatim.txt"));
+        configure(QStringLiteral("/bin/sh -c 'printf \"%s\\n\" \"$1\" \"$2\" > %1' client "
+                                 "{headline} {attachment}")
+                      .arg(verbatim),
+                  60, false);
+        QAStViewerWindow* named =
+            openCopy("rules-core.crc", path(QStringLiteral("{headline}.crc")));
+        QVERIFY(named);
+        named->setNode({QString(), QStringLiteral("check {id}")});
+        QVERIFY(fileFromOutline({QStringLiteral("{headline}.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        QFile filled(verbatim);
+        QVERIFY(filled.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(filled.readAll()),
+                 QStringLiteral("crcstudiocheck {id}:{headline}.crc:no-goto\n") +
+                     path(QStringLiteral("{headline}.crc")) + QLatin1Char('\n'));
     }
 
     // A store that cannot take the defect (read-only, full) says why, and what it held before
@@ -653,6 +700,24 @@ private Q_SLOTS:
         QTest::mouseClick(dock()->reopenButton(), Qt::LeftButton);
         QVERIFY(!storedDefects(m_store)[0].closed);
 
+        // Going to the Output tab and back keeps the rows and the selection as they were; a
+        // store another program changed meanwhile is read again.
+        QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+        m_studio->output()->raise();
+        dock()->raise();
+        QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+        m_studio->output()->raise();
+        DefectStore otherProgram(m_store);
+        QVERIFY(otherProgram.setClosed({stored[0].id}, true));
+        dock()->raise();
+        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
+                 QStringLiteral("closed"));
+        m_studio->output()->raise();
+        QVERIFY(otherProgram.setClosed({stored[0].id}, false));
+        dock()->raise();
+        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
+                 QStringLiteral("open"));
+
         // Failing exports: into a folder that is not there; through a link.
         m_dialogs->files.append({path(QStringLiteral("none/export.csv"))});
         QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
@@ -672,6 +737,24 @@ private Q_SLOTS:
         QVERIFY(kept.open(QIODevice::ReadOnly));
         QCOMPARE(kept.readAll(), before);
         QVERIFY(QFileInfo(link).isSymLink());
+
+        // Close and Reopen do not write through a symbolic link to a store.
+        const QString linkedStore = path(QStringLiteral("linked.sqlite"));
+        QVERIFY(QFile::link(m_store, linkedStore));
+        const QString realStore = m_store;
+        useStore(linkedStore);
+        QStringList itemsRead; // read again, in the order the user chose
+        for (const Defect& defect : dock()->shownDefects())
+            itemsRead.append(defect.item());
+        QCOMPARE(itemsRead, items);
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
+        QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+        const QString refusal = linkedStore + QStringLiteral(": it is a symbolic link");
+        QVERIFY2(m_dialogs->asked.last().text.contains(refusal),
+                 qPrintable(m_dialogs->asked.last().text));
+        for (const Defect& defect : storedDefects(realStore))
+            QVERIFY(!defect.closed);
 
         // A file that is no store is said in the dock, naming it.
         useStore(example("rules-core.crc"));

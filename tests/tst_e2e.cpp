@@ -41,6 +41,7 @@
 #include <QToolButton>
 #include <functional>
 #include <iostream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -477,12 +478,15 @@ private Q_SLOTS:
         QVERIFY(writeFile(path("moved/root/src/b.c"), "b1\nb2\nb3\n"));
         QVERIFY(writeFile(path("moved/root/src/c.c"), "c1\nc2\n"));
         const QString report = path("project/report.crc");
-        QVERIFY(writeFile(
-            report, "<XROD><DOCUMENT tag='src'><XROD:NODE name='proj' type='File' state='ko' "
-                    "base='proj/'><SECTION><PARAGRAPH><LINK target='src/a.c line 3'>a</LINK> "
-                    "<LINK target='/nowhere/root/src/b.c line 2'>b</LINK> "
-                    "<LINK target='/nowhere/root/src/c.c line 1'>c</LINK></PARAGRAPH></SECTION>"
-                    "</XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(writeFile(report,
+                          "<XROD><DOCUMENT tag='src'><XROD:NODE name='proj' type='File' state='ko' "
+                          "base='proj/'><SECTION><PARAGRAPH><LINK target='src/a.c line 3'>a</LINK> "
+                          "<LINK target='/nowhere/root/src/b.c line 2'>b</LINK> "
+                          "<LINK target='/nowhere/root/src/c.c line 1'>c</LINK> "
+                          "<LINK target='fifo line 1'>fifo</LINK></PARAGRAPH></SECTION>"
+                          "</XROD:NODE></DOCUMENT></XROD>"));
+        // Nobody writes to it: reading it would wait for ever.
+        QCOMPARE(::mkfifo(QFile::encodeName(path("project/proj/fifo")).constData(), 0600), 0);
         QDir::setCurrent(QDir::rootPath());
         QAStViewerWindow* first = open({report});
         QVERIFY(open({example("rules-gui.crc")}) != first); // the last directory is elsewhere
@@ -514,6 +518,14 @@ private Q_SLOTS:
         QVERIFY(settings.open(QIODevice::ReadOnly));
         const QByteArray saved = settings.readAll();
         QVERIFY(saved.contains("\"/nowhere/\"") && saved.contains(path("moved/").toUtf8()));
+
+        // A link to something that is not a regular file is refused at once, and said so.
+        m_studio->tabs()->setCurrentWidget(first);
+        QVERIFY(clickLink(view(), QStringLiteral("fifo line 1")));
+        QCOMPARE(m_studio->activeSource(), nullptr);
+        QVERIFY2(m_studio->output()->contents().contains(
+                     path("project/proj/fifo") + QStringLiteral(": it is not a regular file")),
+                 qPrintable(m_studio->output()->contents()));
     }
 
     // 5. Find keeps the user's text and mode, says when nothing was found or the search

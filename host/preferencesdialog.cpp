@@ -2,7 +2,6 @@
 
 #include "sdk/preferenceitem.h"
 
-#include <QApplication>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QPushButton>
@@ -45,24 +44,6 @@ PreferencesDialog::PreferencesDialog(PreferencePageInterface* root, QWidget* par
             &PreferencesDialog::applyAll);
     connect(m_buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
             &PreferencesDialog::restoreDefaults);
-    // Key presses and clicks go to the page's own widgets: they are watched on their way.
-    qApp->installEventFilter(this);
-}
-
-bool PreferencesDialog::eventFilter(QObject* watched, QEvent* event)
-{
-    switch (event->type()) {
-    case QEvent::KeyPress:
-    case QEvent::MouseButtonRelease:
-    case QEvent::Wheel:
-    case QEvent::Drop:
-        if (watched->isWidgetType() && m_stack->isAncestorOf(static_cast<QWidget*>(watched)))
-            m_editedSinceApply = true;
-        break;
-    default:
-        break;
-    }
-    return QDialog::eventFilter(watched, event);
 }
 
 // Walks the tree with a stack of its own: a plug-in may nest pages as deep as it likes.
@@ -91,12 +72,18 @@ void PreferencesDialog::addPages(PreferencePageInterface* root)
     }
 }
 
-void PreferencesDialog::applyAll()
+void PreferencesDialog::applyPages()
 {
     for (const Page& page : m_pages)
         page.page->apply();
+}
+
+void PreferencesDialog::applyAll()
+{
+    applyPages();
     m_applied = true;
-    m_editedSinceApply = false;
+    if (m_valuesReader)
+        m_appliedValues = m_valuesReader();
     Q_EMIT applied();
 }
 
@@ -105,7 +92,6 @@ void PreferencesDialog::restoreDefaults()
     if (PreferencePageInterface* page = currentPage()) {
         page->defaults();
         page->updateContents();
-        m_editedSinceApply = true;
     }
 }
 
@@ -129,8 +115,9 @@ bool PreferencesDialog::showPage(const QString& tag)
 
 void PreferencesDialog::accept()
 {
-    if (!m_applied || m_editedSinceApply)
-        applyAll();
+    applyPages();
+    if (!m_applied || !m_valuesReader || m_valuesReader() != m_appliedValues)
+        Q_EMIT applied();
     QDialog::accept();
 }
 

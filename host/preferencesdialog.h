@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDialog>
+#include <functional>
 #include <vector>
 
 class PreferencePageInterface;
@@ -12,7 +14,7 @@ class QTreeWidgetItem;
 // The studio's preferences dialog over a plug-in's page tree: the page titles on the left, the
 // page shown on the right. Apply takes the values of every page; OK applies and closes; Cancel
 // gives the pages' changes up; Defaults resets the page shown. The values taken are announced
-// once: OK after Apply announces them again only when the pages were edited in between.
+// once: OK after Apply announces them again only when they differ from those applied.
 class PreferencesDialog : public QDialog
 {
     Q_OBJECT
@@ -20,6 +22,10 @@ class PreferencesDialog : public QDialog
 public:
     // `root` (borrowed) is the first page of the tree; its siblings follow through next().
     PreferencesDialog(PreferencePageInterface* root, QWidget* parent);
+
+    // How to read the values the pages keep, as bytes to compare: OK after Apply announces them
+    // again only when they changed. Without it, OK always announces.
+    void setValuesReader(std::function<QByteArray()> reader) { m_valuesReader = std::move(reader); }
 
     void applyAll();
     void restoreDefaults();
@@ -38,10 +44,6 @@ Q_SIGNALS:
     // The pages took new values (Apply, or OK before accepted()).
     void applied();
 
-protected:
-    // Notes the user's edits in the pages.
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     struct Page
     {
@@ -49,11 +51,13 @@ private:
         QWidget* widget;
     };
     void addPages(PreferencePageInterface* root);
+    void applyPages();
 
     QTreeWidget* m_tree;
     QStackedWidget* m_stack;
     QDialogButtonBox* m_buttons;
     std::vector<Page> m_pages; // in tree order; the index is the stack's and the item's data
+    std::function<QByteArray()> m_valuesReader;
     bool m_applied = false;    // Apply was pressed
-    bool m_editedSinceApply = false;
+    QByteArray m_appliedValues; // as the reader gave them after Apply
 };

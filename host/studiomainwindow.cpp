@@ -513,6 +513,7 @@ PreferencesDialog* StudioMainWindow::showPreferences()
     }
     auto* dialog = new PreferencesDialog(plugin()->preferenceSettings(), this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setValuesReader([this] { return m_settings.producedValues(); });
     // Apply and OK both broadcast the new values to the plug-in's windows.
     plugin()->connectAccepted(dialog, SIGNAL(applied()));
     plugin()->connectRejected(dialog, SIGNAL(rejected()));

@@ -481,6 +481,16 @@ void QAResStore::replaceChild(std::unique_ptr<QARes> res)
     }
 }
 
+QByteArray QAResStore::producedValues() const
+{
+    QAResGroup values;
+    for (QAResProducer* producer : std::as_const(m_producers)) {
+        if (std::unique_ptr<QARes> res = producer->toResources(nullptr))
+            values.append(std::move(res));
+    }
+    return QAResFile::toXml(values, nullptr);
+}
+
 bool QAResStore::save(QString* error)
 {
     for (QAResProducer* producer : std::as_const(m_producers))

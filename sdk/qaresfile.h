@@ -65,6 +65,8 @@ public:
     // Asks every producer for its group, puts each in place of the root's first child of the same
     // name (dropping later children of that name) or appends it, and writes the file.
     bool save(QString* error);
+    // What the producers would save now, as a settings document: equal documents, equal values.
+    QByteArray producedValues() const;
     // The path of the copy of a broken file made by the last save(), or empty.
     const QString& brokenCopy() const { return m_brokenCopy; }
 

@@ -218,6 +218,18 @@ private Q_SLOTS:
         press(dialog, QDialogButtonBox::Cancel);
         QTRY_VERIFY(dialog.isNull());
         QCOMPARE(announced.size(), 4);
+
+        // Edits after Apply that come back to the values applied bring nothing new to announce.
+        dialog = openDialog();
+        QVERIFY(dialog);
+        QTest::keyClick(depth(), Qt::Key_Down);
+        press(dialog, QDialogButtonBox::Apply);
+        QCOMPARE(announced.size(), 5);
+        QTest::keyClick(depth(), Qt::Key_Up);
+        QTest::keyClick(depth(), Qt::Key_Down);
+        press(dialog, QDialogButtonBox::Ok);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(announced.size(), 5);
     }
 };
 

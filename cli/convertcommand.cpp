@@ -1,5 +1,6 @@
 #include "cli/convertcommand.h"
 
+#include "cli/exitstatus.h"
 #include "import/importcache.h"
 #include "import/resultimport.h"
 #include "sdk/qasafefile.h"
@@ -10,9 +11,6 @@
 #include <iostream>
 
 namespace {
-
-constexpr int exitUnreadable = 2;
-constexpr int exitUsage = 64;
 
 int convertUsage()
 {

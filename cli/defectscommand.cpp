@@ -1,15 +1,10 @@
 #include "cli/defectscommand.h"
 
+#include "cli/exitstatus.h"
 #include "host/defectstore.h"
 
 #include <QFileInfo>
 #include <iostream>
-
-namespace {
-
-constexpr int exitUnreadable = 2;
-
-} // namespace
 
 int defectsCommand(const QStringList& arguments, int (*usage)())
 {

@@ -2,6 +2,7 @@
 
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
+#include "cli/exitstatus.h"
 #include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -21,10 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr int exitFailedTests = 1;
-constexpr int exitUnreadable = 2;
-constexpr int exitUsage = 64;
 
 int usage()
 {

@@ -4,7 +4,7 @@
 
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/reportloader.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "folio/dhtmlwriter.h"
+#include "folio/export/dhtmlwriter.h"
 
 #include <QHash>
 #include <QList>

@@ -1,8 +1,8 @@
 #include "export/qareporterindexpage.h"
 
-#include "folio/ddocument.h"
-#include "folio/dhtmlwriter.h"
-#include "folio/ditems.h"
+#include "folio/model/ddocument.h"
+#include "folio/export/dhtmlwriter.h"
+#include "folio/model/ditems.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qareporternode.h"

@@ -2,9 +2,9 @@
 
 #include "filter/qareporterfilterwriter.h"
 #include "filter/qareporternodevalidator.h"
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
-#include "folio/dupdater.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/model/dupdater.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 

@@ -1,8 +1,8 @@
 #include "filter/qareporterfilterwriter.h"
 
 #include "filter/qareporternodevalidator.h"
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
 #include "model/qareporterdatatree.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "folio/diterator.h"
+#include "folio/model/diterator.h"
 #include "model/qtree.h"
 
 #include <QHash>

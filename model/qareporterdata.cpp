@@ -1,6 +1,6 @@
 #include "model/qareporterdata.h"
 
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdatatree.h"
 
 QAReporterData::QAReporterData() = default;

@@ -1,6 +1,6 @@
 #include "model/qareporternode.h"
 
-#include "folio/ditem.h"
+#include "folio/model/ditem.h"
 
 #include <ostream>
 

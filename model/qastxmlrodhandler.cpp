@@ -1,6 +1,6 @@
 #include "model/qastxmlrodhandler.h"
 
-#include "folio/damlattributes.h"
+#include "folio/reader/damlattributes.h"
 #include "model/qareporterdatatree.h"
 #include "sdk/studiointerface.h"
 

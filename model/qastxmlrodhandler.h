@@ -1,7 +1,7 @@
 #pragma once
 
-#include "folio/damlhandler.h"
-#include "folio/dstringpool.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/model/dstringpool.h"
 
 #include <QSet>
 #include <QStringList>

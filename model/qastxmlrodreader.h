@@ -1,6 +1,6 @@
 #pragma once
 
-#include "folio/damlreader.h"
+#include "folio/reader/damlreader.h"
 
 #include <QStringList>
 #include <memory>

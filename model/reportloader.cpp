@@ -1,6 +1,6 @@
 #include "model/reportloader.h"
 
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"

@@ -1,6 +1,6 @@
 #include "model/reversesearch.h"
 
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 

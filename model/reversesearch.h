@@ -1,6 +1,6 @@
 #pragma once
 
-#include "folio/ditem.h"
+#include "folio/model/ditem.h"
 
 #include <QHash>
 #include <QList>

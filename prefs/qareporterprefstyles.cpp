@@ -1,9 +1,9 @@
 #include "prefs/qareporterprefstyles.h"
 
-#include "folio/damlhandler.h"
-#include "folio/damlreader.h"
-#include "folio/dstyleserialize.h"
-#include "folio/dstyleview.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/reader/damlreader.h"
+#include "folio/styles/dstyleserialize.h"
+#include "folio/styles/dstyleview.h"
 #include "sdk/qares.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "folio/dstyle.h"
+#include "folio/styles/dstyle.h"
 #include "sdk/preferenceitem.h"
 
 #include <QMap>

@@ -2,7 +2,7 @@
 // crash, a hang or a leak. Built with -DCRC_FUZZ=ON under clang (libFuzzer):
 //   fuzz_reader -max_total_time=300 corpus/ examples/
 
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"

@@ -2,9 +2,9 @@
 // library, offscreen, and nothing but menus, toolbar buttons, keys, clicks on what is drawn and
 // the dialogs. One test per thing a user found broken.
 
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/view/dreportwidget.h"
 #include "host/outputdock.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"

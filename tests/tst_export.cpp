@@ -1,12 +1,12 @@
 // Export: the HTML writer and exporter, the report link writer, the reverse search, paths.
 
 #include "export/qareporterhtmlwriter.h"
-#include "folio/damlhandler.h"
-#include "folio/damlreader.h"
-#include "folio/ddocument.h"
-#include "folio/dexporthtml.h"
-#include "folio/dlink.h"
-#include "folio/dpagenames.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/reader/damlreader.h"
+#include "folio/model/ddocument.h"
+#include "folio/export/dexporthtml.h"
+#include "folio/model/dlink.h"
+#include "folio/export/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"

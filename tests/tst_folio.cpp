@@ -1,9 +1,9 @@
 // The document library core: items, links, copies, and the markup reader.
 
-#include "folio/damlhandler.h"
-#include "folio/damlreader.h"
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/reader/damlreader.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
 
 #include <QBuffer>
 #include <QTest>

@@ -2,8 +2,8 @@
 // commands following the tab shown, progress while a file is read, source files at a line, and
 // the preferences kept in the settings file across a restart.
 
-#include "folio/ditem.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ditem.h"
+#include "folio/view/dreportwidget.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"

@@ -1,8 +1,8 @@
 // The viewer's preferences: general settings, display styles, their pages and the settings
 // they keep.
 
-#include "folio/dstyleserialize.h"
-#include "folio/dstyleview.h"
+#include "folio/styles/dstyleserialize.h"
+#include "folio/styles/dstyleview.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"

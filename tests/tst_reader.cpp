@@ -1,6 +1,6 @@
 // The result file reader: result trees, section bounds, totals, progress and bad input.
 
-#include "folio/ddocument.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"

@@ -2,9 +2,9 @@
 
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
 #include "sdk/qadialogs.h"

@@ -2,9 +2,9 @@
 // the File menu or dropped on the window, named after the original files, their findings
 // linked to the source lines, and bad logs refused with the place of the fault.
 
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/view/dreportwidget.h"
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"

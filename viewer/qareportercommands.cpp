@@ -3,7 +3,7 @@
 #include "viewer/qareporterhost.h"
 
 #include "filter/qareporternodevalidator.h"
-#include "folio/dreportwidget.h"
+#include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"

@@ -2,7 +2,7 @@
 
 // What the viewer window's parts ask of the studio and the preferences they share.
 
-#include "folio/dstyle.h"
+#include "folio/styles/dstyle.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefstyles.h"
 #include "viewer/qareporter.h"

@@ -4,8 +4,8 @@
 
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
-#include "folio/ddocument.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ddocument.h"
+#include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/reportloader.h"

@@ -3,9 +3,9 @@
 #include "viewer/qareporterhost.h"
 
 #include "filter/qareporterfilter.h"
-#include "folio/ddocument.h"
-#include "folio/dlink.h"
-#include "folio/dreportwidget.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "model/qareporternode.h"
 #include "model/reversesearch.h"

@@ -1,0 +1,187 @@
+#include "folio/reader/damlreader.h"
+
+#include "folio/reader/damlattributes.h"
+#include "folio/reader/damlhandler.h"
+#include "xml/xmlencodings.h"
+
+#include <QIODevice>
+#include <expat.h>
+
+namespace {
+constexpr int chunkSize = 256 * 1024;
+constexpr std::size_t maxPooledText = 48;
+// A run of text longer than this is converted as it arrives, not kept twice until its end.
+constexpr std::size_t longTextStep = 1 << 20;
+
+bool isBlank(const std::string& text)
+{
+    for (char c : text) {
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\r')
+            return false;
+    }
+    return true;
+}
+
+bool isBlank(const QString& text)
+{
+    for (QChar c : text) {
+        if (c != QLatin1Char(' ') && c != QLatin1Char('\t') && c != QLatin1Char('\n') &&
+            c != QLatin1Char('\r'))
+            return false;
+    }
+    return true;
+}
+
+// The length of the part of `text` that ends with a whole UTF-8 sequence.
+std::size_t wholeCharacters(const std::string& text)
+{
+    std::size_t start = text.size();
+    while (start > 0 && (static_cast<unsigned char>(text[start - 1]) & 0xc0) == 0x80)
+        --start;
+    if (start == 0)
+        return text.size();
+    const unsigned char lead = static_cast<unsigned char>(text[start - 1]);
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
+    return text.size() - (start - 1) >= length ? text.size() : start - 1;
+}
+} // namespace
+
+// The expat callbacks; each forwards to the reader's handler and stops the parser on refusal.
+struct DAmlReader::Callbacks
+{
+    static void stop(DAmlReader* reader)
+    {
+        XML_Parser parser = static_cast<XML_Parser>(reader->m_parser);
+        reader->m_stopped = true;
+        reader->m_line = int(XML_GetCurrentLineNumber(parser));
+        reader->m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
+        XML_StopParser(parser, XML_FALSE);
+    }
+
+    static void start(void* data, const XML_Char* name, const XML_Char** attributes)
+    {
+        auto* reader = static_cast<DAmlReader*>(data);
+        if (reader->m_stopped)
+            return;
+        if (!reader->flushText() ||
+            !reader->m_handler->startElement(reader->m_names.get(name), DAmlAttributes(attributes)))
+            stop(reader);
+    }
+
+    static void end(void* data, const XML_Char* name)
+    {
+        auto* reader = static_cast<DAmlReader*>(data);
+        if (reader->m_stopped)
+            return;
+        if (!reader->flushText() || !reader->m_handler->endElement(reader->m_names.get(name)))
+            stop(reader);
+    }
+
+    static void text(void* data, const XML_Char* text, int length)
+    {
+        auto* reader = static_cast<DAmlReader*>(data);
+        reader->m_text.append(text, size_t(length));
+        if (reader->m_text.size() >= longTextStep) {
+            const std::size_t whole = wholeCharacters(reader->m_text);
+            reader->m_longText.append(QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
+            reader->m_text.erase(0, whole);
+        }
+    }
+};
+
+DAmlReader::DAmlReader(DAmlHandler* handler) : m_handler(handler) {}
+
+DAmlReader::~DAmlReader() = default;
+
+QString DAmlReader::textOf(const std::string& run)
+{
+    // Short runs repeat ("line ", "goto used at ", "Passed"): they are shared, not copied.
+    if (run.size() <= maxPooledText)
+        return m_texts.get(run);
+    return QString::fromUtf8(run.data(), qsizetype(run.size()));
+}
+
+bool DAmlReader::flushText()
+{
+    if (m_text.empty() && m_longText.isEmpty())
+        return true;
+    if (m_longText.isEmpty()) {
+        const bool accepted = isBlank(m_text) || m_handler->characters(textOf(m_text));
+        m_text.clear();
+        return accepted;
+    }
+    m_longText.append(QString::fromUtf8(m_text.data(), qsizetype(m_text.size())));
+    m_text.clear();
+    const QString run = std::move(m_longText);
+    m_longText = QString();
+    return isBlank(run) || m_handler->characters(run);
+}
+
+QString DAmlReader::errorString() const
+{
+    return m_handler ? m_handler->errorString() : QString();
+}
+
+bool DAmlReader::parse(QIODevice* input)
+{
+    m_stopped = false;
+    m_line = 0;
+    m_column = 0;
+    m_text.clear();
+    m_longText.clear();
+    if (!m_handler)
+        return false;
+    if (!input || !input->isReadable()) {
+        m_handler->fatalError(QStringLiteral("the input cannot be read"));
+        return false;
+    }
+    if (!m_handler->startDocument())
+        return false;
+
+    // The input's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    m_parser = parser;
+    m_unsupportedEncoding.clear();
+    XML_SetUserData(parser, this);
+    XML_SetUnknownEncodingHandler(parser, &decodeSingleByteEncoding, &m_unsupportedEncoding);
+    XML_SetElementHandler(parser, &Callbacks::start, &Callbacks::end);
+    XML_SetCharacterDataHandler(parser, &Callbacks::text);
+
+    bool ok = true;
+    for (bool last = false; ok && !last;) {
+        void* buffer = XML_GetBuffer(parser, chunkSize);
+        if (!buffer) {
+            m_handler->fatalError(QStringLiteral("out of memory"));
+            ok = false;
+            break;
+        }
+        const qint64 length = input->read(static_cast<char*>(buffer), chunkSize);
+        if (length < 0) {
+            m_handler->fatalError(QStringLiteral("read error: %1").arg(input->errorString()));
+            ok = false;
+            break;
+        }
+        last = length == 0;
+        if (XML_ParseBuffer(parser, int(length), last) != XML_STATUS_OK) {
+            ok = false;
+            if (!m_stopped) {
+                m_line = int(XML_GetCurrentLineNumber(parser));
+                m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
+                const XML_Error code = XML_GetErrorCode(parser);
+                m_handler->fatalError(
+                    code == XML_ERROR_UNKNOWN_ENCODING && !m_unsupportedEncoding.isNull()
+                        ? QStringLiteral("unsupported encoding \"%1\"").arg(m_unsupportedEncoding)
+                        : QString::fromUtf8(XML_ErrorString(code)));
+            }
+        }
+    }
+    if (ok) {
+        m_line = int(XML_GetCurrentLineNumber(parser));
+        m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
+    }
+    XML_ParserFree(parser);
+    m_parser = nullptr;
+    m_names.clear();
+    m_texts.clear();
+    return ok && m_handler->endDocument();
+}

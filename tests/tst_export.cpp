@@ -1,12 +1,13 @@
 // Export: the HTML writer and exporter, the report link writer, the reverse search, paths.
 
 #include "export/qareporterhtmlwriter.h"
+#include "folio/export/dexporthtml.h"
+#include "folio/export/dhtmlwriter.h"
+#include "folio/export/dpagenames.h"
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
-#include "folio/model/ddocument.h"
-#include "folio/export/dexporthtml.h"
-#include "folio/model/dlink.h"
-#include "folio/export/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
@@ -136,6 +137,7 @@ private slots:
     void hostileContentStaysText();
     void pageNamesStayInsideTheDirectory();
     void pageSettingsAndLayout();
+    void hugePageWaitsOnDisk();
     void imagesAreCopiedOrLogged();
     void cancelLeavesNoPage();
     void cellSpansCountColumns();
@@ -387,6 +389,47 @@ void TestExport::pageSettingsAndLayout()
           "<span id=\"here\"></span>", "<svg", "stroke=\"#ff0000\"", "</html>\n"}) {
         QVERIFY2(page.contains(QString::fromUtf8(expected)), expected);
     }
+}
+
+// A body larger than the writer keeps in memory goes to disk in parts and comes back whole:
+// the same bytes as a page written in one go, the way back to the summary inside the main block,
+// and no temporary file left beside the pages.
+void TestExport::hugePageWaitsOnDisk()
+{
+    DStylePtr bold(new DStyle(QStringLiteral("Strong")));
+    bold->setBold(true);
+    QByteArray paragraphs;
+    for (int i = 0; i < 300; ++i)
+        paragraphs +=
+            "<PARAGRAPH style='Strong'>line " + QByteArray::number(i) + " &amp; more</PARAGRAPH>";
+    auto record = readReport(report("<SECTION tag='s1'><TITLE>Big</TITLE>" + paragraphs +
+                                    "</SECTION><TABLE><ROW><CELLTEXT text='end'/></ROW></TABLE>"),
+                             {bold});
+    QVERIFY(record);
+    QTemporaryDir dir;
+    QByteArray pages[2];
+    for (int spilled = 0; spilled < 2; ++spilled) {
+        const QString out = dir.filePath(spilled ? "spilled" : "whole");
+        DHTMLWriter writer;
+        if (spilled)
+            writer.setSpillSize(64);
+        DExportHtml exporter(out, QString());
+        exporter.setHTMLWriter(&writer);
+        exporter.setIndexPage(QStringLiteral("index.html"));
+        exporter.setPagePreamble(QStringLiteral("doc.html"), "<p>preamble</p>\n");
+        QVERIFY(exporter.generate(record->document.get(), nullptr, nullptr));
+        QCOMPARE(QDir(out).entryList(QDir::Files | QDir::Hidden), QStringList{"doc.html"});
+        QFile file(out + "/doc.html");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        pages[spilled] = file.readAll();
+    }
+    QCOMPARE(pages[1], pages[0]);
+    const qsizetype nav = pages[1].indexOf("<nav class=\"back\"><a href=\"index.html\">");
+    QVERIFY(nav > pages[1].indexOf("<main"));
+    QVERIFY(nav < pages[1].indexOf("<section"));
+    QVERIFY(pages[1].contains("</nav>\n<p>preamble</p>\n"));
+    QVERIFY(pages[1].contains(".s-Strong { font-weight: bold; }"));
+    QCOMPARE(pages[1].count("line 299 &amp; more"), 1);
 }
 
 void TestExport::imagesAreCopiedOrLogged()

@@ -1,7 +1,7 @@
 #include "folio/export/dexporthtml.h"
 
-#include "folio/model/ddocument.h"
 #include "folio/export/dhtmlwriter.h"
+#include "folio/model/ddocument.h"
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaiprogressmonitor.h"
 #include "sdk/qasafefile.h"
@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
 #include <QTextStream>
 
 namespace {
@@ -55,8 +56,8 @@ nav.back { margin: 0 0 1em; font-size: 90%; }
 // "%2e%2e/x.css", which a browser reads as "../x.css").
 bool isLocalStyleSheet(const QString& css)
 {
-    if (css.isEmpty() || css.startsWith(u'/') || css.contains(u'\\') || css.contains(u':')
-        || css.contains(u'%'))
+    if (css.isEmpty() || css.startsWith(u'/') || css.contains(u'\\') || css.contains(u':') ||
+        css.contains(u'%'))
         return false;
     for (const QChar c : css) {
         if (c.category() == QChar::Other_Control || c == u'?' || c == u'#')
@@ -267,6 +268,29 @@ QString DExportHtml::copyImage(const QString& source, QAILogMonitor* monitor)
     return name;
 }
 
+namespace {
+
+// Appends what waited in `spill` (may be null) to `file`.
+bool copySpill(QTemporaryFile* spill, QASafeFile* file)
+{
+    if (!spill)
+        return true;
+    if (!spill->flush() || !spill->seek(0))
+        return false;
+    QByteArray block(1 << 20, Qt::Uninitialized);
+    for (;;) {
+        const qint64 length = spill->read(block.data(), block.size());
+        if (length < 0)
+            return false;
+        if (length == 0)
+            return true;
+        if (!file->write(block.constData(), length))
+            return false;
+    }
+}
+
+} // namespace
+
 QByteArray DExportHtml::pageHead(const QString& pageTitle) const
 {
     QByteArray head = "<!DOCTYPE html>\n<html lang=\"";
@@ -337,13 +361,6 @@ bool DExportHtml::generateAs(DDocument* document, const QString& fileName,
         progress->setProgress(0);
     }
 
-    writer->setImageResolver(
-        [this, monitor](const QString& source) { return copyImage(source, monitor); });
-    QByteArray body;
-    const bool written = writer->writeBody(document, &body, progress);
-    writer->setImageResolver(nullptr);
-    if (!written)
-        return false;
     // The preamble and the way back to the index go inside the page's main block.
     QByteArray top;
     if (!m_indexPage.isEmpty() && fileName != m_indexPage) {
@@ -354,10 +371,47 @@ bool DExportHtml::generateAs(DDocument* document, const QString& fileName,
         top += "</a></nav>\n";
     }
     top += m_preambles.value(fileName);
-    if (!top.isEmpty()) {
+    // Goes into the first part of the body, which opens the main block.
+    auto insertTop = [&top](QByteArray& body) {
+        if (top.isEmpty())
+            return;
         const qsizetype mainEnd = body.startsWith("<main") ? body.indexOf('>') : -1;
         body.insert(mainEnd < 0 ? 0 : mainEnd + 1, mainEnd < 0 ? top : '\n' + top);
+        top.clear();
+    };
+
+    // The head names the styles the body used, so a body too big to keep waits in a temporary
+    // file beside the page until the head can be written before it.
+    std::unique_ptr<QTemporaryFile> spill;
+    QString spillError;
+    const DHTMLWriter::BodySink toSpill = [&](QByteArray& part) {
+        insertTop(part);
+        if (!spill) {
+            spill = std::make_unique<QTemporaryFile>(
+                QDir(m_outputDir).filePath(QStringLiteral(".crc-export-XXXXXX")));
+            if (!spill->open()) {
+                spillError = tr("Cannot write %1: %2").arg(spill->fileName(), spill->errorString());
+                return false;
+            }
+        }
+        if (spill->write(part) != part.size()) {
+            spillError = tr("Cannot write %1: %2").arg(spill->fileName(), spill->errorString());
+            return false;
+        }
+        return true;
+    };
+
+    writer->setImageResolver(
+        [this, monitor](const QString& source) { return copyImage(source, monitor); });
+    QByteArray body;
+    const bool written = writer->writeBody(document, &body, progress, toSpill);
+    writer->setImageResolver(nullptr);
+    if (!written) {
+        if (writer->sinkFailed())
+            problem(monitor, spillError);
+        return false;
     }
+    insertTop(body);
     QString title = document->title().isEmpty() ? document->tag() : document->title();
     if (!m_title.isEmpty())
         title = title.isEmpty() ? m_title : title + QStringLiteral(" \u2013 ") + m_title;
@@ -365,12 +419,16 @@ bool DExportHtml::generateAs(DDocument* document, const QString& fileName,
     QASafeFile file(path);
     const QByteArray head = pageHead(title.isEmpty() ? fileName : title);
     const QByteArray tail = "</body>\n</html>\n";
-    if (!file.open() || !file.write(head) || !file.write(body) || !file.write(tail) ||
-        !file.commit()) {
-        problem(monitor, file.errorString());
+    const qint64 spilled = spill ? spill->size() : 0;
+    if (!file.open() || !file.write(head) || !copySpill(spill.get(), &file) || !file.write(body) ||
+        !file.write(tail) || !file.commit()) {
+        problem(monitor,
+                file.errorString().isEmpty()
+                    ? tr("Cannot read back %1: %2").arg(spill->fileName(), spill->errorString())
+                    : file.errorString());
         return false;
     }
-    m_bytesWritten += head.size() + body.size() + tail.size();
+    m_bytesWritten += head.size() + spilled + body.size() + tail.size();
     if (!m_inManifest.contains(fileName)) {
         m_inManifest.insert(fileName);
         m_manifest.append(fileName);

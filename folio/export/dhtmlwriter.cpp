@@ -173,9 +173,12 @@ const QByteArray& DHTMLWriter::classOf(const DStyle* style)
     return m_lastClass = *m_classes.insert(style, name.toLatin1());
 }
 
-bool DHTMLWriter::writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress)
+bool DHTMLWriter::writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress,
+                            const BodySink& sink)
 {
     m_progress = progress;
+    m_sink = sink ? &sink : nullptr;
+    m_sinkFailed = false;
     m_out = std::move(*out);
     m_classes.clear();
     m_classList.clear();
@@ -193,6 +196,7 @@ bool DHTMLWriter::writeBody(DDocument* document, QByteArray* out, QAIProgressMon
     m_canceled = false;
     doAll(document);
     *out = std::move(m_out);
+    m_sink = nullptr;
     m_progress = nullptr;
     m_document = nullptr;
     return !m_canceled;
@@ -283,6 +287,13 @@ void DHTMLWriter::doItem(DItem* item)
             m_canceled = true;
             return;
         }
+    }
+    if (m_sink && m_out.size() >= m_spillSize) {
+        if (!(*m_sink)(m_out)) {
+            m_sinkFailed = m_canceled = true;
+            return;
+        }
+        m_out.resize(0); // keeps the capacity for the next part
     }
     // The children of a list are its entries.
     const bool entry =

@@ -36,9 +36,19 @@ public:
     using ImageResolver = std::function<QString(const QString& source)>;
     void setImageResolver(ImageResolver resolver) { m_imageResolver = std::move(resolver); }
 
+    // Takes the body written so far, so that a huge page never sits whole in memory; it may
+    // change the bytes it is given. False stops the writing.
+    using BodySink = std::function<bool(QByteArray& chunk)>;
+
     // Appends the body content of `document` to `out`. `progress` hears how far the writing got
-    // and is asked every 1000 items whether to stop; false when stopped that way.
-    bool writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress);
+    // and is asked every 1000 items whether to stop; false when stopped that way. With a sink,
+    // the body goes to it whenever spillSize() bytes have gathered, and `out` receives the rest;
+    // false too when the sink refused a part (sinkFailed()).
+    bool writeBody(DDocument* document, QByteArray* out, QAIProgressMonitor* progress,
+                   const BodySink& sink = BodySink());
+    bool sinkFailed() const { return m_sinkFailed; }
+    qsizetype spillSize() const { return m_spillSize; }
+    void setSpillSize(qsizetype bytes) { m_spillSize = bytes; }
     // The styles the last writeBody() met, in order of first use, with their class names. A
     // class is made of the style's name, unique within one page.
     const QList<std::pair<const DStyle*, QString>>& styleClasses() const { return m_classList; }
@@ -113,4 +123,7 @@ private:
     int m_sectionDepth = 0;
     qint64 m_items = 0;
     bool m_canceled = false;
+    const BodySink* m_sink = nullptr;
+    qsizetype m_spillSize = 4 << 20;
+    bool m_sinkFailed = false;
 };

@@ -7,7 +7,11 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QEvent>
+#include <QTimer>
 #include <iostream>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -32,10 +36,39 @@ QString takePluginArgument(std::vector<char*>& arguments)
     return path;
 }
 
+// Prints the seconds since `clock` started when the watched widget is first painted, then ends
+// the event loop.
+class FirstPaint : public QObject
+{
+public:
+    explicit FirstPaint(const QElapsedTimer& clock) : m_clock(clock) {}
+
+    void report()
+    {
+        std::cout << m_clock.nsecsElapsed() / 1e9 << "\n" << std::flush;
+        QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(0); });
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            watched->removeEventFilter(this);
+            report();
+        }
+        return false;
+    }
+
+private:
+    const QElapsedTimer& m_clock;
+};
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    QElapsedTimer clock;
+    clock.start();
     std::vector<char*> arguments(argv, argv + argc);
     QString pluginPath = takePluginArgument(arguments);
     int count = int(arguments.size());
@@ -60,9 +93,14 @@ int main(int argc, char** argv)
         QStringLiteral("defects"),
         QStringLiteral("The defect store (default: %1).").arg(DefectStore::defaultPath()),
         QStringLiteral("FILE"));
+    const QCommandLineOption exitAfterOpenOption(
+        QStringLiteral("exit-after-open"),
+        QStringLiteral("Open the files given, print the seconds until the outline of the last one "
+                       "is shown, and exit (status 0, or 2 when a file could not be opened)."));
     parser.addOption(pluginOption);
     parser.addOption(settingsOption);
     parser.addOption(defectsOption);
+    parser.addOption(exitAfterOpenOption);
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Result files to open."),
                                  QStringLiteral("[FILE...]"));
     parser.process(app);
@@ -74,6 +112,15 @@ int main(int argc, char** argv)
     const QString settingsPath = parser.isSet(settingsOption)
                                      ? parser.value(settingsOption)
                                      : StudioMainWindow::defaultSettingsPath();
+
+    // A timed run must not wait for anyone: its messages are recorded and go to standard error.
+    const bool exitAfterOpen = parser.isSet(exitAfterOpenOption);
+    ScriptedDialogs* recorded = nullptr;
+    if (exitAfterOpen) {
+        auto dialogs = std::make_unique<ScriptedDialogs>();
+        recorded = dialogs.get();
+        QADialogs::install(std::move(dialogs));
+    }
 
     StudioMainWindow window(pluginPath, settingsPath);
     if (parser.isSet(defectsOption))
@@ -87,5 +134,20 @@ int main(int argc, char** argv)
     }
     window.show();
     window.openFiles(parser.positionalArguments());
+    if (!exitAfterOpen)
+        return app.exec();
+
+    for (const ScriptedDialogs::Asked& message : std::as_const(recorded->asked))
+        std::cerr << "crcstudio: " << message.text.toLocal8Bit().constData() << "\n";
+    QWidget* outline = window.currentOutline();
+    if (!recorded->asked.isEmpty() || !outline)
+        return 2;
+    // An outline dock the settings keep closed is never painted: the time is then that of the
+    // opening.
+    FirstPaint firstPaint(clock);
+    if (outline->isVisibleTo(&window))
+        outline->installEventFilter(&firstPaint);
+    else
+        firstPaint.report();
     return app.exec();
 }

@@ -23,6 +23,7 @@
 
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QDockWidget>
 #include <QLabel>
 #include <QLibraryInfo>
@@ -44,6 +45,7 @@
 #include <QToolButton>
 #include <QTreeWidget>
 #include <iostream>
+#include <tuple>
 
 namespace {
 
@@ -625,6 +627,44 @@ private Q_SLOTS:
                      quit.contains(QLatin1String("No space left")),
                  qPrintable(quit));
         QCOMPARE(readFile(settings), old);
+    }
+
+    // The real crcstudio with --exit-after-open, as the benchmarks run it: the seconds until the
+    // outline is shown on standard output and status 0; with a file it cannot read, the file
+    // named on standard error and status 2. Nothing waits for a person in either case.
+    void exitAfterOpenPrintsTheTimeAndEnds()
+    {
+        const QString timed = m_dir.filePath(QStringLiteral("timed"));
+        QVERIFY(QDir().mkpath(timed));
+        const QString broken = timed + QStringLiteral("/broken.crc");
+        QVERIFY(writeFile(broken, "<DOCUMENT><XROD><XROD:NODE name=\"a\""));
+        auto run = [&](const QStringList& files) {
+            QProcess studio;
+            studio.start(QStringLiteral(CRCSTUDIO_PATH),
+                         QStringList{QStringLiteral("--exit-after-open"), QStringLiteral("--settings"),
+                                     timed + QStringLiteral("/settings.xml"),
+                                     QStringLiteral("--defects"),
+                                     timed + QStringLiteral("/defects.sqlite")} +
+                             files);
+            const bool ended = studio.waitForFinished(60000);
+            if (!ended)
+                studio.kill();
+            return std::make_tuple(ended ? studio.exitCode() : -1,
+                                   QString::fromLocal8Bit(studio.readAllStandardOutput()),
+                                   QString::fromLocal8Bit(studio.readAllStandardError()));
+        };
+
+        const auto [status, out, err] =
+            run({example("rules-core.crc"), example("security-audit.crc")});
+        QVERIFY2(status == 0, qPrintable(err));
+        bool isNumber = false;
+        const double seconds = out.trimmed().toDouble(&isNumber);
+        QVERIFY2(isNumber && seconds > 0, qPrintable(out));
+
+        const auto [failedStatus, failedOut, failedErr] = run({example("rules-core.crc"), broken});
+        QCOMPARE(failedStatus, 2);
+        QVERIFY2(failedErr.contains(QLatin1String("broken.crc")), qPrintable(failedErr));
+        QVERIFY(failedOut.isEmpty());
     }
 };
 

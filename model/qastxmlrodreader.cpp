@@ -32,7 +32,12 @@ bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* st
                           QCoreApplication::translate("Reporter", "Analysing %1")
                               .arg(QFileInfo(file->fileName()).fileName()),
                           QCoreApplication::translate("Reporter", "Cancel"));
-    const bool accepted = DAmlReader::parse(source);
+    bool accepted = DAmlReader::parse(source);
+    // A cancel after the last check still counts: the user asked for nothing to change.
+    if (accepted && studio->progressCancelled()) {
+        m_handler->setCancelled();
+        accepted = false;
+    }
     studio->endProgress();
     return accepted;
 }

@@ -82,12 +82,13 @@ void ProgressPanel::start(int steps, const QString& label, const QString& cancel
 
 void ProgressPanel::setStep(int step)
 {
+    // Called once per element read: the bar moves, and the window repaints, only now and then.
+    if (m_sinceRepaint.isValid() && m_sinceRepaint.elapsed() < repaintInterval)
+        return;
     if (step >= m_bar->minimum() && step <= m_bar->maximum())
         m_bar->setValue(step);
-    if (!m_sinceRepaint.isValid() || m_sinceRepaint.elapsed() >= repaintInterval) {
-        QCoreApplication::processEvents();
-        m_sinceRepaint.restart();
-    }
+    QCoreApplication::processEvents();
+    m_sinceRepaint.restart();
 }
 
 void ProgressPanel::end()

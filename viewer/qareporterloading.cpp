@@ -137,10 +137,13 @@ void QAReporter::analyseData()
     if (m_dataAnalysed)
         return;
     // Filtering, the outline and the summary take a while on large reports: the studio says
-    // what happens meanwhile. This step cannot be cancelled.
+    // what happens meanwhile. These steps cannot be cancelled.
     StudioInterface* studio = hostStudio();
-    if (studio)
-        studio->startProgress(0, tr("Preparing the outline and the summary"), QString());
+    const auto phase = [studio](const QString& label) {
+        if (studio)
+            studio->startProgress(0, label, QString());
+    };
+    phase(tr("Filtering the results"));
     QString savedTag;
     // A reload keeps the place it started from; a mode or type change starts from here.
     const Place place = m_pendingPlace ? *m_pendingPlace : currentPlace();
@@ -160,8 +163,11 @@ void QAReporter::analyseData()
     for (const auto& record : m_dataList)
         records.append(record.get());
     m_filter->applyFilter(records);
+    phase(tr("Building the outline"));
     updateListView();
+    phase(tr("Writing the summary"));
     std::unique_ptr<DDocument> header = m_filter->doHeaderDoc(records, m_title, currentStyles());
+    phase(tr("Laying out the documents"));
     header->setTag(QStringLiteral("index"));
     updateView(m_filter->filtered(), std::move(header));
     if (m_headerShown)

@@ -190,10 +190,12 @@ private Q_SLOTS:
     void findDialogSearch(const QRegularExpression& expression);
 
 private:
-    // Reads `files` (each once) into `read`, with the files that could not be read and why in
-    // `failed` and `reasons`. False when the user cancelled: all three are then empty.
-    bool readFiles(const QStringList& files, std::vector<std::unique_ptr<QAReporterData>>* read,
-                   QStringList* failed, QStringList* reasons) const;
+    // Reads `files` (each once, and with `skipShown` none shown already) into `read`, with the
+    // files that could not be read and why in `failed` and `reasons`. False when the user
+    // cancelled: all three are then empty.
+    bool readFiles(const QStringList& files, bool skipShown,
+                   std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
+                   QStringList* reasons) const;
     // Shows the records just read, after telling which files could not be read.
     void showRead(std::vector<std::unique_ptr<QAReporterData>> read, const QStringList& failed,
                   const QStringList& reasons);

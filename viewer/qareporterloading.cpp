@@ -34,7 +34,7 @@ void tellCancelled(StudioInterface* studio)
 
 } // namespace
 
-bool QAReporter::readFiles(const QStringList& files,
+bool QAReporter::readFiles(const QStringList& files, bool skipShown,
                            std::vector<std::unique_ptr<QAReporterData>>* read,
                            QStringList* failed, QStringList* reasons) const
 {
@@ -44,7 +44,7 @@ bool QAReporter::readFiles(const QStringList& files,
     QHash<QString, DDocument*> documentByTag;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString& path = files.at(i);
-        if (seen.contains(path))
+        if (seen.contains(path) || (skipShown && contain(path)))
             continue;
         seen.insert(path);
         ReportLoadError error;
@@ -84,7 +84,7 @@ void QAReporter::analyse(const QStringList& files)
     std::vector<std::unique_ptr<QAReporterData>> read;
     QStringList failed;
     QStringList reasons;
-    m_loadCancelled = !readFiles(files, &read, &failed, &reasons);
+    m_loadCancelled = !readFiles(files, true, &read, &failed, &reasons);
     if (m_loadCancelled) {
         m_pendingPlace.reset();
         tellCancelled(hostStudio());
@@ -277,7 +277,7 @@ void QAReporter::refreshContents()
     std::vector<std::unique_ptr<QAReporterData>> read;
     QStringList failed;
     QStringList reasons;
-    m_loadCancelled = !readFiles(m_fileList, &read, &failed, &reasons);
+    m_loadCancelled = !readFiles(m_fileList, false, &read, &failed, &reasons);
     if (m_loadCancelled) {
         tellCancelled(hostStudio());
         return;

@@ -109,6 +109,7 @@ void ProgressPanel::cancel()
     m_cancelled = true;
     m_cancel->setEnabled(false);
     m_label->setText(tr("Cancelling..."));
+    m_label->repaint(); // the operation may not let the window repaint again before it ends
 }
 
 bool ProgressPanel::eventFilter(QObject* watched, QEvent* event)

@@ -1,5 +1,6 @@
 #include "model/qastxmlrodreader.h"
 
+#include "folio/model/ddocument.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
 #include "sdk/studiointerface.h"
@@ -37,6 +38,13 @@ bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* st
     if (accepted && studio->progressCancelled()) {
         m_handler->setCancelled();
         accepted = false;
+    }
+    // What was read of a large file takes a while to free: it goes while the display still
+    // says that the reading is being cancelled.
+    if (m_handler->cancelled()) {
+        m_handler->takeDataTree();
+        m_handler->takeTypeTree();
+        m_handler->takeDocument();
     }
     studio->endProgress();
     return accepted;

@@ -2,12 +2,16 @@
 // or closing the window) stops the reading and leaves the window as it was, and nothing else the
 // user does meanwhile reaches the viewer. Driven through the real window and plug-in.
 
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
+#include "folio/view/dreportwidget.h"
 #include "host/progresspanel.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerwindow.h"
 #include "tests/studiotestkit.h"
 #include "tests/testkit.h"
+#include "viewer/qareporter.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -40,6 +44,30 @@ QByteArray resultFile(int count, const char* prefix)
     }
     markup += "</DOCUMENT></XROD>\n";
     return markup;
+}
+
+// A click on the first link to `target` drawn in the view, where it is drawn.
+bool clickLink(DFolioView* view, const QString& target)
+{
+    for (DDocument* document : view->documents()) {
+        QList<DItem*> pending{document};
+        while (!pending.isEmpty()) {
+            for (DItem* item = pending.takeLast(); item; item = item->next()) {
+                auto* link = dcast<DLink>(item);
+                const QRect drawn = link && link->target() == target ? view->itemRect(link)
+                                                                     : QRect();
+                if (!drawn.isEmpty() && drawn.top() >= 0) {
+                    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                                      QPoint(drawn.left() + 3,
+                                             drawn.top() + qMin(drawn.height() / 2, 6)));
+                    return true;
+                }
+                if (DItemContainer* container = item->asContainer())
+                    pending.append(container->firstChild());
+            }
+        }
+    }
+    return false;
 }
 
 // Large enough that its reading lasts through several repaints of the progress display.
@@ -241,6 +269,46 @@ private Q_SLOTS:
         QVERIFY(m_studio->isVisible());
         QCOMPARE(seen(), before);
         QCOMPARE(warnings(), 0);
+    }
+
+    // A link to a large result file, cancelled while it is read: the report with the link stays
+    // shown, and there is no way Back to it since it was never left. Followed again without a
+    // cancel, the link shows the file, and Back returns.
+    void cancelledLinkStaysOnTheReport()
+    {
+        const QByteArray linking = "<XROD><DOCUMENT tag='start'><XROD:NODE name='n' type='Rule' "
+                                   "state='ok'><SECTION><PARAGRAPH><LINK target='xrdlink://"
+                                   "large.crc'>large</LINK> <LINK target='xrdlink://small.crc'>"
+                                   "small</LINK></PARAGRAPH></SECTION></XROD:NODE></DOCUMENT>"
+                                   "</XROD>";
+        QVERIFY(writeFile(path("linking.crc"), linking));
+        openThroughTheMenu(path("linking.crc"));
+        auto* reporter = qobject_cast<QAReporter*>(m_studio->activeViewer());
+        QVERIFY(reporter);
+        DReportWidget* view = reporter->documentView();
+        const Seen before = seen();
+        QAction* back = m_studio->commandAction(StudioMainWindow::Back);
+        QVERIFY(!back->isEnabled());
+
+        bool clicked = false;
+        QVERIFY(whileReading(
+            [&] { clicked = clickLink(view, QStringLiteral("xrdlink://large.crc")); },
+            [&] { clickCancel(); }));
+        QVERIFY(clicked);
+        QCOMPARE(seen(), before);
+        QCOMPARE(reporter->fileList(), QStringList(path("linking.crc")));
+        QCOMPARE(view->documents().front()->tag(), QStringLiteral("start"));
+        m_studio->updateCommands();
+        QVERIFY(!back->isEnabled());
+        QCOMPARE(warnings(), 0);
+
+        QVERIFY(clickLink(view, QStringLiteral("xrdlink://small.crc")));
+        QCOMPARE(reporter->fileList(), QStringList(path("small.crc")));
+        m_studio->updateCommands();
+        QVERIFY(back->isEnabled());
+        back->trigger();
+        QCOMPARE(reporter->fileList(), QStringList(path("linking.crc")));
+        QCOMPARE(view->documents().front()->tag(), QStringLiteral("start"));
     }
 
     // Reload (F5) of a file that grew large, cancelled: the contents read before stay shown;

@@ -40,8 +40,8 @@
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 #include <QTextBlock>
+#include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <iostream>
@@ -377,11 +377,11 @@ private Q_SLOTS:
         }
         QCOMPARE(last, steps);
         // Then the outline and the summary are prepared, which the label says.
-        QCOMPARE(labels, QStringList({QStringLiteral("Analysing big.crc"),
-                                      QStringLiteral("Filtering the results"),
-                                      QStringLiteral("Building the outline"),
-                                      QStringLiteral("Writing the summary"),
-                                      QStringLiteral("Laying out the documents")}));
+        QCOMPARE(labels,
+                 QStringList(
+                     {QStringLiteral("Analysing big.crc"), QStringLiteral("Filtering the results"),
+                      QStringLiteral("Building the outline"), QStringLiteral("Writing the summary"),
+                      QStringLiteral("Laying out the documents")}));
         QVERIFY(!panel->cancelButton()->text().isEmpty());
         QVERIFY(!panel->isVisible());
     }

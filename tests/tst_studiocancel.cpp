@@ -54,12 +54,12 @@ bool clickLink(DFolioView* view, const QString& target)
         while (!pending.isEmpty()) {
             for (DItem* item = pending.takeLast(); item; item = item->next()) {
                 auto* link = dcast<DLink>(item);
-                const QRect drawn = link && link->target() == target ? view->itemRect(link)
-                                                                     : QRect();
+                const QRect drawn =
+                    link && link->target() == target ? view->itemRect(link) : QRect();
                 if (!drawn.isEmpty() && drawn.top() >= 0) {
-                    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
-                                      QPoint(drawn.left() + 3,
-                                             drawn.top() + qMin(drawn.height() / 2, 6)));
+                    QTest::mouseClick(
+                        view->viewport(), Qt::LeftButton, {},
+                        QPoint(drawn.left() + 3, drawn.top() + qMin(drawn.height() / 2, 6)));
                     return true;
                 }
                 if (DItemContainer* container = item->asContainer())
@@ -210,9 +210,9 @@ private Q_SLOTS:
     }
 
     // Cancel clicked while a large file is read: no tab, no warning, no recent entry, the tab
-    // shown before untouched, and the next open works. Menus and shortcuts clicked meanwhile
-    // do nothing: a click on the File menu opens no menu, the key of File > Close closes no tab, F5 reloads
-    // nothing.
+    // shown before untouched, and the next open works. Menus and shortcuts used meanwhile do
+    // nothing: a click on the File menu opens no menu, the key of File > Close closes no tab,
+    // F5 reloads nothing.
     void cancelLeavesTheWindowAsItWas()
     {
         openThroughTheMenu(path("small.crc"));
@@ -221,13 +221,12 @@ private Q_SLOTS:
         QCOMPARE(before.outline.size(), 4);
         QVERIFY(!progress()->cancelButton()->isEnabled());
 
-        QAction* fileMenu = m_studio->menuBar()->actions().first();
+        QMenuBar* bar = m_studio->menuBar();
+        const QPoint fileMenu = bar->actionGeometry(bar->actions().first()).center();
         bool menuOpened = true;
         const bool acted = whileReading([&] { openThroughTheMenu(m_large); },
                                         [&] {
-                                            QTest::mouseClick(
-                                                m_studio->menuBar(), Qt::LeftButton, {},
-                                                m_studio->menuBar()->actionGeometry(fileMenu).center());
+                                            QTest::mouseClick(bar, Qt::LeftButton, {}, fileMenu);
                                             menuOpened = QApplication::activePopupWidget();
                                             QTest::keySequence(m_studio.get(), closeKey());
                                             QTest::keyClick(m_studio.get(), Qt::Key_F5);
@@ -291,9 +290,9 @@ private Q_SLOTS:
         QVERIFY(!back->isEnabled());
 
         bool clicked = false;
-        QVERIFY(whileReading(
-            [&] { clicked = clickLink(view, QStringLiteral("xrdlink://large.crc")); },
-            [&] { clickCancel(); }));
+        QVERIFY(
+            whileReading([&] { clicked = clickLink(view, QStringLiteral("xrdlink://large.crc")); },
+                         [&] { clickCancel(); }));
         QVERIFY(clicked);
         QCOMPARE(seen(), before);
         QCOMPARE(reporter->fileList(), QStringList(path("linking.crc")));
@@ -331,8 +330,7 @@ private Q_SLOTS:
         QVERIFY(writeFile(file, resultFile(2, "third")));
         QTest::keyClick(m_studio.get(), Qt::Key_F5);
         QCOMPARE(seen().outline, QStringList({QStringLiteral("growing.crc"),
-                                              QStringLiteral("third0"),
-                                              QStringLiteral("third1")}));
+                                              QStringLiteral("third0"), QStringLiteral("third1")}));
     }
 };
 

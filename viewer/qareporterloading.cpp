@@ -35,8 +35,8 @@ void tellCancelled(StudioInterface* studio)
 } // namespace
 
 bool QAReporter::readFiles(const QStringList& files, bool skipShown,
-                           std::vector<std::unique_ptr<QAReporterData>>* read,
-                           QStringList* failed, QStringList* reasons) const
+                           std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
+                           QStringList* reasons) const
 {
     StudioInterface* studio = hostStudio();
     const DStyleList styles = currentStyles();

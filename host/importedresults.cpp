@@ -46,8 +46,9 @@ QStringList importedAsResultFiles(const QStringList& files, QWidget* parent,
             if (!studio)
                 return;
             if (!started)
-                studio->startProgress(
-                    ImportSteps, tr("Converting %1").arg(QFileInfo(file).fileName()), tr("Cancel"));
+                studio->startProgress(ImportSteps,
+                                      tr("Converting %1").arg(QFileInfo(file).fileName()),
+                                      QString()); // a conversion runs to its end
             started = true;
             studio->setProgress(permille);
         };

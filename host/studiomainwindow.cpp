@@ -279,8 +279,10 @@ QAStViewerWindow* StudioMainWindow::openFiles(const QStringList& requested)
             statusBar()->showMessage(tr("Opened %1").arg(m_tabs->tabText(m_tabs->indexOf(viewer))),
                                      5000);
         } else {
+            // A cancelled reading leaves the window as it was; the viewer said so.
+            if (!viewerFlag(viewer, "loadCancelled"))
+                statusBar()->showMessage(tr("Nothing could be opened"), 5000);
             delete viewer;
-            statusBar()->showMessage(tr("Nothing could be opened"), 5000);
         }
     }
     if (shown)
@@ -674,6 +676,11 @@ void StudioMainWindow::setProgress(int step)
 void StudioMainWindow::endProgress()
 {
     m_progress->end();
+}
+
+bool StudioMainWindow::progressCancelled() const
+{
+    return m_progress->isRunning() && m_progress->cancelled();
 }
 
 void StudioMainWindow::openLocation(const QString& location, int kind, bool activate)

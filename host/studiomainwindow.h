@@ -122,6 +122,7 @@ public:
     void startProgress(int steps, const QString& label, const QString& cancelText) override;
     void setProgress(int step) override;
     void endProgress() override;
+    bool progressCancelled() const override;
     void openLocation(const QString& location, int kind, bool activate) override;
     TrackwellInterface* trackwellInterface() const override;
 

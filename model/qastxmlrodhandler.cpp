@@ -51,6 +51,8 @@ void QAstXmlRodHandler::setProgressTarget(QFile* file, StudioInterface* studio)
 
 bool QAstXmlRodHandler::startDocument()
 {
+    m_cancelled = false;
+    m_tagsSinceCancelCheck = 0;
     m_pending.clear();
     m_types.clear();
     m_knownTypes.clear();
@@ -60,18 +62,34 @@ bool QAstXmlRodHandler::startDocument()
     return DAmlHandler::startDocument();
 }
 
-void QAstXmlRodHandler::reportProgress()
+bool QAstXmlRodHandler::reportProgress()
 {
+    // The studio is asked whether the user cancelled once every so many tags, which costs
+    // nothing next to reading them.
+    constexpr int tagsPerCancelCheck = 1024;
     if (progressStep < progressSteps)
         m_studio->setProgress(progressStep++);
     else
         m_studio->setProgress(progressSteps - 1);
+    if (++m_tagsSinceCancelCheck < tagsPerCancelCheck)
+        return true;
+    m_tagsSinceCancelCheck = 0;
+    if (!m_studio->progressCancelled())
+        return true;
+    setCancelled();
+    return false;
+}
+
+void QAstXmlRodHandler::setCancelled()
+{
+    m_cancelled = true;
+    setErrorString(message("cancelled"));
 }
 
 bool QAstXmlRodHandler::startElement(const QString& qName, const DAmlAttributes& attributes)
 {
-    if (m_studio && m_file)
-        reportProgress();
+    if (m_studio && m_file && !reportProgress())
+        return false;
     switch (findType(qName)) {
     case XrodElement:
         return startResultTree();

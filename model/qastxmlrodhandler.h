@@ -48,6 +48,10 @@ public:
     static int progressStep;
     static int progressSteps;
 
+    // Whether the reading stopped because the user cancelled it.
+    bool cancelled() const { return m_cancelled; }
+    void setCancelled();
+
     QAReporterDataTree* dataTree() const { return m_dataTree.get(); }
     std::unique_ptr<QAReporterDataTree> takeDataTree();
     QTree<QString>* typeTree() const { return m_typeTree.get(); }
@@ -58,7 +62,8 @@ public:
     int inconclusive() const;
 
 private:
-    void reportProgress();
+    // Shows the progress; false when the user cancelled the reading.
+    bool reportProgress();
     bool startResultTree();
     bool startNode(const DAmlAttributes& attributes);
     bool endNode();
@@ -77,6 +82,8 @@ private:
     // Names, types and states repeat across nodes: each distinct text is stored once.
     DStringPool m_texts;
     int m_nodeCounter = 0;
+    int m_tagsSinceCancelCheck = 0;
+    bool m_cancelled = false;
     qint64 m_passed = 0;
     qint64 m_failed = 0;
     qint64 m_inconclusive = -1;

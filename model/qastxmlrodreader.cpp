@@ -1,5 +1,6 @@
 #include "model/qastxmlrodreader.h"
 
+#include "folio/model/ddocument.h"
 #include "model/qareporterdatatree.h"
 #include "model/qastxmlrodhandler.h"
 #include "sdk/studiointerface.h"
@@ -32,7 +33,19 @@ bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* st
                           QCoreApplication::translate("Reporter", "Analysing %1")
                               .arg(QFileInfo(file->fileName()).fileName()),
                           QCoreApplication::translate("Reporter", "Cancel"));
-    const bool accepted = DAmlReader::parse(source);
+    bool accepted = DAmlReader::parse(source);
+    // A cancel after the last check still counts: the user asked for nothing to change.
+    if (accepted && studio->progressCancelled()) {
+        m_handler->setCancelled();
+        accepted = false;
+    }
+    // What was read of a large file takes a while to free: it goes while the display still
+    // says that the reading is being cancelled.
+    if (m_handler->cancelled()) {
+        m_handler->takeDataTree();
+        m_handler->takeTypeTree();
+        m_handler->takeDocument();
+    }
     studio->endProgress();
     return accepted;
 }

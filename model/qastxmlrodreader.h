@@ -21,7 +21,8 @@ public:
 
     QAstXmlRodHandler* handler() const { return m_handler.get(); }
 
-    // Reads `source`. With both `file` and `studio`, the studio shows the progress meanwhile.
+    // Reads `source`. With both `file` and `studio`, the studio shows the progress meanwhile, and
+    // a cancel there stops the reading as a failure (see QAstXmlRodHandler::cancelled()).
     bool parse(QIODevice* source, QFile* file, StudioInterface* studio);
 
     QAReporterDataTree* dataTree() const;

@@ -26,7 +26,7 @@ std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList
         QString message = reader.errorString();
         if (message.endsWith(QLatin1Char('\n')))
             message.chop(1);
-        *error = {message, reader.lineNumber(), reader.columnNumber()};
+        *error = {message, reader.lineNumber(), reader.columnNumber(), handler->cancelled()};
         return nullptr;
     }
     auto record = std::make_unique<QAReporterData>();

@@ -9,15 +9,18 @@ class QAReporterData;
 class StudioInterface;
 
 // Where and why reading a file failed. `line` and `column` are 0 when the file could not be
-// opened at all; `message` ends without a line feed.
+// opened at all; `message` ends without a line feed. `cancelled` is set when the user stopped
+// the reading: nothing is wrong with the file.
 struct ReportLoadError
 {
     QString message;
     int line = 0;
     int column = 0;
+    bool cancelled = false;
 };
 
 // Reads the result file at `path` into a new record, its document items styled from `styles`.
-// With a studio, the studio shows the progress. On failure returns null and fills `error`.
+// With a studio, the studio shows the progress and the user may cancel the reading. On failure
+// or a cancel returns null and fills `error`.
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
                                            StudioInterface* studio, ReportLoadError* error);

@@ -42,10 +42,14 @@ public:
     // Where long operations report what they did; null without one.
     virtual QAILogMonitor* logMonitor() const = 0;
 
-    // Shows a progress display with `steps` steps, a label and a cancel button text.
+    // Shows a progress display with `steps` steps (0: busy, no steps), a label and the text of
+    // its cancel button; an empty text when the operation cannot be cancelled.
     virtual void startProgress(int steps, const QString& label, const QString& cancelText) = 0;
     virtual void setProgress(int step) = 0;
     virtual void endProgress() = 0;
+    // True once the user asked to cancel the operation the progress display shows; the
+    // operation then stops at its next check. False for studios that offer no cancel.
+    virtual bool progressCancelled() const { return false; }
 
     // Opens a location given as text, such as "src/main.c line 42" (kind 3: a source file at a
     // line), and brings it to the front when `activate` is set.

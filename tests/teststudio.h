@@ -34,6 +34,11 @@ public:
     }
     void setProgress(int step) override { progressSteps.append(step); }
     void endProgress() override { progressCalls.append(QStringLiteral("end")); }
+    // The user cancels once `cancelAfterSteps` steps were reported; never when negative.
+    bool progressCancelled() const override
+    {
+        return cancelAfterSteps >= 0 && progressSteps.size() >= cancelAfterSteps;
+    }
     void openLocation(const QString& location, int kind, bool activate) override
     {
         locations.append(QStringLiteral("%1 %2 %3").arg(location).arg(kind).arg(activate));
@@ -50,6 +55,7 @@ public:
     QList<QAResProducer*> producers;
     QStringList progressCalls;
     QList<int> progressSteps;
+    int cancelAfterSteps = -1;
     QStringList locations;
     TrackwellInterface* tracker = nullptr;
 };

@@ -317,6 +317,51 @@ private Q_SLOTS:
         QVERIFY(quiet.parse(&small, &small, nullptr));
     }
 
+    // A cancel in the studio stops the reading soon after, as a failure that says "cancelled"
+    // and gives no record; a cancel after the last look still counts; without one, nothing is
+    // marked cancelled.
+    void cancelStopsTheReadingWithoutARecord()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("long.crc"));
+        QByteArray nodes;
+        for (int i = 0; i < 5000; ++i)
+            nodes += "<XROD:NODE name='n' type='t' state='ko' sum='1'><PARAGRAPH>x</PARAGRAPH>"
+                     "</XROD:NODE>";
+        QFile out(path);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write(wrap(nodes));
+        out.close();
+
+        TestStudio studio;
+        studio.cancelAfterSteps = 2000;
+        ReportLoadError error;
+        QVERIFY(!loadReport(path, {}, &studio, &error));
+        QVERIFY(error.cancelled);
+        QCOMPARE(error.message, QStringLiteral("cancelled"));
+        QVERIFY(studio.progressSteps.size() >= 2000);
+        QVERIFY(studio.progressSteps.size() <= 2000 + 1024); // not read to its end
+        QCOMPARE(studio.progressCalls.last(), QStringLiteral("end"));
+
+        const QString small = dir.filePath(QStringLiteral("small.crc"));
+        QFile smallOut(small);
+        QVERIFY(smallOut.open(QIODevice::WriteOnly));
+        smallOut.write(wrap("<XROD:NODE name='n' type='t' state='ok' sum='1'/>"));
+        smallOut.close();
+        TestStudio late;
+        late.cancelAfterSteps = 0;
+        error = {};
+        QVERIFY(!loadReport(small, {}, &late, &error));
+        QVERIFY(error.cancelled);
+
+        TestStudio patient;
+        error = {};
+        QVERIFY(loadReport(path, {}, &patient, &error));
+        QVERIFY(!error.cancelled);
+        QVERIFY(!loadReport(dir.filePath(QStringLiteral("none.crc")), {}, &patient, &error));
+        QVERIFY(!error.cancelled);
+    }
+
     void loaderFillsARecordOrSaysWhereItFailed()
     {
         QTemporaryDir dir;

@@ -41,6 +41,9 @@ class QAReporter : public QAStViewerWindow
     Q_PROPERTY(QStringList fileList READ fileList)
     Q_PROPERTY(bool canGoBack READ canGoBack)
     Q_PROPERTY(bool canGoForward READ canGoForward)
+    // Whether the user cancelled the last reading of the files; the window then shows what it
+    // showed before.
+    Q_PROPERTY(bool loadCancelled READ loadCancelled)
 
 public:
     // Where the user is: the files shown, the selected outline entry by its path of names, and
@@ -65,7 +68,9 @@ public:
 
     // Loading and analysis.
     void setFiles(QStringList* files, QStringList* other, ViewerMode mode) override;
+    // Reads and shows `files`; nothing changes when the user cancels the reading.
     void analyse(const QStringList& files);
+    bool loadCancelled() const { return m_loadCancelled; }
     void analyseData();
     void refreshContents() override;
     void updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
@@ -185,6 +190,15 @@ private Q_SLOTS:
     void findDialogSearch(const QRegularExpression& expression);
 
 private:
+    // Reads `files` (each once, and with `skipShown` none shown already) into `read`, with the
+    // files that could not be read and why in `failed` and `reasons`. False when the user
+    // cancelled: all three are then empty.
+    bool readFiles(const QStringList& files, bool skipShown,
+                   std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
+                   QStringList* reasons) const;
+    // Shows the records just read, after telling which files could not be read.
+    void showRead(std::vector<std::unique_ptr<QAReporterData>> read, const QStringList& failed,
+                  const QStringList& reasons);
     void setupToolBar(bool on);
     bool exportHTMLsubFile(const QString& dir, const QStringList& files,
                            QAReporterHTMLWriter* writer, DExportHtml* exporter,
@@ -198,10 +212,10 @@ private:
     QTreeWidgetItem* currentEntry() const;
     void showHeaderDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
-    void rememberPlace();
+    void rememberPlace(const Place& place);
     // The directory of the shown report whose document holds `item`; empty when none does.
     QString reportDirectoryOf(const DItem* item) const;
-    void showPlace(const Place& place);
+    bool showPlace(const Place& place);
     void restorePlace(const Place& place);
 
     static QAReporterPref* s_preference;
@@ -210,6 +224,7 @@ private:
     static int s_reporterCount;
 
     bool m_dataAnalysed = false;
+    bool m_loadCancelled = false;
     QStringList m_fileList;
     bool m_mainWindowGone = false;
     QDockWidget* m_headerDock;

@@ -18,36 +18,54 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QMainWindow>
+#include <QSet>
+#include <QStatusBar>
+#include <utility>
 
-void QAReporter::analyse(const QStringList& files)
+namespace {
+
+// A cancelled reading changes nothing; the status bar says that it stopped.
+void tellCancelled(StudioInterface* studio)
+{
+    if (auto* window = qobject_cast<QMainWindow*>(studio ? studio->mainWindow() : nullptr))
+        window->statusBar()->showMessage(QAReporter::tr("Opening cancelled"), 5000);
+}
+
+} // namespace
+
+bool QAReporter::readFiles(const QStringList& files, bool skipShown,
+                           std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
+                           QStringList* reasons) const
 {
     StudioInterface* studio = hostStudio();
     const DStyleList styles = currentStyles();
-    QStringList failed;
-    QStringList reasons;
-    // The types are those of the files read now, all shown, as the menu will list them.
-    m_typeNames.clear();
-    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
-    m_typeVisibility.clear();
-    m_typeVisibilityInitialised = false;
+    QSet<QString> seen;
     QHash<QString, DDocument*> documentByTag;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString& path = files.at(i);
-        if (contain(path))
+        if (seen.contains(path) || (skipShown && contain(path)))
             continue;
+        seen.insert(path);
         ReportLoadError error;
         std::unique_ptr<QAReporterData> record =
             QFileInfo::exists(path) ? loadReport(path, styles, studio, &error) : nullptr;
+        if (error.cancelled) {
+            read->clear();
+            failed->clear();
+            reasons->clear();
+            return false;
+        }
         if (!record) {
-            failed.append(path);
-            reasons.append(error.line > 0 ? QStringLiteral("%1:%2:%3: %4")
-                                                .arg(path)
-                                                .arg(error.line)
-                                                .arg(error.column)
-                                                .arg(error.message)
-                                          : QStringLiteral("%1: %2").arg(
-                                                path, error.message.isEmpty() ? tr("no such file")
-                                                                              : error.message));
+            failed->append(path);
+            reasons->append(error.line > 0 ? QStringLiteral("%1:%2:%3: %4")
+                                                 .arg(path)
+                                                 .arg(error.line)
+                                                 .arg(error.column)
+                                                 .arg(error.message)
+                                           : QStringLiteral("%1: %2").arg(
+                                                 path, error.message.isEmpty() ? tr("no such file")
+                                                                               : error.message));
             continue;
         }
         if (DDocument* document = record->document.get()) {
@@ -56,8 +74,36 @@ void QAReporter::analyse(const QStringList& files)
             else
                 documentByTag.insert(document->tag(), document);
         }
-        m_dataList.push_back(std::move(record));
+        read->push_back(std::move(record));
     }
+    return true;
+}
+
+void QAReporter::analyse(const QStringList& files)
+{
+    std::vector<std::unique_ptr<QAReporterData>> read;
+    QStringList failed;
+    QStringList reasons;
+    m_loadCancelled = !readFiles(files, true, &read, &failed, &reasons);
+    if (m_loadCancelled) {
+        m_pendingPlace.reset();
+        tellCancelled(hostStudio());
+        return;
+    }
+    showRead(std::move(read), failed, reasons);
+}
+
+void QAReporter::showRead(std::vector<std::unique_ptr<QAReporterData>> read,
+                          const QStringList& failed, const QStringList& reasons)
+{
+    StudioInterface* studio = hostStudio();
+    // The types are those of the files read now, all shown, as the menu will list them.
+    m_typeNames.clear();
+    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
+    m_typeVisibility.clear();
+    m_typeVisibilityInitialised = false;
+    for (auto& record : read)
+        m_dataList.push_back(std::move(record));
 
     if (!failed.isEmpty()) {
         QString message = tr("File(s) not found or corrupted:\n");
@@ -90,6 +136,14 @@ void QAReporter::analyseData()
 {
     if (m_dataAnalysed)
         return;
+    // Filtering, the outline and the summary take a while on large reports: the studio says
+    // what happens meanwhile. These steps cannot be cancelled.
+    StudioInterface* studio = hostStudio();
+    const auto phase = [studio](const QString& label) {
+        if (studio)
+            studio->startProgress(0, label, QString());
+    };
+    phase(tr("Filtering the results"));
     QString savedTag;
     // A reload keeps the place it started from; a mode or type change starts from here.
     const Place place = m_pendingPlace ? *m_pendingPlace : currentPlace();
@@ -109,8 +163,11 @@ void QAReporter::analyseData()
     for (const auto& record : m_dataList)
         records.append(record.get());
     m_filter->applyFilter(records);
+    phase(tr("Building the outline"));
     updateListView();
+    phase(tr("Writing the summary"));
     std::unique_ptr<DDocument> header = m_filter->doHeaderDoc(records, m_title, currentStyles());
+    phase(tr("Laying out the documents"));
     header->setTag(QStringLiteral("index"));
     updateView(m_filter->filtered(), std::move(header));
     if (m_headerShown)
@@ -119,6 +176,8 @@ void QAReporter::analyseData()
         m_documentView->moveTo(QString(), QString(), savedTag);
     restorePlace(place);
     m_dataAnalysed = true;
+    if (studio)
+        studio->endProgress();
 }
 
 void QAReporter::makeTagsUnique()
@@ -214,6 +273,15 @@ int QAReporter::testFailed() const
 
 void QAReporter::refreshContents()
 {
+    // The files are read before anything shown goes: a cancelled reading leaves all as it was.
+    std::vector<std::unique_ptr<QAReporterData>> read;
+    QStringList failed;
+    QStringList reasons;
+    m_loadCancelled = !readFiles(m_fileList, false, &read, &failed, &reasons);
+    if (m_loadCancelled) {
+        tellCancelled(hostStudio());
+        return;
+    }
     if (!m_pendingPlace && !m_dataList.empty())
         m_pendingPlace = std::make_unique<Place>(currentPlace());
     m_headerView->clearDocs();
@@ -224,13 +292,15 @@ void QAReporter::refreshContents()
     if (m_outline)
         m_outline->clear();
     m_dataList.clear();
-    analyse(m_fileList);
+    showRead(std::move(read), failed, reasons);
 }
 
 void QAReporter::reload()
 {
-    m_dataAnalysed = false;
+    const bool analysed = std::exchange(m_dataAnalysed, false);
     refreshContents();
+    if (m_loadCancelled)
+        m_dataAnalysed = analysed;
 }
 
 void QAReporter::reload(const QString&)

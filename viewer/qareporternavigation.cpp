@@ -20,6 +20,7 @@
 #include <QMainWindow>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <utility>
 
 void QAReporter::nextKO()
 {
@@ -124,8 +125,10 @@ void QAReporter::resolveLink(DLink* link)
                     return;
                 file = QDir::cleanPath(QDir(directory).filePath(file));
             }
-            rememberPlace();
-            showPlace(Place{{file}, {}, {}, {}, 0});
+            const Place here = currentPlace();
+            if (!showPlace(Place{{file}, {}, {}, {}, 0}))
+                return; // cancelled: still where the link was
+            rememberPlace(here);
             if (m_dataList.empty()) {
                 // Nothing of it could be read (the user was told): back to where the link was.
                 showPlace(m_back.back());
@@ -134,7 +137,7 @@ void QAReporter::resolveLink(DLink* link)
                 return;
             }
         } else if (!anchor.isEmpty()) {
-            rememberPlace();
+            rememberPlace(currentPlace());
         }
         if (!anchor.isEmpty())
             scrollToTag(anchor, -1, -1);
@@ -144,7 +147,7 @@ void QAReporter::resolveLink(DLink* link)
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     const QRegularExpressionMatch match = sourceLine.match(target);
     if (!match.hasMatch())
-        rememberPlace(); // a tag: the studio moves this window
+        rememberPlace(currentPlace()); // a tag: the studio moves this window
     if (match.hasMatch()) {
         // A relative path is the node's base followed by the path, and what is still relative
         // then lies beside the report: never where the studio happened to be started.
@@ -317,10 +320,10 @@ void QAReporter::setNode(const nodeData& node)
     Q_EMIT captionChanged(this);
 }
 
-void QAReporter::rememberPlace()
+void QAReporter::rememberPlace(const Place& place)
 {
     constexpr size_t kept = 100;
-    m_back.push_back(currentPlace());
+    m_back.push_back(place);
     if (m_back.size() > kept)
         m_back.erase(m_back.begin());
     m_forward.clear();
@@ -328,27 +331,38 @@ void QAReporter::rememberPlace()
 }
 
 // Shows `place`, reading its files first when they are not the ones shown.
-void QAReporter::showPlace(const Place& place)
+// Shows `place`, reading its files first when they are not the ones shown. False when the user
+// cancelled the reading: the window still shows what it showed.
+bool QAReporter::showPlace(const Place& place)
 {
     if (place.files == m_fileList && !m_dataList.empty()) {
         restorePlace(place);
-        return;
+        return true;
     }
-    m_fileList = place.files;
+    const QStringList shownFiles = std::exchange(m_fileList, place.files);
+    const bool analysed = std::exchange(m_dataAnalysed, false);
     m_pendingPlace = std::make_unique<Place>(place);
-    m_dataAnalysed = false;
     refreshContents();
+    if (m_loadCancelled) {
+        m_fileList = shownFiles;
+        m_dataAnalysed = analysed;
+        m_pendingPlace.reset();
+        return false;
+    }
     Q_EMIT captionChanged(this);
+    return true;
 }
 
 void QAReporter::goBack()
 {
     if (m_back.empty())
         return;
-    m_forward.push_back(currentPlace());
+    const Place here = currentPlace();
     const Place place = m_back.back();
+    if (!showPlace(place))
+        return; // cancelled: still here, with both ways kept
     m_back.pop_back();
-    showPlace(place);
+    m_forward.push_back(here);
     Q_EMIT stateChanged();
 }
 
@@ -356,9 +370,11 @@ void QAReporter::goForward()
 {
     if (m_forward.empty())
         return;
-    m_back.push_back(currentPlace());
+    const Place here = currentPlace();
     const Place place = m_forward.back();
+    if (!showPlace(place))
+        return; // cancelled: still here, with both ways kept
     m_forward.pop_back();
-    showPlace(place);
+    m_back.push_back(here);
     Q_EMIT stateChanged();
 }

@@ -14,7 +14,7 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QStatusBar>
-#include <QTreeWidget>
+#include <QTreeView>
 
 namespace {
 
@@ -23,9 +23,9 @@ const QString commandKey = QStringLiteral("submit_command");
 const QString timeLimitKey = QStringLiteral("time_limit");
 const QString echoKey = QStringLiteral("echo_command_lines");
 
-QTreeWidget* outlineOf(const QAStViewerWindow* viewer)
+QTreeView* outlineOf(const QAStViewerWindow* viewer)
 {
-    return viewer ? qobject_cast<QTreeWidget*>(viewer->contentOutlineWidget()) : nullptr;
+    return viewer ? qobject_cast<QTreeView*>(viewer->contentOutlineWidget()) : nullptr;
 }
 
 } // namespace
@@ -130,11 +130,11 @@ DefectSettingsDialog* DefectsHost::showSettings()
 
 QStringList DefectsHost::selectedItemPath() const
 {
-    const QTreeWidget* outline = outlineOf(m_studio->activeViewer());
+    const QTreeView* outline = outlineOf(m_studio->activeViewer());
     QStringList path;
-    for (const QTreeWidgetItem* item = outline ? outline->currentItem() : nullptr; item;
-         item = item->parent())
-        path.prepend(item->text(0));
+    for (QModelIndex item = outline ? outline->currentIndex().siblingAtColumn(0) : QModelIndex();
+         item.isValid(); item = item.parent())
+        path.prepend(item.data().toString());
     return path;
 }
 
@@ -150,22 +150,24 @@ void DefectsHost::showDefect(const Defect& defect)
                                      .arg(defect.id));
         return;
     }
-    QTreeWidget* outline = outlineOf(m_studio->openFiles({defect.file}));
+    QTreeView* outline = outlineOf(m_studio->openFiles({defect.file}));
     if (!outline)
         return; // the plug-in said why
     // Down the outline, one level per part of the item's path.
-    QTreeWidgetItem* found = nullptr;
+    const QAbstractItemModel* entries = outline->model();
+    QModelIndex found;
     for (const QString& text : defect.itemPath) {
-        QTreeWidgetItem* parent = found ? found : outline->invisibleRootItem();
-        found = nullptr;
-        for (int i = 0; i < parent->childCount() && !found; ++i) {
-            if (parent->child(i)->text(0) == text)
-                found = parent->child(i);
+        const QModelIndex parent = found;
+        found = QModelIndex();
+        for (int i = 0; i < entries->rowCount(parent) && !found.isValid(); ++i) {
+            const QModelIndex child = entries->index(i, 0, parent);
+            if (child.data().toString() == text)
+                found = child;
         }
-        if (!found)
+        if (!found.isValid())
             break;
     }
-    if (!found) {
+    if (!found.isValid()) {
         m_studio->statusBar()->showMessage(
             tr("The item %1 of defect %2 is not shown in the outline")
                 .arg(defect.item())
@@ -173,7 +175,7 @@ void DefectsHost::showDefect(const Defect& defect)
             8000);
         return;
     }
-    outline->setCurrentItem(found);
-    outline->scrollToItem(found);
+    outline->setCurrentIndex(found);
+    outline->scrollTo(found);
     outline->setFocus();
 }

@@ -6,9 +6,8 @@
 #include <QObject>
 
 // The result tree of one file. It owns its nodes and their QAReporterNode objects; it is a
-// QObject so that holders can watch it through a QPointer. The outline is filled from it by
-// QARListView::addReport() (the tree's `update`) and QARListViewItem::decorate() (the node's
-// `update`), in viewer/, so that the model stays free of widgets.
+// QObject so that holders can watch it through a QPointer. The outline shows it through
+// OutlineModel, in viewer/, so that the model stays free of widgets.
 class QAReporterDataTree : public QObject, public QTree<QAReporterNode>
 {
     Q_OBJECT

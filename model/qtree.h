@@ -20,6 +20,8 @@ template <class T> class QTree;
 
 // One node of a QTree. The node points to its data; it owns the data only when autoDelete is
 // set. The position of the sibling cursor lives in the parent's child list (`currentChild`).
+// Each node knows its parent and its index among the parent's children, so that views can find
+// their way up without searching.
 template <class T> class QTreeNode
 {
 public:
@@ -34,6 +36,8 @@ public:
     bool autoDelete = false;
     T* data;
     std::vector<std::unique_ptr<QTreeNode>> children;
+    QTreeNode* parent = nullptr; // null for the root
+    int row = 0;                 // index in parent->children
     // The child list's cursor: the index of the current child, -1 when it is on no child.
     int currentChild = -1;
 };
@@ -94,6 +98,7 @@ public:
     bool addChild(T* data, int position, T* parent);
     void setAutoDelete(bool on) { m_autoDelete = on; }
     QTreeIterator<T>* iterator() const { return m_iterator.get(); }
+    QTreeNode<T>* rootNode() const { return m_root.get(); }
     QList<IterateDirection> directions() const { return m_directions; }
     T* toRoot();
 
@@ -187,7 +192,11 @@ template <class T> void QTreeIterator<T>::addChild(T* data, int position)
     auto& children = node->children;
     const int count = int(children.size());
     const int index = position >= 0 && position <= count ? position : count;
-    children.insert(children.begin() + index, std::make_unique<QTreeNode<T>>(data));
+    auto inserted = children.insert(children.begin() + index, std::make_unique<QTreeNode<T>>(data));
+    (*inserted)->parent = node;
+    // The siblings after the new node move one place on; appending renumbers nothing.
+    for (int row = index; row <= count; ++row)
+        children[size_t(row)]->row = row;
     node->currentChild = index;
 }
 

@@ -3,33 +3,35 @@
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 
-QAListView::QAListView(QWidget* parent) : QTreeWidget(parent)
+QAListView::QAListView(QWidget* parent) : QTreeView(parent)
 {
     setUniformRowHeights(true); // keeps scrolling fast on outlines of many thousand entries
 }
 
 void QAListView::keyPressEvent(QKeyEvent* event)
 {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentItem()) {
-        Q_EMIT doubleClicked(currentItem());
+    const QModelIndex current = currentIndex();
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && current.isValid()) {
+        Q_EMIT doubleClicked(current);
         return;
     }
-    QTreeWidget::keyPressEvent(event);
+    QTreeView::keyPressEvent(event);
 }
 
 void QAListView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     // Entries open and close with their branch marker or the arrow keys, not on a double click.
-    if (QTreeWidgetItem* item = itemAt(event->position().toPoint()))
-        Q_EMIT doubleClicked(item);
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (index.isValid())
+        Q_EMIT doubleClicked(index);
 }
 
 void QAListView::contextMenuEvent(QContextMenuEvent* event)
 {
-    QTreeWidgetItem* item =
-        event->reason() == QContextMenuEvent::Keyboard ? currentItem() : itemAt(event->pos());
-    const QPoint position = event->reason() == QContextMenuEvent::Keyboard && item
-                                ? viewport()->mapToGlobal(visualItemRect(item).center())
+    const bool keyboard = event->reason() == QContextMenuEvent::Keyboard;
+    const QModelIndex index = keyboard ? currentIndex() : indexAt(event->pos());
+    const QPoint position = keyboard && index.isValid()
+                                ? viewport()->mapToGlobal(visualRect(index).center())
                                 : event->globalPos();
-    Q_EMIT contextMenuRequested(item, position, item ? currentColumn() : -1);
+    Q_EMIT contextMenuRequested(index, position, index.isValid() ? currentIndex().column() : -1);
 }

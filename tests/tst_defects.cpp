@@ -36,7 +36,7 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTreeWidget>
+#include <QTreeView>
 
 namespace {
 
@@ -139,22 +139,24 @@ class TestDefects : public QObject
     QString path(const QString& name) const { return m_dir.filePath(name); }
     QString settingsPath() const { return path(QStringLiteral("settings.xml")); }
 
-    QTreeWidget* outline() const { return qobject_cast<QTreeWidget*>(m_studio->currentOutline()); }
+    QTreeView* outline() const { return qobject_cast<QTreeView*>(m_studio->currentOutline()); }
 
     DefectsDock* dock() const { return m_studio->defects()->dock(); }
 
-    static QTreeWidgetItem* findItem(QTreeWidget* tree, const QStringList& itemPath)
+    // The entry shown at `itemPath`, by the names drawn from the file entry down.
+    static QModelIndex findItem(const QTreeView* tree, const QStringList& itemPath)
     {
-        QTreeWidgetItem* found = tree->invisibleRootItem();
+        const QAbstractItemModel* entries = tree->model();
+        QModelIndex found;
         for (const QString& text : itemPath) {
-            QTreeWidgetItem* parent = found;
-            found = nullptr;
-            for (int i = 0; i < parent->childCount() && !found; ++i) {
-                if (parent->child(i)->text(0) == text)
-                    found = parent->child(i);
+            const QModelIndex parent = found;
+            found = QModelIndex();
+            for (int i = 0; i < entries->rowCount(parent) && !found.isValid(); ++i) {
+                if (entries->index(i, 0, parent).data().toString() == text)
+                    found = entries->index(i, 0, parent);
             }
-            if (!found)
-                return nullptr;
+            if (!found.isValid())
+                return {};
         }
         return found;
     }
@@ -163,14 +165,14 @@ class TestDefects : public QObject
     // menu with the keyboard.
     bool fileFromOutline(const QStringList& itemPath, const QString& entry = submitEntry)
     {
-        QTreeWidget* tree = outline();
-        QTreeWidgetItem* item = tree ? findItem(tree, itemPath) : nullptr;
-        if (!item)
+        QTreeView* tree = outline();
+        const QModelIndex item = tree ? findItem(tree, itemPath) : QModelIndex();
+        if (!item.isValid())
             return false;
-        tree->scrollToItem(item);
-        const QPoint at = tree->visualItemRect(item).center();
+        tree->scrollTo(item);
+        const QPoint at = tree->visualRect(item).center();
         QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, at);
-        if (tree->currentItem() != item)
+        if (tree->currentIndex() != item)
             return false;
         QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at,
                                      tree->viewport()->mapToGlobal(at));
@@ -339,9 +341,10 @@ private Q_SLOTS:
 
         // The dock lists them at once; activating a row brings its item back into view.
         QCOMPARE(dock()->shownDefects().size(), 3);
-        QTreeWidgetItem* other =
+        const QModelIndex other =
             findItem(outline(), {QStringLiteral("core.crc"), QStringLiteral("src/parser.c")});
-        outline()->setCurrentItem(other);
+        QVERIFY(other.isValid());
+        outline()->setCurrentIndex(other);
         QTableView* table = dock()->table();
         dock()->show();
         dock()->raise();
@@ -350,7 +353,8 @@ private Q_SLOTS:
                  QStringLiteral("no-goto"));
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, firstRow.center());
         QTest::keyClick(table, Qt::Key_Return);
-        QCOMPARE(outline()->currentItem(), findItem(outline(), noGoto));
+        QVERIFY(findItem(outline(), noGoto).isValid());
+        QCOMPARE(outline()->currentIndex(), findItem(outline(), noGoto));
 
         // A result file that is gone is said, not opened.
         cleanup();
@@ -369,9 +373,9 @@ private Q_SLOTS:
         QVERIFY(writeFile(log, findings));
         QVERIFY(m_studio->openFiles({log}));
         QStringList finding;
-        for (QTreeWidgetItem* item = outline()->topLevelItem(0); item;
-             item = item->childCount() ? item->child(0) : nullptr)
-            finding.append(item->text(0));
+        const QAbstractItemModel* entries = outline()->model();
+        for (QModelIndex item = entries->index(0, 0); item.isValid(); item = entries->index(0, 0, item))
+            finding.append(item.data().toString());
         QVERIFY(fileFromOutline(finding));
         const QList<Defect> withLog = storedDefects(m_store);
         QCOMPARE(withLog.size(), 4);
@@ -386,7 +390,8 @@ private Q_SLOTS:
         QTest::keyClick(table, Qt::Key_Return);
         QVERIFY(m_dialogs->asked.isEmpty());
         QCOMPARE(m_studio->tabs()->count(), 1);
-        QCOMPARE(outline()->currentItem(), findItem(outline(), finding));
+        QVERIFY(findItem(outline(), finding).isValid());
+        QCOMPARE(outline()->currentIndex(), findItem(outline(), finding));
     }
 
     // With the echo on, every step is followed by its command line, the failing ones too; the

@@ -113,11 +113,16 @@ bool clickLink(DFolioView* view, const QString& target)
 }
 
 // A click on an outline entry where it is drawn.
-void clickEntry(QTreeWidget* outline, QTreeWidgetItem* entry)
+void clickEntry(QTreeView* outline, const QModelIndex& entry)
 {
-    outline->scrollToItem(entry);
-    QTest::mouseClick(outline->viewport(), Qt::LeftButton, {},
-                      outline->visualItemRect(entry).center());
+    outline->scrollTo(entry);
+    QTest::mouseClick(outline->viewport(), Qt::LeftButton, {}, outline->visualRect(entry).center());
+}
+
+// The entry in `row` below `parent` (a file entry when `parent` is invalid).
+QModelIndex child(const QTreeView* outline, int row, const QModelIndex& parent = {})
+{
+    return outline->model()->index(row, 0, parent);
 }
 
 // Runs `act` inside the next modal dialog once it is open, then closes it.
@@ -168,11 +173,11 @@ bool atCyclomatic(DFolioView* view)
 }
 
 // The names from the file entry down to `entry`, as the outline shows them.
-QStringList entryPath(const QTreeWidgetItem* entry)
+QStringList entryPath(const QModelIndex& entry)
 {
     QStringList path;
-    for (; entry; entry = entry->parent())
-        path.prepend(entry->text(0));
+    for (QModelIndex at = entry; at.isValid(); at = at.parent())
+        path.prepend(at.data().toString());
     return path;
 }
 
@@ -362,8 +367,8 @@ private Q_SLOTS:
     {
         QVERIFY(open({example("rules-core.crc")}));
         QARListView* outline = viewer()->outline();
-        QTreeWidgetItem* entry = outline->topLevelItem(0)->child(0)->child(0); // no-goto
-        QVERIFY(entry);
+        const QModelIndex entry = child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
+        QVERIFY(entry.isValid());
         clickEntry(outline, entry);
         QVERIFY(menuEntry(QStringLiteral("Code Review"),
                           QStringLiteral("Submit Trackwell Defect Report"))
@@ -373,7 +378,7 @@ private Q_SLOTS:
         QCOMPARE(view()->documents().size(), size_t(1));
         QCOMPARE(view()->documents().front()->tag(), QStringLiteral("metrics"));
         QVERIFY(atCyclomatic(view()));
-        QCOMPARE(viewer()->outline()->topLevelItemCount(), 0);
+        QCOMPARE(viewer()->outline()->model()->rowCount(), 0);
         QAction* submit =
             menuEntry(QStringLiteral("Code Review"), QStringLiteral("Submit Trackwell Report"));
         QVERIFY(submit && !submit->isEnabled());
@@ -413,7 +418,7 @@ private Q_SLOTS:
         QAction* back = menuEntry(QStringLiteral("Go"), QStringLiteral("Back"));
         QAction* forward = menuEntry(QStringLiteral("Go"), QStringLiteral("Forward"));
         QVERIFY(back && forward && !back->isEnabled() && !forward->isEnabled());
-        const QStringList topEntry = entryPath(viewer()->outline()->currentItem());
+        const QStringList topEntry = entryPath(viewer()->outline()->currentEntry());
         QVERIFY(clickLink(view(), QStringLiteral("::f2")));
         QVERIFY(showsStartOf(view(), QStringLiteral("f2")));
         view()->verticalScrollBar()->setValue(view()->verticalScrollBar()->value() + 40);
@@ -436,7 +441,7 @@ private Q_SLOTS:
         QTest::mouseClick(view()->viewport(), Qt::BackButton);
         QCOMPARE(viewer()->fileList(), QStringList{example("rules-core.crc")});
         QCOMPARE(view()->documents().front()->tag(), QStringLiteral("rules"));
-        QCOMPARE(entryPath(viewer()->outline()->currentItem()), topEntry);
+        QCOMPARE(entryPath(viewer()->outline()->currentEntry()), topEntry);
         QCOMPARE(view()->verticalScrollBar()->value(), 0);
         QCOMPARE(m_studio->tabs()->tabText(m_studio->tabs()->currentIndex()),
                  QStringLiteral("rules-core.crc"));
@@ -606,11 +611,11 @@ private Q_SLOTS:
     {
         QVERIFY(open({example("rules-core.crc")}));
         QARListView* outline = viewer()->outline();
-        QTreeWidgetItem* entry = outline->topLevelItem(0)->child(0)->child(0); // no-goto
-        QVERIFY(entry);
-        QCOMPARE(entry->text(0), QStringLiteral("no-goto"));
+        const QModelIndex entry = child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
+        QVERIFY(entry.isValid());
+        QCOMPARE(entry.data().toString(), QStringLiteral("no-goto"));
         clickEntry(outline, entry);
-        QCOMPARE(outline->currentItem(), entry);
+        QCOMPARE(outline->currentEntry(), entry);
         view()->verticalScrollBar()->setValue(view()->verticalScrollBar()->value() + 30);
         const int before = partTop(view(), QStringLiteral("f1r1")); // no-goto's part
         QVERIFY(before < 0);
@@ -618,15 +623,15 @@ private Q_SLOTS:
 
         codeReviewToolBar()->filterButton()->click(); // failed only
         QVERIFY(codeReviewToolBar()->isFiltered());
-        QCOMPARE(entryPath(outline->currentItem()), path);
+        QCOMPARE(entryPath(outline->currentEntry()), path);
         QCOMPARE(partTop(view(), QStringLiteral("f1r1")), before);
 
         menuEntry(QStringLiteral("File"), QStringLiteral("Reload"))->trigger();
-        QCOMPARE(entryPath(outline->currentItem()), path);
+        QCOMPARE(entryPath(outline->currentEntry()), path);
         QCOMPARE(partTop(view(), QStringLiteral("f1r1")), before);
 
         codeReviewToolBar()->filterButton()->click(); // all again
-        QCOMPARE(entryPath(outline->currentItem()), path);
+        QCOMPARE(entryPath(outline->currentEntry()), path);
         QCOMPARE(partTop(view(), QStringLiteral("f1r1")), before);
     }
 
@@ -636,14 +641,14 @@ private Q_SLOTS:
     {
         QVERIFY(open({example("rules-core.crc")}));
         QARListView* outline = viewer()->outline();
-        QCOMPARE(outline->currentItem(), outline->topLevelItem(0));
+        QCOMPARE(outline->currentEntry(), child(outline, 0));
         press(outline, Qt::Key_F8);
-        QTreeWidgetItem* firstFailure = outline->currentItem();
-        QVERIFY(firstFailure != outline->topLevelItem(0));
+        const QModelIndex firstFailure = outline->currentEntry();
+        QVERIFY(firstFailure != child(outline, 0));
         press(view(), Qt::Key_F8);
-        QVERIFY(outline->currentItem() != firstFailure);
+        QVERIFY(outline->currentEntry() != firstFailure);
         press(view(), Qt::Key_F8, Qt::ShiftModifier);
-        QCOMPARE(outline->currentItem(), firstFailure);
+        QCOMPARE(outline->currentEntry(), firstFailure);
         press(view(), Qt::Key_F8, Qt::ControlModifier);
         QVERIFY(codeReviewToolBar()->isFiltered());
         press(view(), Qt::Key_F8, Qt::ControlModifier);
@@ -664,7 +669,7 @@ private Q_SLOTS:
         QAction* next = entryOf(menu, QStringLiteral("Next Failed Test"));
         QVERIFY(next && next->text().endsWith(QLatin1String("\tF8")));
         next->trigger();
-        QVERIFY(outline->currentItem() != outline->topLevelItem(0));
+        QVERIFY(outline->currentEntry() != child(outline, 0));
 
         QAction* reload = entryOf(menu, QStringLiteral("Reload"));
         QTest::mouseMove(menu, menu->actionGeometry(reload).center());
@@ -733,13 +738,13 @@ private Q_SLOTS:
         QVERIFY(open({path("small/one.crc"), path("small/two.crc")}));
         QARListView* outline = viewer()->outline();
         const QPoint empty(10, outline->viewport()->height() - 5);
-        QVERIFY(!outline->itemAt(empty));
+        QVERIFY(!outline->indexAt(empty).isValid());
         QContextMenuEvent rightClick(QContextMenuEvent::Mouse, empty,
                                      outline->viewport()->mapToGlobal(empty));
         QApplication::sendEvent(outline->viewport(), &rightClick);
         QARPopupMenu* popup = viewer()->contextPopup();
         QVERIFY(popup->isVisible());
-        QVERIFY(!popup->listItem);
+        QVERIFY(!popup->listItem.isValid());
         popup->close();
 
         QMenu* menu = viewer()->commandsMenu();
@@ -749,7 +754,7 @@ private Q_SLOTS:
         QVERIFY(QAReporter::preference()->general->autoRaise);
         bringStudioForward();
         outline->setFocus();
-        clickEntry(outline, outline->topLevelItem(0)->child(1));
+        clickEntry(outline, child(outline, 1, child(outline, 0)));
         QVERIFY(view()->hasFocus());
 
         QCOMPARE(view()->margin(), 5);

@@ -135,6 +135,34 @@ private Q_SLOTS:
         QCOMPARE(walk(s.tree, Tree::Forward, 8), QStringLiteral("A X0 A1 X2 A2 Xm X99 B"));
     }
 
+    // Every node knows its parent and its place among its siblings, however it was inserted:
+    // at the end, at the front, in the middle, or under a searched parent.
+    void nodesKnowTheirParentAndRow()
+    {
+        Sample s;
+        s.tree.iterator()->toFirstChild(); // A, children A1 A2
+        QVERIFY(s.tree.addChild(new Counted("X0"), 0, nullptr));
+        QVERIFY(s.tree.addChild(new Counted("X2"), 2, nullptr));
+        QVERIFY(s.tree.addChild(new Counted("Xe"), -1, nullptr));
+        s.tree.toRoot();
+        QTreeNode<Counted>* root = s.tree.rootNode();
+        QCOMPARE(root->parent, nullptr);
+        QTreeNode<Counted>* a = root->children.front().get();
+        QStringList names;
+        for (const auto& child : a->children) {
+            QCOMPARE(child->parent, a);
+            QCOMPARE(a->children[size_t(child->row)].get(), child.get());
+            names.append(child->data->name);
+        }
+        QCOMPARE(names, QStringList({"X0", "A1", "X2", "A2", "Xe"}));
+        Counted* b = root->children.back()->data;
+        QVERIFY(s.tree.addChild(new Counted("B1"), -1, b));
+        QTreeNode<Counted>* b1 = root->children.back()->children.front().get();
+        QCOMPARE(b1->parent, root->children.back().get());
+        QCOMPARE(b1->row, 0);
+        QCOMPARE(root->children.back()->row, 1);
+    }
+
     // Inserting under another node searches the tree for it; the root is never a match.
     void insertionUnderASearchedParent()
     {
@@ -230,6 +258,7 @@ private Q_SLOTS:
                 tree.lastChild();
             }
             QCOMPARE(tree.iterator()->depth(), depth);
+            QCOMPARE(tree.iterator()->node->parent, tree.iterator()->parents.back());
             tree.toRoot();
             int visited = 0;
             while (tree.next(Tree::Forward))
@@ -243,6 +272,7 @@ private Q_SLOTS:
             tree.setAutoDelete(true);
             for (int i = 0; i < depth; ++i)
                 tree.addChild(new Counted("n"), -1, nullptr);
+            QCOMPARE(tree.rootNode()->children.back()->row, depth - 1);
             int visited = 0;
             while (tree.next(Tree::Backward))
                 ++visited;

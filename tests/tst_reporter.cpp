@@ -15,7 +15,6 @@
 #include "viewer/qareporter.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarlistviewitem.h"
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
@@ -86,10 +85,23 @@ QStringList tags(const QAReporter& window)
 
 QStringList outlineFiles(const QAReporter& window)
 {
+    const QAbstractItemModel* entries = window.outline()->model();
     QStringList files;
-    for (int i = 0; i < window.outline()->topLevelItemCount(); ++i)
-        files.append(window.outline()->topLevelItem(i)->text(0));
+    for (int i = 0; i < entries->rowCount(); ++i)
+        files.append(entries->index(i, 0).data().toString());
     return files;
+}
+
+// The entry in `row` below `parent` of the window's outline (a file entry at the top).
+QModelIndex entryIn(const QAReporter& window, int row, const QModelIndex& parent = {})
+{
+    return window.outline()->model()->index(row, 0, parent);
+}
+
+// How many entries hang right below `parent` (the file entries at the top).
+int entriesBelow(const QAReporter& window, const QModelIndex& parent)
+{
+    return window.outline()->model()->rowCount(parent);
 }
 
 void open(QAReporter& window, QStringList files)
@@ -223,11 +235,11 @@ private Q_SLOTS:
         QCOMPARE(dialogs->asked.size(), 2);
         QVERIFY(bar->isFiltered());
         QCOMPARE(window.validator().active(), unsigned(QAReporterNodeValidator::AttrState));
-        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 0); // nothing failed
+        QCOMPARE(entriesBelow(window, entryIn(window, 0)), 0); // nothing failed
 
         window.alltests();
         QVERIFY(!bar->isFiltered());
-        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 1);
+        QCOMPARE(entriesBelow(window, entryIn(window, 0)), 1);
         window.alltests(); // already complete: the toolbar stays as it is
         QVERIFY(!bar->isFiltered());
         QVERIFY(window.isAnalysed());
@@ -237,7 +249,7 @@ private Q_SLOTS:
         window.failedtests();
         QCOMPARE(dialogs->asked.size(), 2); // a failure exists: no question
         QCOMPARE(outlineFiles(window), QStringList({"a.crc", "b.crc", "c.crc"}));
-        QCOMPARE(window.outline()->topLevelItem(2)->childCount(), 1);
+        QCOMPARE(entriesBelow(window, entryIn(window, 2)), 1);
         window.alltests();
         QADialogs::install(nullptr);
     }
@@ -280,14 +292,12 @@ private Q_SLOTS:
         QAReporter window(QStringLiteral("Types"), QPixmap());
         open(window, {a});
         QCOMPARE(window.typeNames(), QStringList({"File", "Rule", "RuleSet"}));
-        QTreeWidgetItem* file = window.outline()->topLevelItem(0);
-        QCOMPARE(file->childCount(), 3);
+        QCOMPARE(entriesBelow(window, entryIn(window, 0)), 3);
         window.setTypeVisible(QStringLiteral("Rule"), false); // also hides RuleSet
-        file = window.outline()->topLevelItem(0);
-        QCOMPARE(file->childCount(), 1);
-        QCOMPARE(file->child(0)->text(0), QStringLiteral("f"));
+        QCOMPARE(entriesBelow(window, entryIn(window, 0)), 1);
+        QCOMPARE(entryIn(window, 0, entryIn(window, 0)).data().toString(), QStringLiteral("f"));
         window.setTypeVisible(QStringLiteral("Rule"), true);
-        QCOMPARE(window.outline()->topLevelItem(0)->childCount(), 3);
+        QCOMPARE(entriesBelow(window, entryIn(window, 0)), 3);
         QADialogs::install(nullptr);
     }
 
@@ -723,14 +733,14 @@ private Q_SLOTS:
 
         studio().tracker = &tracker;
         QARListView* outline = window.outline();
-        QTreeWidgetItem* file = outline->topLevelItem(0);
-        outline->setCurrentItem(file);
+        const QModelIndex file = entryIn(window, 0);
+        outline->setCurrentIndex(file);
         QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
         QVERIFY(!window.submitEntry()->isEnabled()); // a whole file cannot be filed
-        outline->setCurrentItem(file->child(1));
+        outline->setCurrentIndex(entryIn(window, 1, file));
         QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
         QVERIFY(window.submitEntry()->isEnabled());
-        outline->setCurrentItem(file->child(0));
+        outline->setCurrentIndex(entryIn(window, 0, file));
         QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Defect Report"));
 
         studio().output.clear();

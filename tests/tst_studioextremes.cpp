@@ -22,7 +22,7 @@
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTreeWidget>
+#include <QTreeView>
 
 namespace {
 
@@ -51,12 +51,22 @@ QAction* menuCommand(QMenuBar* bar, const QString& text)
 }
 
 // How many levels of entries hang below `entry`, following first children.
-int levelsBelow(QTreeWidgetItem* entry)
+int levelsBelow(const QModelIndex& entry)
 {
+    const QAbstractItemModel* entries = entry.model();
     int levels = 0;
-    for (; entry->childCount() > 0; entry = entry->child(0))
+    for (QModelIndex at = entry; entries->rowCount(at) > 0; at = entries->index(0, 0, at))
         ++levels;
     return levels;
+}
+
+// How many entries lie above `entry`, up to its file entry.
+int depthOf(const QModelIndex& entry)
+{
+    int depth = 0;
+    for (QModelIndex at = entry.parent(); at.isValid(); at = at.parent())
+        ++depth;
+    return depth;
 }
 
 } // namespace
@@ -80,7 +90,21 @@ class TestStudioExtremes : public QObject
         return m_studio->activeViewer();
     }
 
-    QTreeWidget* outline() const { return qobject_cast<QTreeWidget*>(m_studio->currentOutline()); }
+    QTreeView* outline() const { return qobject_cast<QTreeView*>(m_studio->currentOutline()); }
+
+    // The file entry `row` of the outline shown.
+    QModelIndex fileEntry(int row) const { return outline()->model()->index(row, 0); }
+
+    // A key pressed on the outline, with the studio the active window.
+    void pressOnOutline(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        if (QApplication::activeWindow() != m_studio.get()) {
+            m_studio->activateWindow();
+            QTRY_COMPARE(QApplication::activeWindow(), m_studio.get());
+        }
+        outline()->setFocus();
+        QTest::keyClick(outline(), key, modifiers);
+    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -108,19 +132,21 @@ private Q_SLOTS:
         QPointer<QAStViewerWindow> window =
             openThroughTheMenu(examples + QStringLiteral("/rules-core.crc"));
         QVERIFY(window);
-        QTreeWidget* view = outline();
+        QTreeView* view = outline();
         QVERIFY(view);
-        QCOMPARE(view->topLevelItemCount(), 1);
-        QTreeWidgetItem* file = view->topLevelItem(0);
-        QVERIFY(file->childCount() > 0);
-        QVERIFY(file->isExpanded());
-        for (int i = 0; i < file->childCount(); ++i)
-            QVERIFY(!file->child(i)->isExpanded());
+        const QAbstractItemModel* entries = view->model();
+        QCOMPARE(entries->rowCount(), 1);
+        const QModelIndex file = entries->index(0, 0);
+        QVERIFY(entries->rowCount(file) > 0);
+        QVERIFY(view->isExpanded(file));
+        for (int i = 0; i < entries->rowCount(file); ++i)
+            QVERIFY(!view->isExpanded(entries->index(i, 0, file)));
         // The node entries below the file entry are on screen: a click selects one.
-        const QRect shown = view->visualItemRect(file->child(0));
+        const QModelIndex first = entries->index(0, 0, file);
+        const QRect shown = view->visualRect(first);
         QVERIFY(shown.isValid());
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, shown.center());
-        QCOMPARE(view->currentItem(), file->child(0));
+        QCOMPARE(view->currentIndex(), first);
 
         QAction* close = menuCommand(m_studio->menuBar(), QStringLiteral("Close"));
         QVERIFY(close);
@@ -128,8 +154,9 @@ private Q_SLOTS:
         QTRY_VERIFY(window.isNull());
     }
 
-    // A result file nested 100,000 levels deep is shown, filtered to its failures and back, and
-    // closed, without the outline or anything else running out of stack.
+    // A result file nested 100,000 levels deep is shown, stepped through its failures, filtered
+    // to its failures and back, and closed, without the outline or anything else running out of
+    // stack.
     void deepResultsAreShownFilteredAndClosed()
     {
         const int depth = 100000;
@@ -149,19 +176,34 @@ private Q_SLOTS:
         QVERIFY(window);
         for (const ScriptedDialogs::Asked& asked : std::as_const(m_dialogs->asked))
             QVERIFY2(asked.kind == QLatin1String("open"), qPrintable(asked.text));
-        QCOMPARE(levelsBelow(outline()->topLevelItem(0)), depth);
+        QCOMPARE(levelsBelow(fileEntry(0)), depth);
+
+        // Every other level failed: F8 steps down to the failures one by one, opening the
+        // branches above them, and Shift+F8 back up.
+        QCOMPARE(outline()->currentIndex(), fileEntry(0));
+        pressOnOutline(Qt::Key_F8);
+        QCOMPARE(depthOf(outline()->currentIndex()), 2);
+        pressOnOutline(Qt::Key_F8);
+        const QModelIndex secondFailure = outline()->currentIndex();
+        QCOMPARE(depthOf(secondFailure), 4);
+        QVERIFY(outline()->isExpanded(secondFailure.parent()));
+        QVERIFY(outline()->visualRect(secondFailure).isValid());
+        pressOnOutline(Qt::Key_F8, Qt::ShiftModifier);
+        QCOMPARE(depthOf(outline()->currentIndex()), 2);
+        pressOnOutline(Qt::Key_F8, Qt::ShiftModifier); // the first failure: it stays
+        QCOMPARE(depthOf(outline()->currentIndex()), 2);
 
         QAction* failedOnly = menuCommand(m_studio->menuBar(), QStringLiteral("Failed Tests Only"));
         QVERIFY(failedOnly);
         failedOnly->trigger();
         QVERIFY(failedOnly->isChecked() ||
                 menuCommand(m_studio->menuBar(), QStringLiteral("Failed Tests Only"))->isChecked());
-        QVERIFY(outline()->topLevelItemCount() == 1);
+        QVERIFY(outline()->model()->rowCount() == 1);
 
         QAction* all = menuCommand(m_studio->menuBar(), QStringLiteral("All Test Results"));
         QVERIFY(all);
         all->trigger();
-        QCOMPARE(levelsBelow(outline()->topLevelItem(0)), depth);
+        QCOMPARE(levelsBelow(fileEntry(0)), depth);
 
         QAction* close = menuCommand(m_studio->menuBar(), QStringLiteral("Close"));
         QVERIFY(close);

@@ -132,10 +132,12 @@ private Q_SLOTS:
         QCOMPARE(viewer->testPassed(), 3);
         QARListView* outline = viewer->outline();
         QVERIFY(outline);
-        QCOMPARE(outline->topLevelItemCount(), 2);
-        QCOMPARE(outline->topLevelItem(0)->text(0), QStringLiteral("flawfinder.sarif"));
-        QCOMPARE(outline->topLevelItem(1)->text(0), QStringLiteral("ctest-junit.xml"));
-        QCOMPARE(outline->topLevelItem(0)->child(0)->text(0), QStringLiteral("src/copy.c"));
+        const QAbstractItemModel* entries = outline->model();
+        QCOMPARE(entries->rowCount(), 2);
+        QCOMPARE(entries->index(0, 0).data().toString(), QStringLiteral("flawfinder.sarif"));
+        QCOMPARE(entries->index(1, 0).data().toString(), QStringLiteral("ctest-junit.xml"));
+        QCOMPARE(entries->index(0, 0, entries->index(0, 0)).data().toString(),
+                 QStringLiteral("src/copy.c"));
         const QString summary = shownText(viewer->headerView());
         QVERIFY2(summary.contains(QLatin1String("flawfinder.sarif")), qPrintable(summary));
         QVERIFY2(summary.contains(QLatin1String("ctest-junit.xml")), qPrintable(summary));
@@ -152,13 +154,14 @@ private Q_SLOTS:
         QVERIFY(m_studio->openFiles({data + QStringLiteral("/flawfinder.sarif")}));
         QAReporter* viewer = activeReporter();
         QARListView* outline = viewer->outline();
-        const QList<QTreeWidgetItem*> found = outline->findItems(
-            QStringLiteral("line 8: buffer/gets"), Qt::MatchStartsWith | Qt::MatchRecursive);
+        const QModelIndexList found = outline->model()->match(
+            outline->model()->index(0, 0), Qt::DisplayRole, QStringLiteral("line 8: buffer/gets"),
+            -1, Qt::MatchStartsWith | Qt::MatchRecursive);
         QCOMPARE(found.size(), 1);
-        outline->scrollToItem(found.first());
+        outline->scrollTo(found.first());
         QTest::mouseClick(outline->viewport(), Qt::LeftButton, {},
-                          outline->visualItemRect(found.first()).center());
-        QCOMPARE(outline->currentItem(), found.first());
+                          outline->visualRect(found.first()).center());
+        QCOMPARE(outline->currentIndex(), found.first());
 
         DFolioView* document = viewer->documentView();
         const QPoint link = linkPoint(document, QStringLiteral("src/tmp.c line 8"));
@@ -198,7 +201,7 @@ private Q_SLOTS:
         reload->trigger();
         QCOMPARE(m_studio->tabs()->count(), 1);
         QCOMPARE(activeReporter()->testFailed(), 1);
-        QCOMPARE(activeReporter()->outline()->topLevelItem(0)->text(0),
+        QCOMPARE(activeReporter()->outline()->model()->index(0, 0).data().toString(),
                  QStringLiteral("again.sarif"));
 
         QVERIFY(writeFile(log, "{\"runs\": [\n"));

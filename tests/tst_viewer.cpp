@@ -9,7 +9,7 @@
 #include "tests/teststudio.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarlistviewitem.h"
+#include "viewer/outlinemodel.h"
 #include "viewer/qartoolbar.h"
 
 #include <QBuffer>
@@ -40,24 +40,32 @@ QByteArray node(const char* name, const char* state, const QByteArray& children 
     return xml + "><SECTION/>" + children + "</XROD:NODE>";
 }
 
-QStringList texts(QTreeWidgetItem* parent)
+// The names drawn on the entries below `parent`.
+QStringList texts(const QModelIndex& parent)
 {
     QStringList names;
-    for (int i = 0; i < parent->childCount(); ++i)
-        names.append(parent->child(i)->text(0));
+    for (int i = 0; i < parent.model()->rowCount(parent); ++i)
+        names.append(parent.model()->index(i, 0, parent).data().toString());
     return names;
 }
 
-QARListViewItem* entry(QARListView& view, const QString& name)
+// The first entry, in walk order, that shows `name`.
+QModelIndex entry(const QARListView& view, const QString& name)
 {
-    const QList<QTreeWidgetItem*> found =
-        view.findItems(name, Qt::MatchExactly | Qt::MatchRecursive, 0);
-    return found.isEmpty() ? nullptr : static_cast<QARListViewItem*>(found.first());
+    const QAbstractItemModel* model = view.model();
+    const QModelIndexList found = model->match(model->index(0, 0), Qt::DisplayRole, name, 1,
+                                               Qt::MatchExactly | Qt::MatchRecursive);
+    return found.isEmpty() ? QModelIndex() : found.first();
 }
 
-qint64 iconKey(const QTreeWidgetItem* item, int column)
+QIcon iconOf(const QModelIndex& entry, int column)
 {
-    return item->icon(column).pixmap(16).cacheKey();
+    return entry.siblingAtColumn(column).data(Qt::DecorationRole).value<QIcon>();
+}
+
+qint64 iconKey(const QModelIndex& entry, int column)
+{
+    return iconOf(entry, column).pixmap(16).cacheKey();
 }
 
 } // namespace
@@ -73,43 +81,62 @@ private Q_SLOTS:
         auto empty = readTree(QByteArray());
         auto tree = readTree(node("A", "ok", node("A1", "ko") + node("A2", "ne")) + node("B", "") +
                              node("C", "NE"));
-        QARListViewItem* first = view.addReport(empty.get(), QStringLiteral("/results/empty.crc"));
-        QARListViewItem* second = view.addReport(tree.get(), QStringLiteral("/results/run.crc"));
-        QCOMPARE(view.topLevelItemCount(), 2);
-        QCOMPARE(view.topLevelItem(0), first);
-        QCOMPARE(first->text(0), QStringLiteral("empty.crc"));
-        QCOMPARE(first->childCount(), 0);
-        QCOMPARE(first->fileInfo.fileName(), QStringLiteral("empty.crc"));
-        QCOMPARE(first->item, empty->toRoot()->item);
+        OutlineModel* model = view.outlineModel();
+        const QModelIndex first = view.addReport(empty.get(), QStringLiteral("/results/empty.crc"));
+        const QModelIndex second = view.addReport(tree.get(), QStringLiteral("/results/run.crc"));
+        QCOMPARE(model->rowCount(), 2);
+        QCOMPARE(model->index(0, 0), first);
+        QCOMPARE(first.data().toString(), QStringLiteral("empty.crc"));
+        QCOMPARE(iconKey(first, 0), QARIcons::report().cacheKey());
+        QVERIFY(iconOf(first, 1).isNull());
+        QCOMPARE(model->rowCount(first), 0);
+        QCOMPARE(model->fileInfo(first).fileName(), QStringLiteral("empty.crc"));
+        QCOMPARE(model->documentItem(first), empty->toRoot()->item);
         QCOMPARE(texts(second), QStringList({"A", "B", "C"}));
-        QCOMPARE(texts(second->child(0)), QStringList({"A1", "A2"}));
-        QCOMPARE(tree->iterator()->depth(), 0); // the walk leaves the cursor on the root
+        QCOMPARE(texts(model->index(0, 0, second)), QStringList({"A1", "A2"}));
+        QCOMPARE(tree->iterator()->depth(), 0); // the cursor stays on the root
 
-        QARListViewItem* a1 = entry(view, QStringLiteral("A1"));
-        QVERIFY(a1->ko);
-        QCOMPARE(a1->node->name, QStringLiteral("A1"));
-        QCOMPARE(a1->item, a1->node->item);
+        const QModelIndex a1 = entry(view, QStringLiteral("A1"));
+        QVERIFY(OutlineModel::isFailed(a1));
+        QVERIFY(OutlineModel::isFailed(a1.siblingAtColumn(1)));
+        QCOMPARE(OutlineModel::nodeOf(a1)->data->name, QStringLiteral("A1"));
+        QCOMPARE(model->documentItem(a1), OutlineModel::nodeOf(a1)->data->item);
+        QCOMPARE(model->fileInfo(a1).fileName(), QStringLiteral("run.crc"));
+        QCOMPARE(a1.parent(), model->index(0, 0, second));
+        QCOMPARE(a1.parent().parent(), second);
+        QCOMPARE(entry(view, QStringLiteral("B")).row(), 1);
         QCOMPARE(iconKey(a1, 1), QARIcons::testFailed().cacheKey());
         QCOMPARE(iconKey(entry(view, QStringLiteral("A")), 1), QARIcons::testOk().cacheKey());
         QCOMPARE(iconKey(entry(view, QStringLiteral("A2")), 1), QARIcons::testUnknown().cacheKey());
-        QVERIFY(entry(view, QStringLiteral("B"))->icon(1).isNull());
-        QVERIFY(entry(view, QStringLiteral("C"))->icon(1).isNull()); // "NE" is no verdict here
-        QVERIFY(!entry(view, QStringLiteral("A"))->ko);
+        QVERIFY(iconOf(entry(view, QStringLiteral("B")), 1).isNull());
+        QVERIFY(iconOf(entry(view, QStringLiteral("C")), 1).isNull()); // "NE" is no verdict here
+        QVERIFY(!OutlineModel::isFailed(entry(view, QStringLiteral("A"))));
+        QVERIFY(!OutlineModel::isFailed(second));
+
+        // Cleared, the outline holds nothing of the trees, which may then go.
+        view.clear();
+        QCOMPARE(model->rowCount(), 0);
+        tree.reset();
+        QVERIFY(!view.currentEntry().isValid());
     }
 
     void outlineOpensToTheConfiguredDepth()
     {
         QARListView view;
         auto tree = readTree(node("A", "ok", node("A1", "ok", node("A11", "ok"))));
-        QARListViewItem* file = view.addReport(tree.get(), QStringLiteral("run.crc"));
+        const QModelIndex file = view.addReport(tree.get(), QStringLiteral("run.crc"));
         view.openToDepth(1);
-        QVERIFY(file->isExpanded());
-        QVERIFY(!entry(view, QStringLiteral("A"))->isExpanded());
+        QVERIFY(view.isExpanded(file));
+        QVERIFY(!view.isExpanded(entry(view, QStringLiteral("A"))));
         view.openToDepth(2);
-        QVERIFY(entry(view, QStringLiteral("A"))->isExpanded());
-        QVERIFY(!entry(view, QStringLiteral("A1"))->isExpanded());
+        QVERIFY(view.isExpanded(entry(view, QStringLiteral("A"))));
+        QVERIFY(!view.isExpanded(entry(view, QStringLiteral("A1"))));
         view.openToDepth(6);
-        QVERIFY(entry(view, QStringLiteral("A1"))->isExpanded());
+        QVERIFY(view.isExpanded(entry(view, QStringLiteral("A1"))));
+        QVERIFY(!view.isExpanded(entry(view, QStringLiteral("A11")))); // a leaf stays closed
+        view.openToDepth(0);
+        QVERIFY(view.isExpanded(file));
+        QVERIFY(!view.isExpanded(entry(view, QStringLiteral("A"))));
     }
 
     void unknownPicturesShowTheQuestionMark()
@@ -124,7 +151,7 @@ private Q_SLOTS:
             readTree("<XROD:NODE name='known' type='t' icone='rule.png'><SECTION/></XROD:NODE>"
                      "<XROD:NODE name='unknown' type='t' icone='nope.png'><SECTION/></XROD:NODE>");
         view.addReport(tree.get(), QStringLiteral("run.crc"));
-        QCOMPARE(entry(view, QStringLiteral("known"))->icon(0).pixmap(8).toImage().pixelColor(4, 4),
+        QCOMPARE(iconOf(entry(view, QStringLiteral("known")), 0).pixmap(8).toImage().pixelColor(4, 4),
                  QColor(Qt::red));
         QCOMPARE(iconKey(entry(view, QStringLiteral("unknown")), 0),
                  QARIcons::testUnknown().cacheKey());
@@ -147,23 +174,31 @@ private Q_SLOTS:
         view.nextKO(); // no current entry: nothing
         QCOMPARE(chosen.count(), 0);
 
-        view.setCurrentItem(view.topLevelItem(0));
+        view.setCurrentIndex(view.model()->index(0, 0));
         view.nextKO();
-        QCOMPARE(view.currentItem(), entry(view, QStringLiteral("F1")));
-        QVERIFY(entry(view, QStringLiteral("F1"))->isSelected());
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F1")));
+        QVERIFY(view.selectionModel()->isSelected(entry(view, QStringLiteral("F1"))));
+        QVERIFY(view.isExpanded(entry(view, QStringLiteral("A")))); // its branch opened
         view.nextKO();
-        QCOMPARE(view.currentItem(), entry(view, QStringLiteral("F2")));
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F2")));
         QCOMPARE(chosen.count(), 2);
-        QCOMPARE(chosen.last().first().value<QTreeWidgetItem*>(),
-                 entry(view, QStringLiteral("F2")));
-        QVERIFY(!entry(view, QStringLiteral("F1"))->isSelected());
+        QCOMPARE(chosen.last().first().value<QModelIndex>(), entry(view, QStringLiteral("F2")));
+        QVERIFY(!view.selectionModel()->isSelected(entry(view, QStringLiteral("F1"))));
         view.nextKO();
-        QCOMPARE(view.currentItem(), entry(view, QStringLiteral("F3")));
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F3")));
         view.nextKO(); // the last failure: nothing changes
-        QCOMPARE(view.currentItem(), entry(view, QStringLiteral("F3")));
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F3")));
         QCOMPARE(chosen.count(), 3);
         view.prevKO();
-        QCOMPARE(view.currentItem(), entry(view, QStringLiteral("F2")));
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F2")));
+        view.prevKO();
+        view.prevKO(); // the first failure: nothing changes
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F1")));
+        QCOMPARE(chosen.count(), 5);
+        // From the second file backwards, over the first file's last entries.
+        view.setCurrentIndex(view.model()->index(1, 0));
+        view.prevKO();
+        QCOMPARE(view.currentEntry(), entry(view, QStringLiteral("F2")));
     }
 
     void toolbarKeepsTheDisplayMode()
@@ -257,13 +292,16 @@ private Q_SLOTS:
             nodes += "</SECTION></XROD:NODE>";
         auto tree = readTree(nodes);
         QARListView view;
-        QTreeWidgetItem* item = view.addReport(tree.get(), QStringLiteral("deep.crc"));
+        QModelIndex item = view.addReport(tree.get(), QStringLiteral("deep.crc"));
         int levels = 0;
-        while (item->childCount() == 1) {
-            item = item->child(0);
+        while (view.model()->rowCount(item) == 1) {
+            item = view.model()->index(0, 0, item);
             ++levels;
         }
         QCOMPARE(levels, depth);
+        QCOMPARE(QARListView::entryPath(item).size(), depth + 1);
+        QCOMPARE(view.entryAt(QARListView::entryPath(item)), item);
+        view.clear();
     }
 };
 

@@ -93,7 +93,6 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
-    m_outline->setHeaderLabels({tr("Name"), QString()});
     m_outline->header()->setSectionResizeMode(1, QHeaderView::Fixed);
     m_outline->header()->resizeSection(1, 20);
     m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
@@ -104,7 +103,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
                                               &QAReporter::submitTrackwell);
 
     connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
-    connect(m_outline, &QTreeWidget::currentItemChanged, this, &QAReporter::selItemChanged);
+    connect(m_outline->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &QAReporter::selItemChanged);
     connect(this, &QAStViewerWindow::reloadFile, this,
             qOverload<const QString&>(&QAReporter::reload));
     connect(m_headerView, &DReportWidget::activatedLink, this, &QAReporter::activateHeader);
@@ -114,8 +114,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         connect(s_preference, &QAReporterPref::preferencesChanged, this, &QAReporter::applyPrefs);
     if (studioWindow)
         connect(studioWindow, &QObject::destroyed, this, &QAReporter::mainwindowDestroyed);
-    connect(m_outline, &QTreeWidget::currentItemChanged, this,
-            [this](QTreeWidgetItem* entry) { moveDoc(entry); });
+    connect(m_outline->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& entry) { moveDoc(entry); });
     connect(m_outline, &QAListView::doubleClicked, this, &QAReporter::moveDocRaise);
 
     m_toolBar = QARToolBar::getToolBar(studio);
@@ -131,6 +131,7 @@ QAReporter::~QAReporter()
         s_manager->remove(this);
     m_documentView->clearDocs();
     m_headerView->clearDocs();
+    m_outline->clear();
     m_filter.reset();
     m_validator.reset();
     m_headerDocument.reset();

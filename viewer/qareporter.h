@@ -28,7 +28,6 @@ class QARPopupMenu;
 class QARToolBar;
 class QDockWidget;
 class QMenu;
-class QTreeWidgetItem;
 class StudioInterface;
 
 // The viewer window of one set of result files: the report documents in the centre, the summary
@@ -153,8 +152,8 @@ public Q_SLOTS:
     void failedtests();
     void displayKO();
     void displayreport();
-    void moveDoc(QTreeWidgetItem* entry);
-    void moveDocRaise(QTreeWidgetItem* entry);
+    void moveDoc(const QModelIndex& entry);
+    void moveDocRaise(const QModelIndex& entry);
     void moveDoc(const QString& tag);
     void activateHeader(DLink* link);
     // Follows a link of a report: another result file, a tag, or a source file at a line.
@@ -173,10 +172,10 @@ public Q_SLOTS:
     void saveAs() override;
     // Asks for a directory and exports the reports there as HTML pages.
     void exportDoc() override;
-    void selItemChanged(QTreeWidgetItem* entry);
-    void contextMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
-    // Opens the outline's context menu on `entry` (null on empty space) as it stands.
-    void showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int column);
+    void selItemChanged(const QModelIndex& entry);
+    void contextMenu(const QModelIndex& entry, const QPoint& position, int column);
+    // Opens the outline's context menu on `entry` (invalid on empty space) as it stands.
+    void showPopupMenu(const QModelIndex& entry, const QPoint& position, int column);
     void mainwindowDestroyed();
 
 Q_SIGNALS:
@@ -207,9 +206,9 @@ private:
     void createToolMenu();
     QAction* commandEntry(int id) const;
     void makeTagsUnique();
-    void updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const;
-    // The outline's current entry, read where it is kept: the outline deletes its entries.
-    QTreeWidgetItem* currentEntry() const;
+    void updateSubmitEntry(QAction* entry, const QModelIndex& item) const;
+    // The outline's current entry in column 0; invalid when there is none.
+    QModelIndex currentEntry() const;
     void showHeaderDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
     void rememberPlace(const Place& place);

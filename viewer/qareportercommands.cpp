@@ -9,7 +9,7 @@
 #include "sdk/trackwellinterface.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarlistviewitem.h"
+#include "viewer/outlinemodel.h"
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
@@ -40,32 +40,31 @@ void QAReporter::showHeaderDock()
 }
 
 // A failed entry is filed as a defect, another as a report; a whole file cannot be filed.
-void QAReporter::updateSubmitEntry(QAction* entry, QTreeWidgetItem* item) const
+void QAReporter::updateSubmitEntry(QAction* entry, const QModelIndex& item) const
 {
-    const auto* outlineEntry = dynamic_cast<const QARListViewItem*>(item);
-    entry->setText(outlineEntry && outlineEntry->ko ? tr("&Submit Trackwell Defect Report")
-                                                    : tr("&Submit Trackwell Report"));
-    entry->setEnabled(item && item->parent());
+    entry->setText(OutlineModel::isFailed(item) ? tr("&Submit Trackwell Defect Report")
+                                                : tr("&Submit Trackwell Report"));
+    entry->setEnabled(item.parent().isValid());
 }
 
-QTreeWidgetItem* QAReporter::currentEntry() const
+QModelIndex QAReporter::currentEntry() const
 {
-    return m_outline ? m_outline->currentItem() : nullptr;
+    return m_outline ? m_outline->currentEntry() : QModelIndex();
 }
 
-void QAReporter::contextMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+void QAReporter::contextMenu(const QModelIndex& entry, const QPoint& position, int)
 {
-    m_contextPopup->listItem = nullptr;
-    if (!entry)
+    m_contextPopup->listItem = QPersistentModelIndex();
+    if (!entry.isValid())
         return;
     updateSubmitEntry(m_submitEntry, entry);
     m_contextPopup->listItem = entry;
     m_contextPopup->popup(position);
 }
 
-void QAReporter::showPopupMenu(QTreeWidgetItem* entry, const QPoint& position, int)
+void QAReporter::showPopupMenu(const QModelIndex& entry, const QPoint& position, int)
 {
-    m_contextPopup->listItem = entry;
+    m_contextPopup->listItem = entry.siblingAtColumn(OutlineModel::NameColumn);
     m_contextPopup->popup(position);
 }
 
@@ -263,6 +262,6 @@ void QAReporter::printHeader()
 
 void QAReporter::gotoMenu()
 {
-    if (m_contextPopup->listItem)
+    if (m_contextPopup->listItem.isValid())
         moveDoc(m_contextPopup->listItem);
 }

@@ -155,6 +155,9 @@ void QAReporter::analyseData()
             savedTag = shown->tag();
         m_headerView->clearDocs();
         m_documentView->clearDocs();
+        // The outline's rows are the filtered trees: they go first.
+        if (m_outline)
+            m_outline->clear();
         m_filter->clear();
     }
     makeTagsUnique();
@@ -230,10 +233,9 @@ void QAReporter::updateListView()
             m_outline->addReport(record->tree, record->fileName);
     }
     m_outline->openToDepth(s_preference ? s_preference->general->autoDepth : 4);
-    if (QTreeWidgetItem* first = m_outline->topLevelItem(0)) {
-        m_outline->setCurrentItem(first);
-        first->setSelected(true);
-    }
+    const QModelIndex first = m_outline->model()->index(0, 0);
+    if (first.isValid())
+        m_outline->showEntry(first);
 }
 
 void QAReporter::updateTypes()
@@ -287,10 +289,10 @@ void QAReporter::refreshContents()
     m_headerView->clearDocs();
     m_headerDocument.reset();
     m_documentView->clearDocs();
-    if (m_filter)
-        m_filter->clear();
     if (m_outline)
         m_outline->clear();
+    if (m_filter)
+        m_filter->clear();
     m_dataList.clear();
     showRead(std::move(read), failed, reasons);
 }

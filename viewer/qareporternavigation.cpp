@@ -13,7 +13,7 @@
 #include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarlistviewitem.h"
+#include "viewer/outlinemodel.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -34,17 +34,17 @@ void QAReporter::prevKO()
         m_outline->prevKO();
 }
 
-void QAReporter::moveDoc(QTreeWidgetItem* entry)
+void QAReporter::moveDoc(const QModelIndex& entry)
 {
-    const auto* outlineEntry = dynamic_cast<QARListViewItem*>(entry);
-    if (!outlineEntry || !outlineEntry->item)
+    DItem* item = m_outline ? m_outline->outlineModel()->documentItem(entry) : nullptr;
+    if (!item)
         return;
-    m_documentView->moveTo(outlineEntry->item);
+    m_documentView->moveTo(item);
     if (s_preference && s_preference->general->autoRaise)
         m_documentView->setFocus();
 }
 
-void QAReporter::moveDocRaise(QTreeWidgetItem* entry)
+void QAReporter::moveDocRaise(const QModelIndex& entry)
 {
     moveDoc(entry);
 }
@@ -70,11 +70,11 @@ void QAReporter::activateHeader(DLink* link)
     m_documentView->setFocus();
 }
 
-void QAReporter::selItemChanged(QTreeWidgetItem* entry)
+void QAReporter::selItemChanged(const QModelIndex& entry)
 {
     if (!s_preference || !hostStudio())
         return;
-    updateSubmitEntry(m_submitEntry, entry);
+    updateSubmitEntry(m_submitEntry, entry.siblingAtColumn(OutlineModel::NameColumn));
 }
 
 void QAReporter::scrollToTag(const QString& tag, int, int)
@@ -256,7 +256,7 @@ QAReporter::Place QAReporter::currentPlace() const
     Place place;
     place.files = m_fileList;
     if (m_outline)
-        place.entryPath = QARListView::entryPath(m_outline->currentItem());
+        place.entryPath = QARListView::entryPath(m_outline->currentEntry());
     DDocument* document = m_documentView->currentDocument();
     if (!document)
         return place;
@@ -287,13 +287,9 @@ void QAReporter::restorePlace(const Place& place)
     if (place.files != m_fileList)
         return;
     if (m_outline) {
-        if (QTreeWidgetItem* entry = m_outline->entryAt(place.entryPath)) {
-            if (QTreeWidgetItem* selected = m_outline->currentItem())
-                selected->setSelected(false);
-            m_outline->setCurrentItem(entry);
-            entry->setSelected(true);
-            m_outline->scrollToItem(entry);
-        }
+        const QModelIndex entry = m_outline->entryAt(place.entryPath);
+        if (entry.isValid())
+            m_outline->showEntry(entry);
     }
     if (place.anchor.isEmpty()) {
         if (!place.document.isEmpty())

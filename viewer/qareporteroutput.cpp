@@ -19,7 +19,7 @@
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
 #include "viewer/qarlistview.h"
-#include "viewer/qarlistviewitem.h"
+#include "viewer/outlinemodel.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -262,21 +262,22 @@ void QAReporter::submitTrackwell()
     }
     log(tr("Submit Defect Report ...\n"));
     const nodeData studioNode = node();
-    const auto* entry = dynamic_cast<const QARListViewItem*>(currentEntry());
-    if (!entry) {
+    const QModelIndex entry = currentEntry();
+    if (!entry.isValid() || !m_outline) {
         log(tr("No nodes selected\n"));
         log(tr("Stopped.\n"));
         return;
     }
-    if (!entry->item) {
+    const OutlineModel* outline = m_outline->outlineModel();
+    if (!outline->documentItem(entry)) {
         log(tr("Can't find data\n"));
         log(tr("Stopped.\n"));
         return;
     }
-    const QTreeWidgetItem* top = entry;
-    while (top->parent())
-        top = top->parent();
-    const auto* reportEntry = static_cast<const QARListViewItem*>(top);
+    const QFileInfo reportFile = outline->fileInfo(entry);
+    const QString reportName = reportFile.fileName();
+    const QString entryName = entry.data().toString();
+    const OutlineNode* node = OutlineModel::nodeOf(entry);
 
     QString headline = studio->caption();
     QString description;
@@ -288,14 +289,14 @@ void QAReporter::submitTrackwell()
         headline += studioNode.name + QLatin1Char(':');
         description += tr("Test:       ") + studioNode.name + QLatin1Char(' ');
     }
-    headline += reportEntry->text(0) + QLatin1Char(':') + entry->text(0);
-    description += tr("Report file:  ") + reportEntry->text(0) + QLatin1Char(' ');
+    headline += reportName + QLatin1Char(':') + entryName;
+    description += tr("Report file:  ") + reportName + QLatin1Char(' ');
     description += tr("Item failed:  ", "Current node failed to Submit Defect Report") +
-                   entry->text(0) + QLatin1Char(' ');
+                   entryName + QLatin1Char(' ');
     description += tr("Item type:   ", "Current node type to Submit Defect Report") +
-                   (entry->node ? entry->node->type : QString()) + QLatin1Char(' ');
+                   (node ? node->data->type : QString()) + QLatin1Char(' ');
     const QString label = tr("Report File");
-    const QString path = QDir::toNativeSeparators(reportEntry->fileInfo.absoluteFilePath());
+    const QString path = QDir::toNativeSeparators(reportFile.absoluteFilePath());
 
     const auto echo = [&] {
         if (tracker->activatedCmdLine() && output)

@@ -1,92 +1,67 @@
 #include "viewer/qarlistview.h"
 
 #include "model/qareporterdatatree.h"
-#include "sdk/qapixmapcenter.h"
-#include "viewer/qaricons.h"
-#include "viewer/qarlistviewitem.h"
+#include "viewer/outlinemodel.h"
 
-#include <QTreeWidgetItemIterator>
 #include <vector>
 
-QARListView::QARListView(QWidget* parent) : QAListView(parent)
+QARListView::QARListView(QWidget* parent)
+    : QAListView(parent), m_model(std::make_unique<OutlineModel>())
 {
-    setColumnCount(2);
+    setModel(m_model.get());
 }
 
 QARListView::~QARListView()
 {
-    clear();
+    setModel(nullptr);
 }
 
 void QARListView::clear()
 {
-    // An entry deletes its children recursively, which a result file nested 100,000 levels deep
-    // would overflow the stack with. So the branches leave the view first, and are then taken
-    // apart from the last entry in walk order back: each entry is a leaf when its turn comes.
-    std::vector<QTreeWidgetItem*> branches;
-    while (topLevelItemCount() > 0)
-        branches.push_back(takeTopLevelItem(topLevelItemCount() - 1));
-    std::vector<QTreeWidgetItem*> walk;
-    for (QTreeWidgetItem* branch : branches) {
-        walk.clear();
-        walk.push_back(branch);
-        for (size_t i = 0; i < walk.size(); ++i) {
-            for (int child = 0; child < walk[i]->childCount(); ++child)
-                walk.push_back(walk[i]->child(child));
-        }
-        for (auto entry = walk.rbegin(); entry != walk.rend(); ++entry) {
-            if (QTreeWidgetItem* parent = (*entry)->parent())
-                parent->takeChild(parent->childCount() - 1);
-            delete *entry;
-        }
-    }
+    m_model->clear();
 }
 
-QARListViewItem* QARListView::addReport(QAReporterDataTree* tree, const QString& fileName)
+QModelIndex QARListView::addReport(QAReporterDataTree* tree, const QString& fileName)
 {
-    if (!tree || !tree->iterator())
-        return nullptr;
-    QAReporterNode* root = tree->toRoot();
-    if (!root)
-        return nullptr;
-    // The entries are built before the file entry joins the view, so that the view takes the
-    // whole branch at once instead of one insertion per node.
-    auto* fileEntry = new QARListViewItem;
-    fileEntry->fileInfo = QFileInfo(fileName);
-    fileEntry->setText(0, fileEntry->fileInfo.fileName());
-    fileEntry->setIcon(0, pixmapcenter()->icon(QARIcons::report()));
-    fileEntry->item = root->item;
-
-    std::vector<QARListViewItem*> parents{fileEntry};
-    while (QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
-        const size_t depth = size_t(tree->iterator()->depth());
-        parents.resize(depth);
-        auto* entry = new QARListViewItem(parents.back());
-        entry->decorate(node);
-        parents.push_back(entry);
-    }
-    addTopLevelItem(fileEntry);
-    return fileEntry;
+    return m_model->addFile(tree, fileName);
 }
 
 void QARListView::openToDepth(int depth)
 {
     collapseAll();
-    // Only entries with children are opened, and while the view's layout is pending, so that the
-    // view lays itself out once instead of once per opened entry.
+    // While the view's layout is pending, expand() only notes the entry, so that the view lays
+    // itself out once instead of once per opened entry. Only entries with children are opened.
     scheduleDelayedItemsLayout();
-    std::vector<std::pair<QTreeWidgetItem*, int>> pending;
-    for (int i = 0; i < topLevelItemCount(); ++i)
-        pending.emplace_back(topLevelItem(i), 0);
+    std::vector<std::pair<const OutlineNode*, int>> pending;
+    for (int row = m_model->rowCount() - 1; row >= 0; --row)
+        pending.emplace_back(m_model->fileRoot(m_model->index(row, 0)), 0);
     while (!pending.empty()) {
-        const auto [entry, entryDepth] = pending.back();
+        const auto [node, nodeDepth] = pending.back();
         pending.pop_back();
-        if ((entryDepth > 0 && entryDepth >= depth) || entry->childCount() == 0)
+        if ((nodeDepth > 0 && nodeDepth >= depth) || node->children.empty())
             continue;
-        entry->setExpanded(true);
-        for (int i = 0; i < entry->childCount(); ++i)
-            pending.emplace_back(entry->child(i), entryDepth + 1);
+        expand(m_model->indexOf(node));
+        for (const auto& child : node->children)
+            pending.emplace_back(child.get(), nodeDepth + 1);
     }
+}
+
+QModelIndex QARListView::currentEntry() const
+{
+    const QModelIndex current = currentIndex();
+    return current.isValid() ? current.siblingAtColumn(OutlineModel::NameColumn) : current;
+}
+
+void QARListView::showEntry(const QModelIndex& entry)
+{
+    // The closed branches above the entry open in one layout.
+    scheduleDelayedItemsLayout();
+    for (QModelIndex above = entry.parent(); above.isValid(); above = above.parent())
+        expand(above);
+    setCurrentIndex(entry);
+    selectionModel()->select(entry, QItemSelectionModel::ClearAndSelect |
+                                        QItemSelectionModel::Rows);
+    scrollTo(entry);
 }
 
 void QARListView::nextKO()
@@ -101,45 +76,39 @@ void QARListView::prevKO()
 
 void QARListView::stepToFailure(bool forward)
 {
-    QTreeWidgetItem* start = currentItem();
-    if (!start)
+    const QModelIndex start = currentEntry();
+    if (!start.isValid())
         return;
-    QTreeWidgetItemIterator it(start);
-    for (forward ? ++it : --it; *it; forward ? ++it : --it) {
-        auto* entry = dynamic_cast<QARListViewItem*>(*it);
-        if (!entry || !entry->ko)
-            continue;
-        start->setSelected(false);
-        setCurrentItem(entry);
-        entry->setExpanded(true);
-        entry->setSelected(true);
-        scrollToItem(entry);
-        Q_EMIT doubleClicked(entry);
+    const QModelIndex failure = m_model->failureFrom(start, forward);
+    if (!failure.isValid())
         return;
-    }
+    showEntry(failure);
+    expand(failure);
+    Q_EMIT doubleClicked(failure);
 }
 
-QStringList QARListView::entryPath(const QTreeWidgetItem* entry)
+QStringList QARListView::entryPath(const QModelIndex& entry)
 {
     QStringList path;
-    for (; entry; entry = entry->parent())
-        path.prepend(entry->text(0));
+    for (QModelIndex at = entry.siblingAtColumn(OutlineModel::NameColumn); at.isValid();
+         at = at.parent())
+        path.prepend(at.data().toString());
     return path;
 }
 
-QTreeWidgetItem* QARListView::entryAt(const QStringList& path) const
+QModelIndex QARListView::entryAt(const QStringList& path) const
 {
-    QTreeWidgetItem* found = nullptr;
+    QModelIndex found;
     for (const QString& name : path) {
-        const int count = found ? found->childCount() : topLevelItemCount();
-        QTreeWidgetItem* next = nullptr;
-        for (int i = 0; i < count && !next; ++i) {
-            QTreeWidgetItem* candidate = found ? found->child(i) : topLevelItem(i);
-            if (candidate->text(0) == name)
+        const int count = m_model->rowCount(found);
+        QModelIndex next;
+        for (int row = 0; row < count && !next.isValid(); ++row) {
+            const QModelIndex candidate = m_model->index(row, OutlineModel::NameColumn, found);
+            if (candidate.data().toString() == name)
                 next = candidate;
         }
-        if (!next)
-            return nullptr;
+        if (!next.isValid())
+            return {};
         found = next;
     }
     return found;

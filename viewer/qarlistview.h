@@ -2,11 +2,14 @@
 
 #include "sdk/qalistview.h"
 
+#include <memory>
+
+class OutlineModel;
 class QAReporterDataTree;
-class QARListViewItem;
 
 // The outline of a viewer window: one entry per result file with its result nodes below, and
-// the search for the next or previous failed entry.
+// the search for the next or previous failed entry. The entries are the rows of an OutlineModel
+// over the shown trees; an entry is named by its index in column 0.
 class QARListView : public QAListView
 {
     Q_OBJECT
@@ -15,18 +18,23 @@ public:
     explicit QARListView(QWidget* parent = nullptr);
     ~QARListView() override;
 
-    // Appends the entry of one result file with all its nodes; returns it, or null when the
-    // tree has no root.
-    QARListViewItem* addReport(QAReporterDataTree* tree, const QString& fileName);
+    OutlineModel* outlineModel() const { return m_model.get(); }
+
+    // Appends the entry of one result file with all its nodes; returns it, or an invalid index
+    // when the tree has no root. The tree must stay until clear().
+    QModelIndex addReport(QAReporterDataTree* tree, const QString& fileName);
     // Opens the entries whose depth (0 for files) is below `depth`, closes the others; file
     // entries always stay open.
     void openToDepth(int depth);
+    // The current entry, in column 0; invalid when there is none.
+    QModelIndex currentEntry() const;
+    // Makes `entry` the current and only selected entry and scrolls to it.
+    void showEntry(const QModelIndex& entry);
     // The names from the file entry down to `entry`, and the entry found again by them (the
-    // first of equal names at each level); null when the path leads nowhere.
-    static QStringList entryPath(const QTreeWidgetItem* entry);
-    QTreeWidgetItem* entryAt(const QStringList& path) const;
-    // Removes and deletes every entry, deep branches without recursion. It stands in for
-    // QTreeWidget::clear(), whose entries delete their children recursively.
+    // first of equal names at each level); invalid when the path leads nowhere.
+    static QStringList entryPath(const QModelIndex& entry);
+    QModelIndex entryAt(const QStringList& path) const;
+    // Removes every entry; the trees may go afterwards.
     void clear();
 
 public Q_SLOTS:
@@ -37,4 +45,6 @@ public Q_SLOTS:
 
 private:
     void stepToFailure(bool forward);
+
+    std::unique_ptr<OutlineModel> m_model;
 };

@@ -1,8 +1,7 @@
 #pragma once
 
 #include <QMenu>
-
-class QTreeWidgetItem;
+#include <QPersistentModelIndex>
 
 // The context menu of the outline; it remembers the entry it was opened on.
 class QARPopupMenu : public QMenu
@@ -12,5 +11,5 @@ class QARPopupMenu : public QMenu
 public:
     using QMenu::QMenu;
 
-    QTreeWidgetItem* listItem = nullptr;
+    QPersistentModelIndex listItem; // invalid on empty space, or once the outline is cleared
 };

@@ -22,7 +22,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <QTreeWidget>
+#include <QTreeView>
 #include <functional>
 
 namespace {
@@ -154,12 +154,13 @@ class TestStudioCancel : public QObject
         now.tabText = m_studio->tabs()->tabText(m_studio->tabs()->currentIndex());
         now.title = m_studio->windowTitle();
         now.recent = m_studio->recentFiles();
-        if (auto* tree = qobject_cast<QTreeWidget*>(m_studio->currentOutline());
-            tree && tree->topLevelItemCount() > 0) {
-            QTreeWidgetItem* top = tree->topLevelItem(0);
-            now.outline.append(top->text(0));
-            for (int i = 0; i < top->childCount(); ++i)
-                now.outline.append(top->child(i)->text(0));
+        if (auto* tree = qobject_cast<QTreeView*>(m_studio->currentOutline());
+            tree && tree->model() && tree->model()->rowCount() > 0) {
+            const QAbstractItemModel* entries = tree->model();
+            const QModelIndex top = entries->index(0, 0);
+            now.outline.append(top.data().toString());
+            for (int i = 0; i < entries->rowCount(top); ++i)
+                now.outline.append(entries->index(i, 0, top).data().toString());
         }
         return now;
     }

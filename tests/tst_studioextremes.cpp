@@ -11,6 +11,7 @@
 #include "tests/studiotestkit.h"
 #include "tests/testkit.h"
 #include "viewer/qareporter.h"
+#include "viewer/qarlistview.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>
@@ -210,6 +211,50 @@ private Q_SLOTS:
         close->trigger();
         QTRY_VERIFY(window.isNull());
         QCOMPARE(m_studio->tabs()->count(), 0);
+    }
+
+    // A failure at the bottom of a file nested 100,000 levels deep: F8 reaches it without
+    // opening the outline past the depth the tree view can lay out, the entry at that depth
+    // stands for it, and F8 goes on from the failure itself. "*" opens a whole branch, down to
+    // the same depth.
+    void deepFailureIsReachedWithoutOpeningEveryLevel()
+    {
+        const int depth = 100000;
+        QByteArray markup = "<XROD><DOCUMENT tag='deeper' title='deeper'>";
+        markup.reserve(depth * 80);
+        for (int i = 0; i < depth; ++i)
+            markup += i == depth - 1 ? "<XROD:NODE name='bottom' type='t' state='ko' sum='1'>"
+                                       "<SECTION><PARAGRAPH>the failure</PARAGRAPH>"
+                                     : "<XROD:NODE name='n' type='t' state='ok' sum='1'><SECTION>";
+        for (int i = 0; i < depth; ++i)
+            markup += "</SECTION></XROD:NODE>";
+        markup += "</DOCUMENT></XROD>";
+        const QString path = m_dir.filePath(QStringLiteral("deeper.crc"));
+        QVERIFY(writeFile(path, markup));
+        QPointer<QAStViewerWindow> window = openThroughTheMenu(path);
+        QVERIFY(window);
+
+        QCOMPARE(outline()->currentIndex(), fileEntry(0));
+        pressOnOutline(Qt::Key_F8);
+        const QModelIndex standIn = outline()->currentIndex();
+        QCOMPARE(depthOf(standIn), QARListView::openDepthLimit);
+        QVERIFY(outline()->isExpanded(standIn.parent()));
+        QVERIFY(!outline()->isExpanded(standIn));
+        pressOnOutline(Qt::Key_F8); // nothing fails after the bottom
+        QCOMPARE(outline()->currentIndex(), standIn);
+        pressOnOutline(Qt::Key_F8, Qt::ShiftModifier); // nor before it
+        QCOMPARE(outline()->currentIndex(), standIn);
+
+        outline()->setCurrentIndex(fileEntry(0));
+        outline()->collapseAll();
+        pressOnOutline(Qt::Key_Asterisk);
+        QVERIFY(outline()->isExpanded(standIn.parent()));
+        QVERIFY(!outline()->isExpanded(standIn));
+
+        QAction* close = menuCommand(m_studio->menuBar(), QStringLiteral("Close"));
+        QVERIFY(close);
+        close->trigger();
+        QTRY_VERIFY(window.isNull());
     }
 
     // The viewers hear of new preferences once per confirmation: Apply then OK without an edit

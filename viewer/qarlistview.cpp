@@ -3,6 +3,7 @@
 #include "model/qareporterdatatree.h"
 #include "viewer/outlinemodel.h"
 
+#include <QKeyEvent>
 #include <vector>
 
 QARListView::QARListView(QWidget* parent)
@@ -26,24 +27,56 @@ QModelIndex QARListView::addReport(QAReporterDataTree* tree, const QString& file
     return m_model->addFile(tree, fileName);
 }
 
+namespace {
+
+// Levels above `entry`: 0 for a file entry.
+int depthOf(QModelIndex entry)
+{
+    int depth = 0;
+    for (entry = entry.parent(); entry.isValid(); entry = entry.parent())
+        ++depth;
+    return depth;
+}
+
+} // namespace
+
 void QARListView::openToDepth(int depth)
 {
     collapseAll();
     // While the view's layout is pending, expand() only notes the entry, so that the view lays
-    // itself out once instead of once per opened entry. Only entries with children are opened.
+    // itself out once instead of once per opened entry. File entries always open.
     scheduleDelayedItemsLayout();
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        openBranch(m_model->index(row, 0), qBound(1, depth, openDepthLimit));
+}
+
+void QARListView::openBranch(const QModelIndex& entry, int limit)
+{
+    // Only entries with children are opened.
     std::vector<std::pair<const OutlineNode*, int>> pending;
-    for (int row = m_model->rowCount() - 1; row >= 0; --row)
-        pending.emplace_back(m_model->fileRoot(m_model->index(row, 0)), 0);
+    pending.emplace_back(OutlineModel::nodeOf(entry), depthOf(entry));
+    if (!pending.back().first)
+        pending.back().first = m_model->fileRoot(entry);
     while (!pending.empty()) {
         const auto [node, nodeDepth] = pending.back();
         pending.pop_back();
-        if ((nodeDepth > 0 && nodeDepth >= depth) || node->children.empty())
+        if (!node || nodeDepth >= limit || node->children.empty())
             continue;
         expand(m_model->indexOf(node));
         for (const auto& child : node->children)
             pending.emplace_back(child.get(), nodeDepth + 1);
     }
+}
+
+void QARListView::keyPressEvent(QKeyEvent* event)
+{
+    const QModelIndex current = currentEntry();
+    if (event->key() == Qt::Key_Asterisk && current.isValid()) {
+        scheduleDelayedItemsLayout();
+        openBranch(current, openDepthLimit);
+        return;
+    }
+    QAListView::keyPressEvent(event);
 }
 
 QModelIndex QARListView::currentEntry() const
@@ -54,14 +87,19 @@ QModelIndex QARListView::currentEntry() const
 
 void QARListView::showEntry(const QModelIndex& entry)
 {
+    QModelIndex shown = entry;
+    for (int depth = depthOf(entry); depth > openDepthLimit; --depth)
+        shown = shown.parent();
+    m_deepEntry = shown == entry ? QModelIndex() : entry;
+    m_deepStandIn = shown == entry ? QModelIndex() : shown;
     // The closed branches above the entry open in one layout.
     scheduleDelayedItemsLayout();
-    for (QModelIndex above = entry.parent(); above.isValid(); above = above.parent())
+    for (QModelIndex above = shown.parent(); above.isValid(); above = above.parent())
         expand(above);
-    setCurrentIndex(entry);
-    selectionModel()->select(entry, QItemSelectionModel::ClearAndSelect |
-                                        QItemSelectionModel::Rows);
-    scrollTo(entry);
+    setCurrentIndex(shown);
+    selectionModel()->select(shown,
+                             QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    scrollTo(shown);
 }
 
 void QARListView::nextKO()
@@ -76,14 +114,17 @@ void QARListView::prevKO()
 
 void QARListView::stepToFailure(bool forward)
 {
-    const QModelIndex start = currentEntry();
+    QModelIndex start = currentEntry();
     if (!start.isValid())
         return;
+    if (m_deepEntry.isValid() && start == m_deepStandIn)
+        start = m_deepEntry;
     const QModelIndex failure = m_model->failureFrom(start, forward);
     if (!failure.isValid())
         return;
     showEntry(failure);
-    expand(failure);
+    if (depthOf(failure) < openDepthLimit)
+        expand(failure);
     Q_EMIT doubleClicked(failure);
 }
 

@@ -2,6 +2,7 @@
 
 #include "sdk/qalistview.h"
 
+#include <QPersistentModelIndex>
 #include <memory>
 
 class OutlineModel;
@@ -37,14 +38,29 @@ public:
     // Removes every entry; the trees may go afterwards.
     void clear();
 
+    // The tree view lays out opened branches recursively, one call per level: entries deeper
+    // than this stay closed, so that a result file nested a hundred thousand levels deep cannot
+    // exhaust the stack. An entry below the limit is stood for by its ancestor at the limit.
+    static constexpr int openDepthLimit = 1000;
+
 public Q_SLOTS:
     // Select the next (previous) failed entry after (before) the current one, across closed
     // branches and files, without wrapping around, and emit doubleClicked() for it.
     void nextKO();
     void prevKO();
 
+protected:
+    // "*" opens the whole branch under the current entry, down to the limit.
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     void stepToFailure(bool forward);
+    // Opens `entry` and every entry below it down to the depth `limit` (0 for file entries).
+    void openBranch(const QModelIndex& entry, int limit);
 
     std::unique_ptr<OutlineModel> m_model;
+    // The entry last shown when it lay below the limit, and the ancestor that stands for it:
+    // stepping to failures goes on from the entry while the ancestor stays current.
+    QPersistentModelIndex m_deepEntry;
+    QPersistentModelIndex m_deepStandIn;
 };

@@ -216,6 +216,8 @@ private:
     QString reportDirectoryOf(const DItem* item) const;
     bool showPlace(const Place& place);
     void restorePlace(const Place& place);
+    // Scrolls to the top of the shown document tagged `tag`; false when none is shown.
+    bool moveToDocument(const QString& tag);
 
     static QAReporterPref* s_preference;
     static QAReporterManager* s_manager;

@@ -176,7 +176,7 @@ void QAReporter::analyseData()
     if (m_headerShown)
         showHeaderDock();
     if (!savedTag.isNull())
-        m_documentView->moveTo(QString(), QString(), savedTag);
+        moveToDocument(savedTag);
     restorePlace(place);
     m_dataAnalysed = true;
     if (studio)

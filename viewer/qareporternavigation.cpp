@@ -12,8 +12,8 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
-#include "viewer/qarlistview.h"
 #include "viewer/outlinemodel.h"
+#include "viewer/qarlistview.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -282,6 +282,15 @@ QAReporter::Place QAReporter::currentPlace() const
     return place;
 }
 
+bool QAReporter::moveToDocument(const QString& tag)
+{
+    for (const DDocument* document : m_documentView->documents()) {
+        if (document->tag() == tag)
+            return m_documentView->moveTo(document);
+    }
+    return false;
+}
+
 void QAReporter::restorePlace(const Place& place)
 {
     if (place.files != m_fileList)
@@ -293,7 +302,7 @@ void QAReporter::restorePlace(const Place& place)
     }
     if (place.anchor.isEmpty()) {
         if (!place.document.isEmpty())
-            m_documentView->moveTo(QString(), QString(), place.document);
+            moveToDocument(place.document);
         return;
     }
     if (!m_documentView->moveTo(QString(), place.document, place.anchor))

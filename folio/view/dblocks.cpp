@@ -361,6 +361,17 @@ DItem* DBlockList::findTag(const QString& document, const QString& tag) const
 {
     if (tag.isEmpty())
         return nullptr;
+    // Within named documents a walk costs less than the index of every tag, which only lookups
+    // across all documents (links) need.
+    if (!m_tagIndexBuilt && !document.isEmpty()) {
+        for (int index = 0; index < int(m_documents.size()); ++index) {
+            if (m_documents[index]->tag() == document) {
+                if (DItem* found = findTagIn(index, tag))
+                    return found;
+            }
+        }
+        return nullptr;
+    }
     if (!m_tagIndexBuilt)
         buildTagIndex();
     const auto first = m_firstTagged.constFind(tag);

@@ -68,7 +68,7 @@ public:
     void analyse(const QStringList& files);
     void analyseData();
     void refreshContents() override;
-    void updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
+    void updateView(const std::vector<QAReporterData*>& shown,
                     std::unique_ptr<DDocument> header);
     void updateListView();
     void updateTypes();

@@ -18,6 +18,8 @@
 #include <QDir>
 #include <QFile>
 #include <QStringList>
+#include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <unistd.h>
 
@@ -80,7 +82,40 @@ int countNodes(QAReporterDataTree* tree)
     return count;
 }
 
-int dump(const QStringList& arguments)
+// A viewer window without a display, in a studio of its own. Its dialogs are scripted: a
+// warning (files that could not be read) is recorded instead of shown.
+struct HeadlessViewer
+{
+    HeadlessViewer() : dialogs(installScriptedDialogs())
+    {
+        QAReporter::initialize(nullptr, &studio); // before the window, which reads the settings
+        window = std::make_unique<QAReporter>(QStringLiteral("crcview"), QPixmap());
+    }
+    bool warned() const { return !dialogs->asked.isEmpty(); }
+
+    static const ScriptedDialogs* installScriptedDialogs()
+    {
+        auto scripted = std::make_unique<ScriptedDialogs>();
+        const ScriptedDialogs* installed = scripted.get();
+        QADialogs::install(std::move(scripted));
+        return installed;
+    }
+
+    const ScriptedDialogs* dialogs;
+    HeadlessStudio studio;
+    std::unique_ptr<QAReporter> window;
+};
+
+// What a command has read. It is never freed: the process ends with it still in memory, since
+// freeing a million nodes one by one is time the user would wait for nothing.
+struct Loaded
+{
+    std::unique_ptr<QAReporterData> record;
+    std::unique_ptr<QAReporterFilter> filter;
+    std::unique_ptr<HeadlessViewer> viewer;
+};
+
+int dump(const QStringList& arguments, Loaded& loaded)
 {
     bool countOnly = false;
     bool filtered = false;
@@ -113,7 +148,8 @@ int dump(const QStringList& arguments)
         return usage();
 
     ReportLoadError error;
-    const std::unique_ptr<QAReporterData> record = loadReport(path, {}, nullptr, &error);
+    loaded.record = loadReport(path, {}, nullptr, &error);
+    const QAReporterData* record = loaded.record.get();
     if (!record) {
         std::cerr << ImportCache::originalOf(path).toStdString();
         if (error.line > 0)
@@ -122,10 +158,11 @@ int dump(const QStringList& arguments)
         return exitUnreadable;
     }
     QAReporterDataTree* tree = record->tree;
-    QAReporterFilter filter;
     if (filtered) {
+        loaded.filter = std::make_unique<QAReporterFilter>();
+        QAReporterFilter& filter = *loaded.filter;
         filter.setValidator(validator);
-        filter.applyFilter({record.get()});
+        filter.applyFilter({loaded.record.get()});
         tree = filter.filtered().empty() ? nullptr : filter.filtered().front()->tree.data();
     }
     if (countOnly) {
@@ -155,32 +192,8 @@ void prepareHeadlessDisplay()
     }
 }
 
-// A viewer window without a display, in a studio of its own. Its dialogs are scripted: a
-// warning (files that could not be read) is recorded instead of shown.
-struct HeadlessViewer
-{
-    HeadlessViewer() : dialogs(installScriptedDialogs())
-    {
-        QAReporter::initialize(nullptr, &studio); // before the window, which reads the settings
-        window = std::make_unique<QAReporter>(QStringLiteral("crcview"), QPixmap());
-    }
-    bool warned() const { return !dialogs->asked.isEmpty(); }
-
-    static const ScriptedDialogs* installScriptedDialogs()
-    {
-        auto scripted = std::make_unique<ScriptedDialogs>();
-        const ScriptedDialogs* installed = scripted.get();
-        QADialogs::install(std::move(scripted));
-        return installed;
-    }
-
-    const ScriptedDialogs* dialogs;
-    HeadlessStudio studio;
-    std::unique_ptr<QAReporter> window;
-};
-
 // Runs a viewer window headless on the files, as the studio does for a console run.
-int summary(const QStringList& arguments)
+int summary(const QStringList& arguments, Loaded& loaded)
 {
     QString node;
     bool check = false;
@@ -199,7 +212,8 @@ int summary(const QStringList& arguments)
     if (files.isEmpty())
         return usage();
 
-    HeadlessViewer viewer;
+    loaded.viewer = std::make_unique<HeadlessViewer>();
+    HeadlessViewer& viewer = *loaded.viewer;
     if (!node.isEmpty())
         viewer.window->setNode({QString(), node});
     viewer.window->setFiles(&files, nullptr, QAStViewerWindow::Console);
@@ -219,7 +233,7 @@ public:
 };
 
 // Opens the files in a viewer window without a display and exports them as HTML pages.
-int exportPages(const QStringList& arguments)
+int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
     QStringList rest;
@@ -239,7 +253,8 @@ int exportPages(const QStringList& arguments)
                   << "\n";
         return exitUnreadable;
     }
-    HeadlessViewer viewer;
+    loaded.viewer = std::make_unique<HeadlessViewer>();
+    HeadlessViewer& viewer = *loaded.viewer;
     viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
     // Only files that could not be read are errors; the question asked when nothing failed
     // (show all results instead?) is not.
@@ -257,6 +272,16 @@ int exportPages(const QStringList& arguments)
                      .constData()
               << "\n";
     return unreadable || !complete ? exitUnreadable : 0;
+}
+
+// Ends the process once the output is out, leaving what the command read where it is. Every
+// file a command writes is closed before it returns; only the standard streams are still open.
+[[noreturn]] void endKeepingLoaded(int status)
+{
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    std::_Exit(status);
 }
 
 } // namespace
@@ -282,11 +307,15 @@ int main(int argc, char** argv)
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;
+    Loaded loaded;
+    int status = 0;
     if (command == QLatin1String("dump"))
-        return imported.exitStatus(dump(arguments));
-    if (command == QLatin1String("summary"))
-        return imported.exitStatus(summary(arguments));
-    if (command == QLatin1String("export"))
-        return imported.exitStatus(exportPages(arguments));
-    return usage();
+        status = dump(arguments, loaded);
+    else if (command == QLatin1String("summary"))
+        status = summary(arguments, loaded);
+    else if (command == QLatin1String("export"))
+        status = exportPages(arguments, loaded);
+    else
+        return usage();
+    endKeepingLoaded(imported.exitStatus(status));
 }

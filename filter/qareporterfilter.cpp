@@ -20,53 +20,32 @@ void QAReporterFilter::setValidator(const QAReporterNodeValidator& validator)
     m_validator = std::make_unique<QAReporterNodeValidator>(validator);
 }
 
-namespace {
-
-// The document of a report without result nodes (a report document such as a `.xrd`), copied
-// whole: there is nothing in it to filter.
-std::unique_ptr<DDocument> copyWhole(const DDocument& source)
+// True when the validator accepts every node of the report's tree, or when the report has no
+// tree to filter: then the report is shown as it is.
+bool QAReporterFilter::keepsWhole(QAReporterData& report) const
 {
-    std::unique_ptr<DItem> root = source.copy();
-    struct Pending
-    {
-        const DItemContainer* from;
-        DItemContainer* to;
-    };
-    std::vector<Pending> pending{{&source, root->asContainer()}};
-    while (!pending.empty()) {
-        const Pending level = pending.back();
-        pending.pop_back();
-        DItem* last = nullptr;
-        for (const DItem* child = level.from->firstChild(); child; child = child->next()) {
-            std::unique_ptr<DItem> copy = child->copy();
-            DItem* added = copy.get();
-            copy->setParent(level.to);
-            if (last)
-                last->setNext(std::move(copy));
-            else
-                level.to->setFirstChild(std::move(copy));
-            last = added;
-            if (const DItemContainer* container = child->asContainer())
-                pending.push_back({container, added->asContainer()});
-        }
+    QAReporterDataTree* tree = report.tree;
+    if (!tree || !tree->toRoot())
+        return true;
+    if (!m_validator)
+        return false;
+    if (m_validator->isValid(*tree->toRoot()) != QAReporterNodeValidator::allAccepted)
+        return false;
+    while (const QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
+        if (m_validator->isValid(*node) != QAReporterNodeValidator::allAccepted)
+            return false;
     }
-    return std::unique_ptr<DDocument>(static_cast<DDocument*>(root.release()));
+    return true;
 }
-
-} // namespace
 
 bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
 {
     DUpdater updater;
-    for (const QAReporterData* report : reports) {
+    for (QAReporterData* report : reports) {
         if (!report || !report->document)
             continue;
-        if (!report->tree || !report->tree->toRoot()) {
-            auto shownWhole = std::make_unique<QAReporterData>();
-            shownWhole->fileName = report->fileName;
-            shownWhole->document = copyWhole(*report->document);
-            updater.doItem(shownWhole->document.get());
-            m_filtered.push_back(std::move(shownWhole));
+        if (keepsWhole(*report)) {
+            m_shown.push_back(report);
             continue;
         }
         QAReporterFilterWriter writer(m_validator.get());
@@ -78,14 +57,16 @@ bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
         filtered->document = writer.takeNewDocument();
         if (filtered->document)
             updater.doItem(filtered->document.get());
-        m_filtered.push_back(std::move(filtered));
+        m_shown.push_back(filtered.get());
+        m_copies.push_back(std::move(filtered));
     }
     return true;
 }
 
 void QAReporterFilter::clear()
 {
-    m_filtered.clear();
+    m_shown.clear();
+    m_copies.clear();
 }
 
 namespace {

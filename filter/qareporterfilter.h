@@ -10,8 +10,9 @@ class DDocument;
 class QAReporterData;
 class QAReporterNodeValidator;
 
-// Rebuilds each report without the sections of the nodes its validator rejects, and builds the
-// summary document of all reports.
+// Shows each report without the sections of the nodes its validator rejects, and builds the
+// summary document of all reports. A report the validator keeps whole is shown as it is; the
+// others are rebuilt as copies without the rejected sections.
 class QAReporterFilter
 {
 public:
@@ -22,11 +23,12 @@ public:
 
     // Takes a copy of `validator`; later changes of the original need a new call.
     void setValidator(const QAReporterNodeValidator& validator);
-    // Appends one filtered record per report that has a tree and a document, in list order.
-    // The reports must outlive the filtered records.
+    // Appends one shown record per report that has a document, in list order: the report
+    // itself when nothing of it is rejected, else a filtered copy owned here. The reports must
+    // outlive the shown records; the filter changes none of them.
     bool applyFilter(const QList<QAReporterData*>& reports);
     void clear();
-    const std::vector<std::unique_ptr<QAReporterData>>& filtered() const { return m_filtered; }
+    const std::vector<QAReporterData*>& filtered() const { return m_shown; }
 
     // The summary: one table row per report (name linking to its document, status, failed,
     // passed and inconclusive counts, total) and a row of totals. `name` takes no part in it;
@@ -38,6 +40,9 @@ public:
     virtual bool filterAction();
 
 private:
+    bool keepsWhole(QAReporterData& report) const;
+
     std::unique_ptr<QAReporterNodeValidator> m_validator;
-    std::vector<std::unique_ptr<QAReporterData>> m_filtered;
+    std::vector<QAReporterData*> m_shown;
+    std::vector<std::unique_ptr<QAReporterData>> m_copies;
 };

@@ -97,9 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::unique_ptr<DDocument> summary = filter.doHeaderDoc(reports, QString(), {});
     summary->setTag(QStringLiteral("index"));
 
-    QList<QAReporterData*> displayed;
-    for (const auto& shown : filter.filtered())
-        displayed.append(shown.get());
+    const QList<QAReporterData*> displayed(filter.filtered().begin(), filter.filtered().end());
     QAReporterHTMLWriter writer(reports, displayed, nullptr, nullptr);
     writer.setBaseForLink(output);
     DExportHtml exporter(output, root.filePath(QStringLiteral("dhtml.cfg")));

@@ -72,7 +72,7 @@ public:
     bool loadCancelled() const { return m_loadCancelled; }
     void analyseData();
     void refreshContents() override;
-    void updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
+    void updateView(const std::vector<QAReporterData*>& shown,
                     std::unique_ptr<DDocument> header);
     void updateListView();
     void updateTypes();

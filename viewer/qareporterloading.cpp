@@ -200,7 +200,7 @@ void QAReporter::makeTagsUnique()
     }
 }
 
-void QAReporter::updateView(const std::vector<std::unique_ptr<QAReporterData>>& shown,
+void QAReporter::updateView(const std::vector<QAReporterData*>& shown,
                             std::unique_ptr<DDocument> header)
 {
     m_headerView->clearDocs();
@@ -210,7 +210,7 @@ void QAReporter::updateView(const std::vector<std::unique_ptr<QAReporterData>>& 
     if (shown.empty() || !isActivatedDisplay())
         return;
     bool first = true;
-    for (const auto& record : shown) {
+    for (const QAReporterData* record : shown) {
         if (!record->document)
             continue;
         m_documentView->setDocument(record->document.get(), first);
@@ -229,7 +229,7 @@ void QAReporter::updateListView()
     m_outline->setAllColumnsShowFocus(false);
     m_outline->setSortingEnabled(false);
     if (m_filter) {
-        for (const auto& record : m_filter->filtered())
+        for (const QAReporterData* record : m_filter->filtered())
             m_outline->addReport(record->tree, record->fileName);
     }
     m_outline->openToDepth(s_preference ? s_preference->general->autoDepth : 4);

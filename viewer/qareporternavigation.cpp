@@ -86,9 +86,8 @@ QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
 {
     if (!m_filter)
         return nullptr;
-    QList<QAReporterData*> displayed;
-    for (const auto& record : m_filter->filtered())
-        displayed.append(record.get());
+    const QList<QAReporterData*> displayed(m_filter->filtered().begin(),
+                                           m_filter->filtered().end());
     return ::searchReporterNode(displayed, item);
 }
 

@@ -136,8 +136,8 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
     QList<QAReporterData*> displayed;
     if (m_filter) {
         QHash<QString, QAReporterData*> filtered;
-        for (const auto& record : m_filter->filtered())
-            filtered.insert(record->fileName, record.get());
+        for (QAReporterData* record : m_filter->filtered())
+            filtered.insert(record->fileName, record);
         for (const auto& record : m_dataList) {
             if (QAReporterData* shown = filtered.value(record->fileName))
                 displayed.append(shown);

@@ -24,8 +24,13 @@ void QAReporterFilterWriter::DroppedIndex::build(const std::vector<const QARepor
         size *= 2;
     m_slots.assign(size, Slot());
     m_mask = size - 1;
+    m_present.assign(size * 4 / 64, 0);
+    m_presentMask = size * 4 - 1;
     for (const QAReporterNode* node : dropped) {
-        for (std::size_t i = slotOf(node->item);; i = (i + 1) & m_mask) {
+        const std::uint64_t h = hash(node->item);
+        const std::size_t bit = std::size_t(h) & m_presentMask;
+        m_present[bit / 64] |= std::uint64_t(1) << (bit % 64);
+        for (std::size_t i = std::size_t(h >> 32) & m_mask;; i = (i + 1) & m_mask) {
             Slot& slot = m_slots[i];
             if (!slot.item) {
                 slot = {node->item, node};
@@ -41,7 +46,11 @@ const QAReporterNode* QAReporterFilterWriter::DroppedIndex::find(const DItem* it
 {
     if (m_slots.empty())
         return nullptr;
-    for (std::size_t i = slotOf(item);; i = (i + 1) & m_mask) {
+    const std::uint64_t h = hash(item);
+    const std::size_t bit = std::size_t(h) & m_presentMask;
+    if (!(m_present[bit / 64] & (std::uint64_t(1) << (bit % 64))))
+        return nullptr;
+    for (std::size_t i = std::size_t(h >> 32) & m_mask;; i = (i + 1) & m_mask) {
         const Slot& slot = m_slots[i];
         if (slot.item == item)
             return slot.node;
@@ -50,11 +59,11 @@ const QAReporterNode* QAReporterFilterWriter::DroppedIndex::find(const DItem* it
     }
 }
 
-std::size_t QAReporterFilterWriter::DroppedIndex::slotOf(const DItem* item) const
+// The table's slot comes from the upper half, the bit set's bit from the lower half.
+std::uint64_t QAReporterFilterWriter::DroppedIndex::hash(const DItem* item)
 {
-    const std::uint64_t h = std::uint64_t(reinterpret_cast<std::uintptr_t>(item)) *
-                            0x9e3779b97f4a7c15ull;
-    return std::size_t(h >> 32) & m_mask;
+    std::uint64_t h = std::uint64_t(reinterpret_cast<std::uintptr_t>(item)) * 0x9e3779b97f4a7c15ull;
+    return h ^ (h >> 29);
 }
 
 QAReporterFilterWriter::QAReporterFilterWriter(const QAReporterNodeValidator* validator)

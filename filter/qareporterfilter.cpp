@@ -40,7 +40,6 @@ bool QAReporterFilter::keepsWhole(QAReporterData& report) const
 
 bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
 {
-    DUpdater updater;
     for (QAReporterData* report : reports) {
         if (!report || !report->document)
             continue;
@@ -54,9 +53,8 @@ bool QAReporterFilter::applyFilter(const QList<QAReporterData*>& reports)
         auto filtered = std::make_unique<QAReporterData>();
         filtered->fileName = report->fileName;
         filtered->tree = writer.takeNewTree().release();
+        // The writer links every copy to its parent: the document needs no further pass.
         filtered->document = writer.takeNewDocument();
-        if (filtered->document)
-            updater.doItem(filtered->document.get());
         m_shown.push_back(filtered.get());
         m_copies.push_back(std::move(filtered));
     }

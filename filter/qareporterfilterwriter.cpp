@@ -5,6 +5,8 @@
 #include "folio/model/dlink.h"
 #include "model/qareporterdatatree.h"
 
+#include <climits>
+
 namespace {
 
 // A node that no document item followed: it has no section to begin or end.
@@ -14,6 +16,55 @@ bool isSectionless(const QAReporterNode* node)
 }
 
 } // namespace
+
+void QAReporterFilterWriter::DroppedIndex::build(const std::vector<const QAReporterNode*>& dropped)
+{
+    std::size_t size = 16;
+    while (size < 2 * dropped.size())
+        size *= 2;
+    m_slots.assign(size, Slot());
+    m_mask = size - 1;
+    m_present.assign(size * 4 / 64, 0);
+    m_presentMask = size * 4 - 1;
+    for (const QAReporterNode* node : dropped) {
+        const std::uint64_t h = hash(node->item);
+        const std::size_t bit = std::size_t(h) & m_presentMask;
+        m_present[bit / 64] |= std::uint64_t(1) << (bit % 64);
+        for (std::size_t i = std::size_t(h >> 32) & m_mask;; i = (i + 1) & m_mask) {
+            Slot& slot = m_slots[i];
+            if (!slot.item) {
+                slot = {node->item, node};
+                break;
+            }
+            if (slot.item == node->item)
+                break; // an earlier node begins here: it stays
+        }
+    }
+}
+
+const QAReporterNode* QAReporterFilterWriter::DroppedIndex::find(const DItem* item) const
+{
+    if (m_slots.empty())
+        return nullptr;
+    const std::uint64_t h = hash(item);
+    const std::size_t bit = std::size_t(h) & m_presentMask;
+    if (!(m_present[bit / 64] & (std::uint64_t(1) << (bit % 64))))
+        return nullptr;
+    for (std::size_t i = std::size_t(h >> 32) & m_mask;; i = (i + 1) & m_mask) {
+        const Slot& slot = m_slots[i];
+        if (slot.item == item)
+            return slot.node;
+        if (!slot.item)
+            return nullptr;
+    }
+}
+
+// The table's slot comes from the upper half, the bit set's bit from the lower half.
+std::uint64_t QAReporterFilterWriter::DroppedIndex::hash(const DItem* item)
+{
+    std::uint64_t h = std::uint64_t(reinterpret_cast<std::uintptr_t>(item)) * 0x9e3779b97f4a7c15ull;
+    return h ^ (h >> 29);
+}
 
 QAReporterFilterWriter::QAReporterFilterWriter(const QAReporterNodeValidator* validator)
     : m_validator(validator)
@@ -58,6 +109,8 @@ bool QAReporterFilterWriter::buildNewTree(QAReporterDataTree* tree)
     // remembers how many matching steps up must then be skipped. The first step from the root
     // always finds no child, hence the start at -1.
     int depthDebt = -1;
+    int droppedDepth = INT_MAX; // the depth of the dropped node the walk is in, if any
+    std::vector<const QAReporterNode*> dropped; // in walk order, with a first item
     const auto replayUp = [&] {
         if (depthDebt <= 0)
             m_newTree->up();
@@ -65,7 +118,7 @@ bool QAReporterFilterWriter::buildNewTree(QAReporterDataTree* tree)
             --depthDebt;
     };
     while (QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
-        const QList<IterateDirection> moves = tree->directions();
+        const QList<IterateDirection>& moves = tree->directions();
         for (qsizetype i = 0; i + 1 < moves.size(); ++i) {
             switch (moves[i]) {
             case DirDown:
@@ -89,27 +142,30 @@ bool QAReporterFilterWriter::buildNewTree(QAReporterDataTree* tree)
                 ++depthDebt;
         }
 
-        const QTreeIterator<QAReporterNode>& source = *tree->iterator();
-        const QAReporterNode* parent = source.parents.back()->data;
-        if (m_validator->isValid(*node) != QAReporterNodeValidator::allAccepted ||
-            m_droppedNodes.contains(parent)) {
-            m_droppedNodes.insert(node);
-            if (node->item && !m_droppedByFirstItem.contains(node->item))
-                m_droppedByFirstItem.insert(node->item, node);
+        // A node below a dropped one is dropped with it: the walk is inside that subtree
+        // while it stays deeper than the dropped node.
+        const int depth = tree->iterator()->depth();
+        if (depth <= droppedDepth)
+            droppedDepth = INT_MAX;
+        if (depth > droppedDepth ||
+            m_validator->isValid(*node) != QAReporterNodeValidator::allAccepted) {
+            droppedDepth = qMin(droppedDepth, depth);
+            if (node->item)
+                dropped.push_back(node);
         } else {
             m_newTree->addChild(new QAReporterNode(*node), -1, nullptr);
         }
     }
+    m_droppedByFirstItem.build(dropped);
     return true;
 }
 
 bool QAReporterFilterWriter::isValidDitem(DItem* item)
 {
     if (!m_skipping) {
-        const auto found = m_droppedByFirstItem.constFind(item);
-        if (found == m_droppedByFirstItem.constEnd())
+        const QAReporterNode* dropped = m_droppedByFirstItem.find(item);
+        if (!dropped)
             return true;
-        const QAReporterNode* dropped = found.value();
         if (dropped->endItem != item) {
             m_skippedNode = dropped;
             m_skipping = item;

@@ -3,9 +3,8 @@
 #include "folio/model/diterator.h"
 #include "model/qtree.h"
 
-#include <QHash>
-#include <QSet>
 #include <QString>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -91,10 +90,32 @@ private:
     void append(std::unique_ptr<DItem> item);
     bool leaveSectionless();
 
+    // The first dropped node whose section begins at each item: an open-addressing table sized
+    // once for all dropped nodes, so that filling it never rehashes and a lookup is one probe
+    // in most cases. Most items looked up begin no dropped section: a bit set small enough to
+    // stay in the processor's cache turns most of them away before the table is read.
+    class DroppedIndex
+    {
+    public:
+        void build(const std::vector<const QAReporterNode*>& dropped);
+        const QAReporterNode* find(const DItem* item) const;
+
+    private:
+        static std::uint64_t hash(const DItem* item);
+
+        struct Slot
+        {
+            const DItem* item = nullptr;
+            const QAReporterNode* node = nullptr;
+        };
+        std::vector<Slot> m_slots;
+        std::size_t m_mask = 0;
+        std::vector<std::uint64_t> m_present; // one bit per hash value, eight per dropped node
+        std::size_t m_presentMask = 0;
+    };
+
     const QAReporterNodeValidator* m_validator;
-    // Dropped nodes, and the first dropped node whose section begins at each item.
-    QSet<const QAReporterNode*> m_droppedNodes;
-    QHash<const DItem*, const QAReporterNode*> m_droppedByFirstItem;
+    DroppedIndex m_droppedByFirstItem;
     std::unique_ptr<QAReporterDataTree> m_newTree;
     std::unique_ptr<DDocument> m_newDocument;
     // Copied containers whose children are being copied, innermost last.

@@ -14,6 +14,20 @@ bool matchesAtStart(const QRegularExpression& expression, const QString& text)
         .hasMatch();
 }
 
+// True when `expression` matches exactly its own pattern text: no option and no character with a
+// meaning of its own.
+bool isLiteral(const QRegularExpression& expression)
+{
+    if (expression.patternOptions() != QRegularExpression::NoPatternOption)
+        return false;
+    static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
+    for (const QChar c : expression.pattern()) {
+        if (special.contains(c))
+            return false;
+    }
+    return true;
+}
+
 constexpr qsizetype maxRememberedTexts = 4096;
 
 // The remembered result for `text`, computing and remembering it on first use.
@@ -30,6 +44,18 @@ bool remembered(QHash<QString, bool>& results, const QString& text, Compute comp
 }
 
 } // namespace
+
+QAReporterNodeValidator::Criterion::Criterion(const QRegularExpression& expression)
+    : expression(expression), literal(isLiteral(expression))
+{
+}
+
+bool QAReporterNodeValidator::Criterion::matchesAtStart(const QString& text) const
+{
+    if (literal)
+        return text.startsWith(expression.pattern());
+    return ::matchesAtStart(expression, text);
+}
 
 void QAReporterNodeValidator::forgetResults()
 {
@@ -50,20 +76,22 @@ bool QAReporterNodeValidator::typeHidden(const QString& type) const
 
 bool QAReporterNodeValidator::stateAccepted(const QString& state) const
 {
-    return remembered(m_stateAccepted, state, [&] { return matchesAtStart(*m_stateExp, state); });
+    if (m_stateExp->literal)
+        return m_stateExp->matchesAtStart(state);
+    return remembered(m_stateAccepted, state, [&] { return m_stateExp->matchesAtStart(state); });
 }
 
 void QAReporterNodeValidator::setAttribut(Attribut attribute, const QRegularExpression& expression)
 {
     switch (attribute) {
     case AttrName:
-        m_nameExp = expression;
+        m_nameExp.emplace(expression);
         break;
     case AttrType:
         m_typeExps.append(expression);
         break;
     case AttrState:
-        m_stateExp = expression;
+        m_stateExp.emplace(expression);
         break;
     default:
         return;
@@ -109,7 +137,7 @@ void QAReporterNodeValidator::unsetType(const QRegularExpression& expression)
 int QAReporterNodeValidator::isValid(const QAReporterNode& node) const
 {
     int result = AttrName;
-    if ((m_active & AttrName) && !node.name.isNull() && !matchesAtStart(*m_nameExp, node.name))
+    if ((m_active & AttrName) && !node.name.isNull() && !m_nameExp->matchesAtStart(node.name))
         result &= ~AttrName;
 
     if (!(m_active & AttrType) || node.type.isNull() || !typeHidden(node.type))

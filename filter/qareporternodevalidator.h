@@ -34,14 +34,25 @@ public:
     const QList<QRegularExpression>& typeExpressions() const { return m_typeExps; }
 
 private:
+    // An expression with a plain text fast path: a pattern without special characters and
+    // options matches exactly the texts that begin with it, so no match needs to run.
+    struct Criterion
+    {
+        explicit Criterion(const QRegularExpression& expression);
+        bool matchesAtStart(const QString& text) const;
+
+        QRegularExpression expression;
+        bool literal;
+    };
+
     bool typeHidden(const QString& type) const;
     bool stateAccepted(const QString& state) const;
     void forgetResults();
 
     unsigned m_active = 0;
-    std::optional<QRegularExpression> m_nameExp;
+    std::optional<Criterion> m_nameExp;
     QList<QRegularExpression> m_typeExps;
-    std::optional<QRegularExpression> m_stateExp;
+    std::optional<Criterion> m_stateExp;
     // Results per text: a file repeats a few types and states over thousands of nodes, and a
     // hash lookup costs far less than a match.
     mutable QHash<QString, bool> m_typeHidden;

@@ -99,7 +99,7 @@ public:
     void setAutoDelete(bool on) { m_autoDelete = on; }
     QTreeIterator<T>* iterator() const { return m_iterator.get(); }
     QTreeNode<T>* rootNode() const { return m_root.get(); }
-    QList<IterateDirection> directions() const { return m_directions; }
+    const QList<IterateDirection>& directions() const { return m_directions; }
     T* toRoot();
 
 private:

@@ -226,6 +226,42 @@ private Q_SLOTS:
         name.unsetAttribut(Validator::AttrName);
         QCOMPARE(copy.isValid(node("lib", "File", "ok")), 6);
         QCOMPARE(name.isValid(node("lib", "File", "ok")), 7);
+
+        // Plain texts and expressions decide alike: a match must begin at the first character,
+        // special characters and options keep their meaning.
+        const auto I = QRegularExpression::CaseInsensitiveOption;
+        const auto X = QRegularExpression::ExtendedPatternSyntaxOption;
+        const struct
+        {
+            const char* pattern;
+            QRegularExpression::PatternOptions options;
+            const char* text;
+            bool kept;
+        } cases[] = {
+            {"ko", {}, "ko", true},      {"ko", {}, "kofoo", true},  {"ko", {}, "xko", false},
+            {"ko", {}, "KO", false},     {"ko", {}, "k", false},     {"ko", I, "KO", true},
+            {"", {}, "ok", true},        {"", {}, "", true},         {"k.", {}, "kx", true},
+            {"ko$", {}, "kofoo", false}, {"ko$", {}, "ko", true},    {"k o", {}, "ko", false},
+            {"k o", X, "ko", true},      {"k o", {}, "k o!", true},  {"a#b", {}, "a#bc", true},
+            {"(k)o", {}, "ko", true},    {"k\\.", {}, "kx", false},  {"é", {}, "été", true},
+            {"o|k", {}, "ko", true},     {"[k]", {}, "[k]", false},  {"n?", {}, "x", true},
+        };
+        for (const auto& c : cases) {
+            const QRegularExpression pattern(QString::fromUtf8(c.pattern), c.options);
+            const QString text = QString::fromUtf8(c.text);
+            Validator byState;
+            byState.setAttribut(Validator::AttrState, pattern);
+            Validator byName;
+            byName.setAttribut(Validator::AttrName, pattern);
+            const QString what = QStringLiteral("%1 on %2").arg(pattern.pattern(), text);
+            QAReporterNode n;
+            n.name = text;
+            n.stat = text;
+            QVERIFY2(bool(byState.isValid(n) & Validator::AttrState) == c.kept, qPrintable(what));
+            QVERIFY2(bool(byName.isValid(n) & Validator::AttrName) == c.kept, qPrintable(what));
+            // Asked again, the answer stays the same.
+            QVERIFY2(bool(byState.isValid(n) & Validator::AttrState) == c.kept, qPrintable(what));
+        }
     }
 
     void allPassingKeepsShapeAndAddsTags()

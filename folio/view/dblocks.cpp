@@ -3,6 +3,10 @@
 #include "folio/model/ddocument.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -115,11 +119,11 @@ struct DBlockList::Builder
         if (!frames.empty()) {
             Frame& frame = frames.back();
             if (frame.owner && !frame.emitted)
-                list.m_blockOfItem.insert(frame.owner, index);
+                list.map(frame.owner, index);
             frame.emitted = true;
         }
         if (block.owner)
-            list.m_blockOfItem.insert(block.owner, index);
+            list.map(block.owner, index);
         list.m_blocks.push_back(block);
     }
 
@@ -132,7 +136,7 @@ struct DBlockList::Builder
             // Items of a run after the first of its paragraph are found by their own entries.
             if (!frame.owner || frame.emitted) {
                 for (DItem* it = runFirst;; it = it->next()) {
-                    list.m_blockOfItem.insert(it, int(list.m_blocks.size()));
+                    list.map(it, int(list.m_blocks.size()));
                     if (it == runLast)
                         break;
                 }
@@ -200,7 +204,7 @@ struct DBlockList::Builder
             if (it->type() != DItem::Row)
                 continue;
             if (firstRow)
-                list.m_blockOfItem.insert(table, int(list.m_blocks.size()));
+                list.map(table, int(list.m_blocks.size()));
             DBlock block{DBlock::Row};
             block.flags = (firstRow ? DBlock::FirstRow : 0) | (it == lastRow ? DBlock::LastRow : 0);
             block.indent = frames.back().indent;
@@ -286,7 +290,8 @@ void DBlockList::clear()
 {
     m_blocks.clear();
     m_documents.clear();
-    m_blockOfItem.clear();
+    m_itemBlocks.clear();
+    m_itemBlocksSorted = true;
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
 }
@@ -298,8 +303,54 @@ void DBlockList::appendDocument(DDocument* document)
     Builder builder(*this, int(m_documents.size()));
     m_documents.push_back(document);
     builder.run(document);
+    m_itemBlocksSorted = m_itemBlocks.empty();
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
+}
+
+void DBlockList::sortItemBlocks() const
+{
+    // A stable radix sort on the address (items are 8-aligned), 11 bits a pass over the bits the
+    // addresses differ in: linear in the number of entries. Of equal items the one mapped last
+    // comes last.
+    std::uintptr_t low = UINTPTR_MAX;
+    std::uintptr_t high = 0;
+    for (const ItemBlock& entry : m_itemBlocks) {
+        low = std::min(low, std::uintptr_t(entry.item));
+        high = std::max(high, std::uintptr_t(entry.item));
+    }
+    constexpr int bits = 11;
+    constexpr std::size_t buckets = std::size_t(1) << bits;
+    std::vector<ItemBlock> sorted(m_itemBlocks.size());
+    std::vector<std::size_t> starts(buckets);
+    for (int shift = 3; shift < 64 && ((high - low) >> shift) != 0; shift += bits) {
+        const auto digit = [low, shift](const ItemBlock& entry) {
+            return ((std::uintptr_t(entry.item) - low) >> shift) & (buckets - 1);
+        };
+        std::fill(starts.begin(), starts.end(), 0);
+        for (const ItemBlock& entry : m_itemBlocks)
+            ++starts[digit(entry)];
+        std::size_t sum = 0;
+        for (std::size_t& start : starts)
+            sum += std::exchange(start, sum);
+        for (const ItemBlock& entry : m_itemBlocks)
+            sorted[starts[digit(entry)]++] = entry;
+        m_itemBlocks.swap(sorted);
+    }
+    m_itemBlocksSorted = true;
+}
+
+int DBlockList::mappedBlock(const DItem* item) const
+{
+    if (!m_itemBlocksSorted)
+        sortItemBlocks();
+    const auto after = std::upper_bound(m_itemBlocks.begin(), m_itemBlocks.end(), item,
+                                        [](const DItem* value, const ItemBlock& entry) {
+                                            return std::less<const DItem*>()(value, entry.item);
+                                        });
+    if (after == m_itemBlocks.begin() || std::prev(after)->item != item)
+        return -1;
+    return std::prev(after)->block;
 }
 
 int DBlockList::blockOf(const DItem* item) const
@@ -309,8 +360,8 @@ int DBlockList::blockOf(const DItem* item) const
     // The item itself or the first block inside it.
     const DItem* subtreeEnd = nextInOrder(item, false);
     for (const DItem* it = item; it && it != subtreeEnd; it = nextInOrder(it, true)) {
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
     // An item inside a block: the block of its nearest owner (a document owns no text).
     const DItem* root = item;
@@ -318,18 +369,18 @@ int DBlockList::blockOf(const DItem* item) const
         root = it;
         if (it->type() == DItem::Document)
             continue;
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
     // An item that shows nothing: the first block after it, or the last of its document.
     for (const DItem* it = subtreeEnd; it; it = nextInOrder(it, true)) {
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
-    const auto start = m_blockOfItem.constFind(root);
-    if (start == m_blockOfItem.cend() || m_blocks[start.value()].kind != DBlock::DocumentStart)
+    const int start = mappedBlock(root);
+    if (start < 0 || m_blocks[start].kind != DBlock::DocumentStart)
         return -1;
-    const int document = m_blocks[start.value()].document;
+    const int document = m_blocks[start].document;
     const auto end =
         std::upper_bound(m_blocks.begin(), m_blocks.end(), document,
                          [](int value, const DBlock& block) { return value < block.document; });

@@ -71,9 +71,21 @@ private:
     void buildTagIndex() const;
     DItem* findTagIn(int document, const QString& tag) const;
 
+    struct ItemBlock
+    {
+        const DItem* item;
+        int block;
+    };
+    void map(const DItem* item, int block) { m_itemBlocks.push_back({item, block}); }
+    void sortItemBlocks() const;
+    int mappedBlock(const DItem* item) const;
+
     std::vector<DBlock> m_blocks;
     std::vector<DDocument*> m_documents;
-    QHash<const DItem*, int> m_blockOfItem;
+    // The block of each item that blocks are found by, in the order they were built; sorted by
+    // address on the first look-up after a change, which costs less than hashing every entry.
+    mutable std::vector<ItemBlock> m_itemBlocks;
+    mutable bool m_itemBlocksSorted = true;
     // Built on the first tag look-up: each tag's first item and the document holding it.
     mutable QHash<QString, TagTarget> m_firstTagged;
     mutable bool m_tagIndexBuilt = false;

@@ -190,6 +190,35 @@ private Q_SLOTS:
         QCOMPARE(index.blockAt(0), -1);
     }
 
+    void heightIndexAppendedInBulkAgreesWithOneByOne()
+    {
+        // A bulk append rebuilds the tree when it at least doubles the heights, and appends one
+        // by one otherwise; both after heights changed by layout.
+        QRandomGenerator random(5);
+        DHeightIndex single;
+        DHeightIndex bulk;
+        for (const int count : {0, 1, 37, 20, 300, 5, 1000}) {
+            std::vector<int> heights;
+            for (int i = 0; i < count; ++i)
+                heights.push_back(i % 5 == 0 ? 0 : int(random.bounded(40)));
+            for (const int height : heights)
+                single.append(height);
+            bulk.append(heights);
+            QCOMPARE(bulk.size(), single.size());
+            if (single.size() > 0) {
+                const int changed = int(random.bounded(single.size()));
+                const int height = int(random.bounded(60));
+                single.setHeight(changed, height);
+                bulk.setHeight(changed, height);
+            }
+            for (int i = 0; i <= single.size(); ++i)
+                QCOMPARE(bulk.top(i), single.top(i));
+            QCOMPARE(bulk.total(), single.total());
+            for (long long y = 0; y < single.total() + 50; y += 7)
+                QCOMPARE(bulk.blockAt(y), single.blockAt(y));
+        }
+    }
+
     void keepsTheTopItemWhileScrollingAndResizing()
     {
         const auto document = read(report("doc", 200, "<SECTION tag=\"empty\"/>"));

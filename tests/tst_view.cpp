@@ -4,6 +4,7 @@
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
 #include "folio/model/ddocument.h"
+#include "folio/view/dblocks.h"
 #include "folio/view/dheightindex.h"
 #include "folio/view/dlayout.h"
 #include "folio/model/dlink.h"
@@ -216,6 +217,30 @@ private Q_SLOTS:
             QCOMPARE(bulk.total(), single.total());
             for (long long y = 0; y < single.total() + 50; y += 7)
                 QCOMPARE(bulk.blockAt(y), single.blockAt(y));
+        }
+    }
+
+    void blocksOfItemsAcrossManyDocuments()
+    {
+        // Documents of uneven sizes, appended one by one: each item is found in its own
+        // document, at the block that shows it, whatever order the look-ups come in.
+        std::vector<std::unique_ptr<DDocument>> documents;
+        DBlockList list;
+        for (const int sections : {1, 40, 3, 3, 120, 2, 7}) {
+            documents.push_back(
+                read(report("doc" + QByteArray::number(documents.size()), sections)));
+            list.appendDocument(documents.back().get());
+        }
+        for (int document = int(documents.size()) - 1; document >= 0; --document) {
+            const int start = list.blockOf(documents[size_t(document)].get());
+            QVERIFY(start >= 0);
+            QCOMPARE(list.blocks()[size_t(start)].kind, DBlock::DocumentStart);
+            QCOMPARE(list.blocks()[size_t(start)].document, document);
+            DItem* title = find(documents[size_t(document)].get(), DItem::Title);
+            const int block = list.blockOf(title);
+            QVERIFY(block > start);
+            QCOMPARE(list.blocks()[size_t(block)].document, document);
+            QVERIFY(list.blocks()[size_t(block)].flags & DBlock::Heading);
         }
     }
 

@@ -291,7 +291,7 @@ void DBlockList::clear()
     m_blocks.clear();
     m_documents.clear();
     m_itemBlocks.clear();
-    m_itemBlocksSorted = true;
+    m_runEnds.clear();
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
 }
@@ -302,55 +302,76 @@ void DBlockList::appendDocument(DDocument* document)
         return;
     Builder builder(*this, int(m_documents.size()));
     m_documents.push_back(document);
+    const std::size_t from = m_itemBlocks.size();
     builder.run(document);
-    m_itemBlocksSorted = m_itemBlocks.empty();
+    sortItemBlocks(from);
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
 }
 
-void DBlockList::sortItemBlocks() const
+void DBlockList::sortItemBlocks(std::size_t from)
 {
-    // A stable radix sort on the address (items are 8-aligned), 11 bits a pass over the bits the
-    // addresses differ in: linear in the number of entries. Of equal items the one mapped last
-    // comes last.
+    if (from == m_itemBlocks.size())
+        return;
+    // A stable radix sort of the new entries on the address (items are 8-aligned), 11 bits a
+    // pass over the bits the addresses differ in: linear in the number of entries.
+    const auto begin = m_itemBlocks.begin() + std::ptrdiff_t(from);
     std::uintptr_t low = UINTPTR_MAX;
     std::uintptr_t high = 0;
-    for (const ItemBlock& entry : m_itemBlocks) {
-        low = std::min(low, std::uintptr_t(entry.item));
-        high = std::max(high, std::uintptr_t(entry.item));
+    for (auto it = begin; it != m_itemBlocks.end(); ++it) {
+        low = std::min(low, std::uintptr_t(it->item));
+        high = std::max(high, std::uintptr_t(it->item));
     }
     constexpr int bits = 11;
     constexpr std::size_t buckets = std::size_t(1) << bits;
-    std::vector<ItemBlock> sorted(m_itemBlocks.size());
+    std::vector<ItemBlock> sorted(m_itemBlocks.size() - from);
     std::vector<std::size_t> starts(buckets);
     for (int shift = 3; shift < 64 && ((high - low) >> shift) != 0; shift += bits) {
         const auto digit = [low, shift](const ItemBlock& entry) {
             return ((std::uintptr_t(entry.item) - low) >> shift) & (buckets - 1);
         };
         std::fill(starts.begin(), starts.end(), 0);
-        for (const ItemBlock& entry : m_itemBlocks)
-            ++starts[digit(entry)];
+        for (auto it = begin; it != m_itemBlocks.end(); ++it)
+            ++starts[digit(*it)];
         std::size_t sum = 0;
         for (std::size_t& start : starts)
             sum += std::exchange(start, sum);
-        for (const ItemBlock& entry : m_itemBlocks)
-            sorted[starts[digit(entry)]++] = entry;
-        m_itemBlocks.swap(sorted);
+        for (auto it = begin; it != m_itemBlocks.end(); ++it)
+            sorted[starts[digit(*it)]++] = *it;
+        std::copy(sorted.begin(), sorted.end(), begin);
     }
-    m_itemBlocksSorted = true;
+    // Merged runs keep the order of equal items: the one mapped last comes last.
+    m_runEnds.push_back(m_itemBlocks.size());
+    const auto byItem = [](const ItemBlock& a, const ItemBlock& b) {
+        return std::less<const DItem*>()(a.item, b.item);
+    };
+    while (m_runEnds.size() >= 2) {
+        const std::size_t last = m_runEnds.size() - 1;
+        const std::size_t start = last >= 2 ? m_runEnds[last - 2] : 0;
+        const std::size_t middle = m_runEnds[last - 1];
+        if (middle - start > m_runEnds[last] - middle)
+            break;
+        std::inplace_merge(m_itemBlocks.begin() + std::ptrdiff_t(start),
+                           m_itemBlocks.begin() + std::ptrdiff_t(middle),
+                           m_itemBlocks.begin() + std::ptrdiff_t(m_runEnds[last]), byItem);
+        m_runEnds.erase(m_runEnds.end() - 2);
+    }
 }
 
 int DBlockList::mappedBlock(const DItem* item) const
 {
-    if (!m_itemBlocksSorted)
-        sortItemBlocks();
-    const auto after = std::upper_bound(m_itemBlocks.begin(), m_itemBlocks.end(), item,
-                                        [](const DItem* value, const ItemBlock& entry) {
-                                            return std::less<const DItem*>()(value, entry.item);
-                                        });
-    if (after == m_itemBlocks.begin() || std::prev(after)->item != item)
-        return -1;
-    return std::prev(after)->block;
+    // Later runs first: of an item mapped twice, the last mapping counts.
+    for (std::size_t run = m_runEnds.size(); run-- > 0;) {
+        const auto begin = m_itemBlocks.begin() + std::ptrdiff_t(run > 0 ? m_runEnds[run - 1] : 0);
+        const auto end = m_itemBlocks.begin() + std::ptrdiff_t(m_runEnds[run]);
+        const auto after =
+            std::upper_bound(begin, end, item, [](const DItem* value, const ItemBlock& entry) {
+                return std::less<const DItem*>()(value, entry.item);
+            });
+        if (after != begin && std::prev(after)->item == item)
+            return std::prev(after)->block;
+    }
+    return -1;
 }
 
 int DBlockList::blockOf(const DItem* item) const

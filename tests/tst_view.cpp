@@ -4,6 +4,7 @@
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
 #include "folio/model/ddocument.h"
+#include "folio/view/dblocks.h"
 #include "folio/view/dheightindex.h"
 #include "folio/view/dlayout.h"
 #include "folio/model/dlink.h"
@@ -188,6 +189,59 @@ private Q_SLOTS:
         }
         index.clear();
         QCOMPARE(index.blockAt(0), -1);
+    }
+
+    void heightIndexAppendedInBulkAgreesWithOneByOne()
+    {
+        // A bulk append rebuilds the tree when it at least doubles the heights, and appends one
+        // by one otherwise; both after heights changed by layout.
+        QRandomGenerator random(5);
+        DHeightIndex single;
+        DHeightIndex bulk;
+        for (const int count : {0, 1, 37, 20, 300, 5, 1000}) {
+            std::vector<int> heights;
+            for (int i = 0; i < count; ++i)
+                heights.push_back(i % 5 == 0 ? 0 : int(random.bounded(40)));
+            for (const int height : heights)
+                single.append(height);
+            bulk.append(heights);
+            QCOMPARE(bulk.size(), single.size());
+            if (single.size() > 0) {
+                const int changed = int(random.bounded(single.size()));
+                const int height = int(random.bounded(60));
+                single.setHeight(changed, height);
+                bulk.setHeight(changed, height);
+            }
+            for (int i = 0; i <= single.size(); ++i)
+                QCOMPARE(bulk.top(i), single.top(i));
+            QCOMPARE(bulk.total(), single.total());
+            for (long long y = 0; y < single.total() + 50; y += 7)
+                QCOMPARE(bulk.blockAt(y), single.blockAt(y));
+        }
+    }
+
+    void blocksOfItemsAcrossManyDocuments()
+    {
+        // Documents of uneven sizes, appended one by one: each item is found in its own
+        // document, at the block that shows it, whatever order the look-ups come in.
+        std::vector<std::unique_ptr<DDocument>> documents;
+        DBlockList list;
+        for (const int sections : {1, 40, 3, 3, 120, 2, 7}) {
+            documents.push_back(
+                read(report("doc" + QByteArray::number(documents.size()), sections)));
+            list.appendDocument(documents.back().get());
+        }
+        for (int document = int(documents.size()) - 1; document >= 0; --document) {
+            const int start = list.blockOf(documents[size_t(document)].get());
+            QVERIFY(start >= 0);
+            QCOMPARE(list.blocks()[size_t(start)].kind, DBlock::DocumentStart);
+            QCOMPARE(list.blocks()[size_t(start)].document, document);
+            DItem* title = find(documents[size_t(document)].get(), DItem::Title);
+            const int block = list.blockOf(title);
+            QVERIFY(block > start);
+            QCOMPARE(list.blocks()[size_t(block)].document, document);
+            QVERIFY(list.blocks()[size_t(block)].flags & DBlock::Heading);
+        }
     }
 
     void keepsTheTopItemWhileScrollingAndResizing()

@@ -92,10 +92,17 @@ void QARListView::showEntry(const QModelIndex& entry)
         shown = shown.parent();
     m_deepEntry = shown == entry ? QModelIndex() : entry;
     m_deepStandIn = shown == entry ? QModelIndex() : shown;
-    // The closed branches above the entry open in one layout.
-    scheduleDelayedItemsLayout();
-    for (QModelIndex above = shown.parent(); above.isValid(); above = above.parent())
-        expand(above);
+    // The closed branches above the entry open in one layout; when all are open, the layout
+    // the view has stays.
+    bool closedAbove = false;
+    for (QModelIndex above = shown.parent(); above.isValid() && !closedAbove;
+         above = above.parent())
+        closedAbove = !isExpanded(above);
+    if (closedAbove) {
+        scheduleDelayedItemsLayout();
+        for (QModelIndex above = shown.parent(); above.isValid(); above = above.parent())
+            expand(above);
+    }
     setCurrentIndex(shown);
     selectionModel()->select(shown,
                              QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);

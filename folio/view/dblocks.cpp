@@ -3,6 +3,10 @@
 #include "folio/model/ddocument.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -115,11 +119,11 @@ struct DBlockList::Builder
         if (!frames.empty()) {
             Frame& frame = frames.back();
             if (frame.owner && !frame.emitted)
-                list.m_blockOfItem.insert(frame.owner, index);
+                list.map(frame.owner, index);
             frame.emitted = true;
         }
         if (block.owner)
-            list.m_blockOfItem.insert(block.owner, index);
+            list.map(block.owner, index);
         list.m_blocks.push_back(block);
     }
 
@@ -132,7 +136,7 @@ struct DBlockList::Builder
             // Items of a run after the first of its paragraph are found by their own entries.
             if (!frame.owner || frame.emitted) {
                 for (DItem* it = runFirst;; it = it->next()) {
-                    list.m_blockOfItem.insert(it, int(list.m_blocks.size()));
+                    list.map(it, int(list.m_blocks.size()));
                     if (it == runLast)
                         break;
                 }
@@ -200,7 +204,7 @@ struct DBlockList::Builder
             if (it->type() != DItem::Row)
                 continue;
             if (firstRow)
-                list.m_blockOfItem.insert(table, int(list.m_blocks.size()));
+                list.map(table, int(list.m_blocks.size()));
             DBlock block{DBlock::Row};
             block.flags = (firstRow ? DBlock::FirstRow : 0) | (it == lastRow ? DBlock::LastRow : 0);
             block.indent = frames.back().indent;
@@ -286,7 +290,8 @@ void DBlockList::clear()
 {
     m_blocks.clear();
     m_documents.clear();
-    m_blockOfItem.clear();
+    m_itemBlocks.clear();
+    m_runEnds.clear();
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
 }
@@ -297,9 +302,76 @@ void DBlockList::appendDocument(DDocument* document)
         return;
     Builder builder(*this, int(m_documents.size()));
     m_documents.push_back(document);
+    const std::size_t from = m_itemBlocks.size();
     builder.run(document);
+    sortItemBlocks(from);
     m_firstTagged.clear();
     m_tagIndexBuilt = false;
+}
+
+void DBlockList::sortItemBlocks(std::size_t from)
+{
+    if (from == m_itemBlocks.size())
+        return;
+    // A stable radix sort of the new entries on the address (items are 8-aligned), 11 bits a
+    // pass over the bits the addresses differ in: linear in the number of entries.
+    const auto begin = m_itemBlocks.begin() + std::ptrdiff_t(from);
+    std::uintptr_t low = UINTPTR_MAX;
+    std::uintptr_t high = 0;
+    for (auto it = begin; it != m_itemBlocks.end(); ++it) {
+        low = std::min(low, std::uintptr_t(it->item));
+        high = std::max(high, std::uintptr_t(it->item));
+    }
+    constexpr int bits = 11;
+    constexpr std::size_t buckets = std::size_t(1) << bits;
+    std::vector<ItemBlock> sorted(m_itemBlocks.size() - from);
+    std::vector<std::size_t> starts(buckets);
+    for (int shift = 3; shift < 64 && ((high - low) >> shift) != 0; shift += bits) {
+        const auto digit = [low, shift](const ItemBlock& entry) {
+            return ((std::uintptr_t(entry.item) - low) >> shift) & (buckets - 1);
+        };
+        std::fill(starts.begin(), starts.end(), 0);
+        for (auto it = begin; it != m_itemBlocks.end(); ++it)
+            ++starts[digit(*it)];
+        std::size_t sum = 0;
+        for (std::size_t& start : starts)
+            sum += std::exchange(start, sum);
+        for (auto it = begin; it != m_itemBlocks.end(); ++it)
+            sorted[starts[digit(*it)]++] = *it;
+        std::copy(sorted.begin(), sorted.end(), begin);
+    }
+    // Merged runs keep the order of equal items: the one mapped last comes last.
+    m_runEnds.push_back(m_itemBlocks.size());
+    const auto byItem = [](const ItemBlock& a, const ItemBlock& b) {
+        return std::less<const DItem*>()(a.item, b.item);
+    };
+    while (m_runEnds.size() >= 2) {
+        const std::size_t last = m_runEnds.size() - 1;
+        const std::size_t start = last >= 2 ? m_runEnds[last - 2] : 0;
+        const std::size_t middle = m_runEnds[last - 1];
+        if (middle - start > m_runEnds[last] - middle)
+            break;
+        std::inplace_merge(m_itemBlocks.begin() + std::ptrdiff_t(start),
+                           m_itemBlocks.begin() + std::ptrdiff_t(middle),
+                           m_itemBlocks.begin() + std::ptrdiff_t(m_runEnds[last]), byItem);
+        m_runEnds.erase(m_runEnds.end() - 2);
+    }
+}
+
+int DBlockList::mappedBlock(const DItem* item) const
+{
+    // Later runs first: of an item mapped twice, the last mapping counts.
+    for (std::size_t run = m_runEnds.size(); run-- > 0;) {
+        const auto begin = m_itemBlocks.begin() + std::ptrdiff_t(run > 0 ? m_runEnds[run - 1] : 0);
+        const auto end = m_itemBlocks.begin() + std::ptrdiff_t(m_runEnds[run]);
+        const auto after =
+            std::upper_bound(begin, end, item, [](const DItem* value, const ItemBlock& entry) {
+                return std::less<const DItem*>()(value, entry.item);
+            });
+        if (after != begin && std::prev(after)->item == item)
+            return std::prev(after)->block;
+    }
+    return -1;
 }
 
 int DBlockList::blockOf(const DItem* item) const
@@ -309,8 +381,8 @@ int DBlockList::blockOf(const DItem* item) const
     // The item itself or the first block inside it.
     const DItem* subtreeEnd = nextInOrder(item, false);
     for (const DItem* it = item; it && it != subtreeEnd; it = nextInOrder(it, true)) {
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
     // An item inside a block: the block of its nearest owner (a document owns no text).
     const DItem* root = item;
@@ -318,18 +390,18 @@ int DBlockList::blockOf(const DItem* item) const
         root = it;
         if (it->type() == DItem::Document)
             continue;
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
     // An item that shows nothing: the first block after it, or the last of its document.
     for (const DItem* it = subtreeEnd; it; it = nextInOrder(it, true)) {
-        if (const auto found = m_blockOfItem.constFind(it); found != m_blockOfItem.cend())
-            return found.value();
+        if (const int block = mappedBlock(it); block >= 0)
+            return block;
     }
-    const auto start = m_blockOfItem.constFind(root);
-    if (start == m_blockOfItem.cend() || m_blocks[start.value()].kind != DBlock::DocumentStart)
+    const int start = mappedBlock(root);
+    if (start < 0 || m_blocks[start].kind != DBlock::DocumentStart)
         return -1;
-    const int document = m_blocks[start.value()].document;
+    const int document = m_blocks[start].document;
     const auto end =
         std::upper_bound(m_blocks.begin(), m_blocks.end(), document,
                          [](int value, const DBlock& block) { return value < block.document; });

@@ -2,6 +2,7 @@
 
 #include <QHash>
 #include <QString>
+#include <cstddef>
 #include <vector>
 
 class DDocument;
@@ -71,9 +72,22 @@ private:
     void buildTagIndex() const;
     DItem* findTagIn(int document, const QString& tag) const;
 
+    struct ItemBlock
+    {
+        const DItem* item;
+        int block;
+    };
+    void map(const DItem* item, int block) { m_itemBlocks.push_back({item, block}); }
+    void sortItemBlocks(std::size_t from);
+    int mappedBlock(const DItem* item) const;
+
     std::vector<DBlock> m_blocks;
     std::vector<DDocument*> m_documents;
-    QHash<const DItem*, int> m_blockOfItem;
+    // The block of each item that blocks are found by, in runs sorted by address, which costs
+    // less to build than a hash of every entry. Each document adds a run; runs are merged while
+    // the last is as long as the one before, so that there are O(log n) of them.
+    std::vector<ItemBlock> m_itemBlocks;
+    std::vector<std::size_t> m_runEnds;
     // Built on the first tag look-up: each tag's first item and the document holding it.
     mutable QHash<QString, TagTarget> m_firstTagged;
     mutable bool m_tagIndexBuilt = false;

@@ -89,8 +89,11 @@ DDocument* DFolioView::currentDocument() const
 void DFolioView::appendHeights(int fromBlock)
 {
     const std::vector<DBlock>& blocks = m_blocks.blocks();
+    std::vector<int> heights;
+    heights.reserve(blocks.size() - size_t(fromBlock));
     for (int i = fromBlock; i < int(blocks.size()); ++i)
-        m_heights.append(DBlockLayout::estimateHeight(blocks[i], m_context));
+        heights.push_back(DBlockLayout::estimateHeight(blocks[i], m_context));
+    m_heights.append(heights);
     m_layouts.resize(blocks.size());
 }
 

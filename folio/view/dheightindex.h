@@ -22,6 +22,26 @@ public:
         m_tree.push_back(height + prefix(node - 1) - prefix(node - (node & -node)));
     }
 
+    // Appends many heights at once; when they are at least as many as those already there,
+    // the tree is built again in one linear pass instead of one O(log n) step per height.
+    void append(const std::vector<int>& heights)
+    {
+        if (heights.size() < m_heights.size()) {
+            for (const int height : heights)
+                append(height);
+            return;
+        }
+        m_heights.insert(m_heights.end(), heights.begin(), heights.end());
+        m_tree.assign(m_heights.size() + 1, 0);
+        // Each node, once complete, adds its sum to the node whose range covers its own.
+        for (int node = 1; node <= size(); ++node) {
+            m_tree[node] += m_heights[node - 1];
+            const int above = node + (node & -node);
+            if (above <= size())
+                m_tree[above] += m_tree[node];
+        }
+    }
+
     void setHeight(int index, int height)
     {
         const int delta = height - m_heights[index];

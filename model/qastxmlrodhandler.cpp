@@ -138,6 +138,15 @@ bool QAstXmlRodHandler::startNode(const DAmlAttributes& attributes)
     return true;
 }
 
+bool QAstXmlRodHandler::isKnownType(const QString& type) const
+{
+    // A file has few types over many nodes: looking through them costs less than hashing.
+    constexpr qsizetype fewTypes = 16;
+    if (m_types.size() > fewTypes)
+        return m_knownTypes.contains(type);
+    return m_types.contains(type);
+}
+
 bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes& attributes)
 {
     const char* name = attributes.raw("name");
@@ -153,7 +162,7 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
         return false;
     }
     const QString type = m_texts.get(rawType);
-    if (!m_knownTypes.contains(type)) {
+    if (!isKnownType(type)) {
         m_knownTypes.insert(type);
         m_types.append(type);
     }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "folio/reader/damlhandler.h"
 #include "folio/model/dstringpool.h"
+#include "folio/reader/damlhandler.h"
 
 #include <QSet>
 #include <QStringList>
@@ -64,6 +64,7 @@ public:
 private:
     // Shows the progress; false when the user cancelled the reading.
     bool reportProgress();
+    bool isKnownType(const QString& type) const;
     bool startResultTree();
     bool startNode(const DAmlAttributes& attributes);
     bool endNode();

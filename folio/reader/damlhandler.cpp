@@ -1,10 +1,11 @@
 #include "folio/reader/damlhandler.h"
 
-#include "folio/reader/damlattributes.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "folio/reader/damlattributes.h"
 
-#include <QHash>
+#include <array>
+#include <vector>
 
 namespace {
 
@@ -18,16 +19,36 @@ enum : int
 
 int elementKind(const QString& name)
 {
-    static const QHash<QString, int> kinds = [] {
-        QHash<QString, int> table;
-        for (int type = 0; type < DItem::TypeCount; ++type)
-            table.insert(QString::fromLatin1(strItemType(DItem::Type(type))), type);
-        table.remove(QStringLiteral("TEXT")); // text items come from character data only
-        table.insert(QStringLiteral("STYLES"), StylesElement);
-        table.insert(QStringLiteral("STYLE"), StyleElement);
+    // Asked once per element read: the names are told apart by their length and first letter
+    // before any comparison, which costs far less than hashing every name.
+    struct Entry
+    {
+        QLatin1String name;
+        int kind;
+    };
+    constexpr qsizetype longest = 16;
+    static const std::array<std::vector<Entry>, longest + 1> byLength = [] {
+        std::array<std::vector<Entry>, longest + 1> table;
+        const auto add = [&table](const char* element, int kind) {
+            const QLatin1String name(element);
+            if (name.size() <= longest)
+                table[size_t(name.size())].push_back({name, kind});
+        };
+        for (int type = 0; type < DItem::TypeCount; ++type) {
+            if (type != DItem::Text) // text items come from character data only
+                add(strItemType(DItem::Type(type)), type);
+        }
+        add("STYLES", StylesElement);
+        add("STYLE", StyleElement);
         return table;
     }();
-    return kinds.value(name, UnknownElement);
+    if (name.isEmpty() || name.size() > longest)
+        return UnknownElement;
+    for (const Entry& entry : byLength[size_t(name.size())]) {
+        if (entry.name.front() == name.front() && name == entry.name)
+            return entry.kind;
+    }
+    return UnknownElement;
 }
 
 // Reads typed attribute values of one element and keeps the first error met.

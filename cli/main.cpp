@@ -255,6 +255,8 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     }
     loaded.viewer = std::make_unique<HeadlessViewer>();
     HeadlessViewer& viewer = *loaded.viewer;
+    // The pages are written from the reports, not from the window's views: nothing is laid out.
+    viewer.window->setActivateDisplay(false);
     viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
     // Only files that could not be read are errors; the question asked when nothing failed
     // (show all results instead?) is not.

@@ -5,10 +5,10 @@
 //   bench_export FILE.crc [OUTDIR]
 
 #include "export/qareporterhtmlwriter.h"
+#include "folio/export/dexporthtml.h"
+#include "folio/model/ddocument.h"
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
-#include "folio/model/ddocument.h"
-#include "folio/export/dexporthtml.h"
 #include "model/qareporterdata.h"
 #include "model/reportloader.h"
 

@@ -5,9 +5,9 @@
 //   bench_view FILE.crc [STYLES.aml]
 //   bench_view --shot STYLES.aml FILE.crc OUT.png
 
+#include "folio/model/ddocument.h"
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
-#include "folio/model/ddocument.h"
 #include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "model/reportloader.h"

@@ -1,8 +1,8 @@
 #include "export/qareporterhtmlwriter.h"
 
+#include "folio/export/dpagenames.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
-#include "folio/export/dpagenames.h"
 #include "model/qareporterdata.h"
 #include "model/qareporternode.h"
 #include "model/reversesearch.h"

@@ -1,7 +1,7 @@
 #include "export/qareporterindexpage.h"
 
-#include "folio/model/ddocument.h"
 #include "folio/export/dhtmlwriter.h"
+#include "folio/model/ddocument.h"
 #include "folio/model/ditems.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
@@ -58,8 +58,8 @@ QString contextOf(const QStringList& above)
     const QString separator = QStringLiteral(" \u203a ");
     if (above.size() <= nearestShown + 2)
         return above.join(separator);
-    return above.first() + separator + QStringLiteral("\u2026") + separator
-           + above.mid(above.size() - nearestShown).join(separator);
+    return above.first() + separator + QStringLiteral("\u2026") + separator +
+           above.mid(above.size() - nearestShown).join(separator);
 }
 
 } // namespace

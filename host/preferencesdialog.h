@@ -58,6 +58,6 @@ private:
     QDialogButtonBox* m_buttons;
     std::vector<Page> m_pages; // in tree order; the index is the stack's and the item's data
     std::function<QByteArray()> m_valuesReader;
-    bool m_applied = false;    // Apply was pressed
+    bool m_applied = false;     // Apply was pressed
     QByteArray m_appliedValues; // as the reader gave them after Apply
 };

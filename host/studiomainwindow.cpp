@@ -1,8 +1,8 @@
 #include "host/studiomainwindow.h"
 
-#include "host/importedresults.h"
 #include "host/defectshost.h"
 #include "host/defecttracker.h"
+#include "host/importedresults.h"
 #include "host/outputdock.h"
 #include "host/pluginlibrary.h"
 #include "host/preferencesdialog.h"

@@ -374,7 +374,8 @@ private Q_SLOTS:
         QVERIFY(m_studio->openFiles({log}));
         QStringList finding;
         const QAbstractItemModel* entries = outline()->model();
-        for (QModelIndex item = entries->index(0, 0); item.isValid(); item = entries->index(0, 0, item))
+        for (QModelIndex item = entries->index(0, 0); item.isValid();
+             item = entries->index(0, 0, item))
             finding.append(item.data().toString());
         QVERIFY(fileFromOutline(finding));
         const QList<Defect> withLog = storedDefects(m_store);

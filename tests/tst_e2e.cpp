@@ -367,7 +367,8 @@ private Q_SLOTS:
     {
         QVERIFY(open({example("rules-core.crc")}));
         QARListView* outline = viewer()->outline();
-        const QModelIndex entry = child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
+        const QModelIndex entry =
+            child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
         QVERIFY(entry.isValid());
         clickEntry(outline, entry);
         QVERIFY(menuEntry(QStringLiteral("Code Review"),
@@ -611,7 +612,8 @@ private Q_SLOTS:
     {
         QVERIFY(open({example("rules-core.crc")}));
         QARListView* outline = viewer()->outline();
-        const QModelIndex entry = child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
+        const QModelIndex entry =
+            child(outline, 0, child(outline, 0, child(outline, 0))); // no-goto
         QVERIFY(entry.isValid());
         QCOMPARE(entry.data().toString(), QStringLiteral("no-goto"));
         clickEntry(outline, entry);

@@ -238,13 +238,13 @@ private Q_SLOTS:
             const char* text;
             bool kept;
         } cases[] = {
-            {"ko", {}, "ko", true},      {"ko", {}, "kofoo", true},  {"ko", {}, "xko", false},
-            {"ko", {}, "KO", false},     {"ko", {}, "k", false},     {"ko", I, "KO", true},
-            {"", {}, "ok", true},        {"", {}, "", true},         {"k.", {}, "kx", true},
-            {"ko$", {}, "kofoo", false}, {"ko$", {}, "ko", true},    {"k o", {}, "ko", false},
-            {"k o", X, "ko", true},      {"k o", {}, "k o!", true},  {"a#b", {}, "a#bc", true},
-            {"(k)o", {}, "ko", true},    {"k\\.", {}, "kx", false},  {"é", {}, "été", true},
-            {"o|k", {}, "ko", true},     {"[k]", {}, "[k]", false},  {"n?", {}, "x", true},
+            {"ko", {}, "ko", true},      {"ko", {}, "kofoo", true}, {"ko", {}, "xko", false},
+            {"ko", {}, "KO", false},     {"ko", {}, "k", false},    {"ko", I, "KO", true},
+            {"", {}, "ok", true},        {"", {}, "", true},        {"k.", {}, "kx", true},
+            {"ko$", {}, "kofoo", false}, {"ko$", {}, "ko", true},   {"k o", {}, "ko", false},
+            {"k o", X, "ko", true},      {"k o", {}, "k o!", true}, {"a#b", {}, "a#bc", true},
+            {"(k)o", {}, "ko", true},    {"k\\.", {}, "kx", false}, {"é", {}, "été", true},
+            {"o|k", {}, "ko", true},     {"[k]", {}, "[k]", false}, {"n?", {}, "x", true},
         };
         for (const auto& c : cases) {
             const QRegularExpression pattern(QString::fromUtf8(c.pattern), c.options);

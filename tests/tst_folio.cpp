@@ -1,9 +1,9 @@
 // The document library core: items, links, copies, and the markup reader.
 
-#include "folio/reader/damlhandler.h"
-#include "folio/reader/damlreader.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/reader/damlreader.h"
 
 #include <QBuffer>
 #include <QTest>

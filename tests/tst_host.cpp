@@ -675,12 +675,12 @@ private Q_SLOTS:
         QVERIFY(writeFile(broken, "<DOCUMENT><XROD><XROD:NODE name=\"a\""));
         auto run = [&](const QStringList& files) {
             QProcess studio;
-            studio.start(QStringLiteral(CRCSTUDIO_PATH),
-                         QStringList{QStringLiteral("--exit-after-open"), QStringLiteral("--settings"),
-                                     timed + QStringLiteral("/settings.xml"),
-                                     QStringLiteral("--defects"),
-                                     timed + QStringLiteral("/defects.sqlite")} +
-                             files);
+            studio.start(
+                QStringLiteral(CRCSTUDIO_PATH),
+                QStringList{QStringLiteral("--exit-after-open"), QStringLiteral("--settings"),
+                            timed + QStringLiteral("/settings.xml"), QStringLiteral("--defects"),
+                            timed + QStringLiteral("/defects.sqlite")} +
+                    files);
             const bool ended = studio.waitForFinished(60000);
             if (!ended)
                 studio.kill();

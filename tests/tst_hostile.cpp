@@ -100,8 +100,8 @@ class TestHostile : public QObject
         if (!run.finished || run.crashed)
             return false;
         if (run.status == exitUnreadable)
-            return run.err.contains(input) || run.err.contains(QFileInfo(input).fileName())
-                   || run.err.contains(QLatin1String("Unable to open the report file '"));
+            return run.err.contains(input) || run.err.contains(QFileInfo(input).fileName()) ||
+                   run.err.contains(QLatin1String("Unable to open the report file '"));
         return run.status == 0;
     }
 

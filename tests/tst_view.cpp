@@ -1,13 +1,13 @@
 // The document view: moves, search, links, selection and copy, printing, style changes and
 // documents nested deeper than any call stack.
 
+#include "folio/model/ddocument.h"
+#include "folio/model/dlink.h"
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
-#include "folio/model/ddocument.h"
 #include "folio/view/dblocks.h"
 #include "folio/view/dheightindex.h"
 #include "folio/view/dlayout.h"
-#include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
 
 #include <QBuffer>

@@ -7,9 +7,9 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qapixmapcenter.h"
 #include "tests/teststudio.h"
+#include "viewer/outlinemodel.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
-#include "viewer/outlinemodel.h"
 #include "viewer/qartoolbar.h"
 
 #include <QBuffer>
@@ -151,8 +151,9 @@ private Q_SLOTS:
             readTree("<XROD:NODE name='known' type='t' icone='rule.png'><SECTION/></XROD:NODE>"
                      "<XROD:NODE name='unknown' type='t' icone='nope.png'><SECTION/></XROD:NODE>");
         view.addReport(tree.get(), QStringLiteral("run.crc"));
-        QCOMPARE(iconOf(entry(view, QStringLiteral("known")), 0).pixmap(8).toImage().pixelColor(4, 4),
-                 QColor(Qt::red));
+        QCOMPARE(
+            iconOf(entry(view, QStringLiteral("known")), 0).pixmap(8).toImage().pixelColor(4, 4),
+            QColor(Qt::red));
         QCOMPARE(iconKey(entry(view, QStringLiteral("unknown")), 0),
                  QARIcons::testUnknown().cacheKey());
         pixmapcenter()->setSearchPaths({});

@@ -72,8 +72,7 @@ public:
     bool loadCancelled() const { return m_loadCancelled; }
     void analyseData();
     void refreshContents() override;
-    void updateView(const std::vector<QAReporterData*>& shown,
-                    std::unique_ptr<DDocument> header);
+    void updateView(const std::vector<QAReporterData*>& shown, std::unique_ptr<DDocument> header);
     void updateListView();
     void updateTypes();
     Q_INVOKABLE bool contain(const QString& file) const;

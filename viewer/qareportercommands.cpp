@@ -7,9 +7,9 @@
 #include "model/qareporterdata.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
+#include "viewer/outlinemodel.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
-#include "viewer/outlinemodel.h"
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 

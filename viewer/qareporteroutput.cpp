@@ -5,9 +5,9 @@
 #include "export/qareporterhtmlwriter.h"
 #include "export/qareporterindexpage.h"
 #include "filter/qareporterfilter.h"
-#include "folio/model/ddocument.h"
 #include "folio/export/dexporthtml.h"
 #include "folio/export/dpagenames.h"
+#include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
 #include "model/qareporternode.h"
@@ -18,8 +18,8 @@
 #include "sdk/qasafefile.h"
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
-#include "viewer/qarlistview.h"
 #include "viewer/outlinemodel.h"
+#include "viewer/qarlistview.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -291,8 +291,8 @@ void QAReporter::submitTrackwell()
     }
     headline += reportName + QLatin1Char(':') + entryName;
     description += tr("Report file:  ") + reportName + QLatin1Char(' ');
-    description += tr("Item failed:  ", "Current node failed to Submit Defect Report") +
-                   entryName + QLatin1Char(' ');
+    description += tr("Item failed:  ", "Current node failed to Submit Defect Report") + entryName +
+                   QLatin1Char(' ');
     description += tr("Item type:   ", "Current node type to Submit Defect Report") +
                    (node ? node->data->type : QString()) + QLatin1Char(' ');
     const QString label = tr("Report File");

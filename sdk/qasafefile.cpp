@@ -103,18 +103,9 @@ bool QASafeFile::write(const char* data, qint64 size)
 
 bool QASafeFile::flushBuffer()
 {
-    const char* next = m_buffer.constData();
-    qint64 left = m_buffer.size();
-    while (left > 0) {
-        const ssize_t written = ::write(m_descriptor, next, size_t(left));
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            return failErrno(errno);
-        }
-        next += written;
-        left -= written;
-    }
+    QString reason;
+    if (!QASafeWrite::writeAll(m_descriptor, m_buffer, &reason))
+        return fail(reason);
     m_buffer.clear();
     return true;
 }
@@ -162,6 +153,25 @@ bool QASafeFile::failErrno(int error)
 }
 
 namespace QASafeWrite {
+
+bool writeAll(int descriptor, const QByteArray& bytes, QString* error)
+{
+    const char* next = bytes.constData();
+    qint64 left = bytes.size();
+    while (left > 0) {
+        const ssize_t written = ::write(descriptor, next, size_t(left));
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            if (error)
+                *error = reasonOf(errno);
+            return false;
+        }
+        next += written;
+        left -= written;
+    }
+    return true;
+}
 
 bool writeFile(const QString& path, const QByteArray& bytes, QString* error)
 {

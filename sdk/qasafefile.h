@@ -52,6 +52,10 @@ bool writeFile(const QString& path, const QByteArray& bytes, QString* error);
 // A byte-for-byte copy of the regular file `source` as `target`, or nothing.
 bool copyFile(const QString& source, const QString& target, QString* error);
 
+// Writes the whole of `bytes` to the open file `descriptor`, going on after short writes; false
+// with the system's reason (without the name) in `error` otherwise.
+bool writeAll(int descriptor, const QByteArray& bytes, QString* error);
+
 // True when `path` names a regular file, after following links: not a directory, a FIFO, a
 // socket or a device, which would hang or never end when read.
 bool isRegularFile(const QString& path);

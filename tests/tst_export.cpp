@@ -16,12 +16,15 @@
 #include "sdk/qafileutil.h"
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaiprogressmonitor.h"
+#include "tests/testkit.h"
 
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -138,6 +141,7 @@ private slots:
     void pageNamesStayInsideTheDirectory();
     void pageSettingsAndLayout();
     void hugePageWaitsOnDisk();
+    void hugePageOnAFullDiskKeepsTheOldPage();
     void imagesAreCopiedOrLogged();
     void cancelLeavesNoPage();
     void cellSpansCountColumns();
@@ -430,6 +434,41 @@ void TestExport::hugePageWaitsOnDisk()
     QVERIFY(pages[1].contains("</nav>\n<p>preamble</p>\n"));
     QVERIFY(pages[1].contains(".s-Strong { font-weight: bold; }"));
     QCOMPARE(pages[1].count("line 299 &amp; more"), 1);
+}
+
+// A full disk while the body of a big page waits on it: the export says why, the page that was
+// there keeps every byte, and the waiting part leaves nothing behind.
+void TestExport::hugePageOnAFullDiskKeepsTheOldPage()
+{
+    QTemporaryDir dir;
+    const QString disk = dir.filePath("full");
+    if (!testkit::mountTinyDisk(disk))
+        QSKIP("mounting a small file system is not allowed here");
+    const auto unmount =
+        qScopeGuard([&disk] { QProcess::execute(QStringLiteral("umount"), {disk}); });
+    const QString page = disk + "/doc.html";
+    QFile old(page);
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old page") == 8);
+    old.close();
+
+    QByteArray paragraphs;
+    for (int i = 0; i < 2000; ++i)
+        paragraphs += "<PARAGRAPH>line " + QByteArray::number(i) + " of a page too big</PARAGRAPH>";
+    auto record = readReport(report(paragraphs));
+    QVERIFY(record);
+    DHTMLWriter writer;
+    writer.setSpillSize(1024);
+    DExportHtml exporter(disk, QString());
+    exporter.setHTMLWriter(&writer);
+    Log log;
+    const bool written = exporter.generate(record->document.get(), nullptr, &log);
+    QVERIFY(!written);
+    QVERIFY2(log.messages.join('\n').contains(QLatin1String("No space left")),
+             qPrintable(log.messages.join('\n')));
+    QFile kept(page);
+    QVERIFY(kept.open(QIODevice::ReadOnly));
+    QCOMPARE(kept.readAll(), QByteArray("old page"));
+    QCOMPARE(QDir(disk).entryList(QDir::Files | QDir::Hidden), QStringList{"doc.html"});
 }
 
 void TestExport::imagesAreCopiedOrLogged()

@@ -275,7 +275,7 @@ bool copySpill(QTemporaryFile* spill, QASafeFile* file)
 {
     if (!spill)
         return true;
-    if (!spill->flush() || !spill->seek(0))
+    if (!spill->seek(0))
         return false;
     QByteArray block(1 << 20, Qt::Uninitialized);
     for (;;) {
@@ -394,8 +394,10 @@ bool DExportHtml::generateAs(DDocument* document, const QString& fileName,
                 return false;
             }
         }
-        if (spill->write(part) != part.size()) {
-            spillError = tr("Cannot write %1: %2").arg(spill->fileName(), spill->errorString());
+        // Written past the file's own buffer, so that a failure keeps the system's reason.
+        QString reason;
+        if (!QASafeWrite::writeAll(spill->handle(), part, &reason)) {
+            spillError = tr("Cannot write %1: %2").arg(spill->fileName(), reason);
             return false;
         }
         return true;

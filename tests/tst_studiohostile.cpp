@@ -544,6 +544,33 @@ private Q_SLOTS:
         QCOMPARE(shownText(cellTip(0, DefectsDock::FileColumn)), report);
     }
 
+    // Pictures the document view shows are read only from regular files, as the HTML export
+    // copies them: a FIFO named by a relative or an absolute path is a missing picture, a real
+    // picture still shows.
+    void picturesOnlyFromRegularFiles()
+    {
+        QImage red(40, 30, QImage::Format_RGB32);
+        red.fill(Qt::red);
+        QVERIFY(red.save(path(QStringLiteral("red.png"))));
+        const QString report = path(QStringLiteral("pictures.crc"));
+        QVERIFY(writeFile(report, reportWith(QStringLiteral("no-goto"),
+                                             "<PARAGRAPH><IMAGE src='FIFO'/></PARAGRAPH>"
+                                             "<PARAGRAPH><IMAGE src='" +
+                                                 path(QStringLiteral("FIFO")).toUtf8() +
+                                                 "'/></PARAGRAPH><PARAGRAPH><IMAGE "
+                                                 "src='red.png'/></PARAGRAPH>")));
+        QVERIFY(open(report));
+        DReportWidget* view = viewer()->documentView();
+        QVERIFY(view->moveTo(QString(), QString(), QStringLiteral("f1")));
+        const QImage drawn = view->viewport()->grab().toImage();
+        int redPixels = 0;
+        for (int y = 0; y < drawn.height(); ++y) {
+            for (int x = 0; x < drawn.width(); ++x)
+                redPixels += drawn.pixelColor(x, y) == QColor(Qt::red) ? 1 : 0;
+        }
+        QVERIFY2(redPixels >= 40 * 30 / 2, qPrintable(QString::number(redPixels)));
+    }
+
     void cleanupTestCase()
     {
         m_studio.reset();

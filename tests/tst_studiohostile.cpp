@@ -15,6 +15,7 @@
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"
+#include "host/submitcommand.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerwindow.h"
 #include "tests/studiotestkit.h"
@@ -200,6 +201,27 @@ int followSourceLinks(const QString& folder)
         std::cout << "source=" << (source ? source->path().toStdString() : "none") << "\n";
     }
     std::cout << studio.output()->contents().toStdString() << "\n";
+    return 0;
+}
+
+// The team's client of a test: whether the store takes a write while the defect is handed on.
+int tryStoreWrite(const QString& store)
+{
+    QCoreApplication app(*new int(0), nullptr);
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+    database.setDatabaseName(store);
+    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=0"));
+    if (!database.open()) {
+        std::cerr << "cannot open the store\n";
+        return 1;
+    }
+    QSqlQuery begin(database);
+    if (!begin.exec(QStringLiteral("BEGIN IMMEDIATE"))) {
+        std::cerr << "the store is held: " << begin.lastError().text().toStdString() << "\n";
+        return 1;
+    }
+    QSqlQuery(QStringLiteral("ROLLBACK"), database);
+    std::cout << "https://tracker.example/free\n";
     return 0;
 }
 
@@ -634,6 +656,53 @@ private Q_SLOTS:
                      qPrintable(out));
     }
 
+    // The team's client: what it prints is kept up to 1 MiB and said to be cut; the store is free
+    // for others while it runs; the window goes on, and the progress display's Cancel stops it,
+    // filing nothing.
+    void teamClientIsBoundedAndCancellable()
+    {
+        QVERIFY(open(example("rules-core.crc")));
+        const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")};
+        configure(QStringLiteral("/bin/sh -c 'head -c 3145728 /dev/zero | tr \"\\000\" x'"), 60);
+        QVERIFY(fileFromOutline(noGoto));
+        QList<Defect> defects;
+        QVERIFY(DefectStore(m_store).read(&defects));
+        QCOMPARE(defects.size(), 1);
+        const QString kept = defects[0].externalReference;
+        QVERIFY2(kept.size() <= SubmitCommand::maxKeptOutput + 40,
+                 qPrintable(QString::number(kept.size())));
+        QVERIFY(kept.startsWith(QLatin1String("xxxxxxxx")));
+        QVERIFY2(kept.endsWith(QLatin1String("[cut after 1 MiB]")), qPrintable(kept.right(40)));
+
+        configure(QCoreApplication::applicationFilePath() + QStringLiteral(" --try-store-write ") +
+                      m_store,
+                  60);
+        newOutput();
+        QVERIFY(fileFromOutline(noGoto));
+        QVERIFY(DefectStore(m_store).read(&defects));
+        QCOMPARE(defects.size(), 2);
+        QCOMPARE(defects[1].externalReference, QStringLiteral("https://tracker.example/free"));
+        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+
+        configure(QStringLiteral("sleep 30"), 20);
+        QString label;
+        QVERIFY(whileHandingOn([&] { QVERIFY(fileFromOutline(noGoto)); },
+                               [&] {
+                                   label = m_studio->progress()->label()->text();
+                                   QPushButton* cancel = m_studio->progress()->cancelButton();
+                                   QTest::mouseClick(cancel, Qt::LeftButton, {},
+                                                     cancel->rect().center());
+                               }));
+        QCOMPARE(label, QStringLiteral("Handing the defect to sleep"));
+        QVERIFY(!m_studio->progress()->isRunning());
+        QCOMPARE(newOutput(), QStringList({QStringLiteral("Submit Defect Report ..."),
+                                           QStringLiteral("The submit command sleep was cancelled"),
+                                           QStringLiteral("Stopped.")}));
+        QVERIFY(DefectStore(m_store).read(&defects));
+        QCOMPARE(defects.size(), 2);
+    }
+
     // A cell that a spreadsheet would compute (=, +, -, @, a tab or a carriage return first)
     // begins with a single quote, in the dock's CSV export and in crcview defects alike.
     void csvCellsAreNeverFormulas()
@@ -667,12 +736,9 @@ private Q_SLOTS:
         defect.description = QStringLiteral("@SUM(A1:A9)");
         defect.itemPath = {QStringLiteral("\t=1")};
         defect.file = QStringLiteral("\r=2");
+        defect.externalReference = QStringLiteral("-3");
         DefectStore store(other);
-        const auto reference = [](qint64, QString* answer, QString*) {
-            *answer = QStringLiteral("-3");
-            return true;
-        };
-        QVERIFY2(store.file(defect, reference), qPrintable(store.errorString()));
+        QVERIFY2(store.file(defect), qPrintable(store.errorString()));
         const CrcviewRun all =
             runCrcview({QStringLiteral("defects"), QStringLiteral("--defects"), other}, 60000);
         QCOMPARE(all.status, 0);
@@ -690,6 +756,8 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
+    if (argc == 3 && qstrcmp(argv[1], "--try-store-write") == 0)
+        return tryStoreWrite(QString::fromLocal8Bit(argv[2]));
     QApplication app(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--follow-source-links") == 0)
         return followSourceLinks(QString::fromLocal8Bit(argv[2]));

@@ -33,7 +33,10 @@ struct Defect
 
 // The defects of one user, in an SQLite database. Filing is one short transaction: a defect is
 // stored whole or not at all, and a store that cannot be written (read-only, full, locked) keeps
-// what it had. Every failure leaves its reason, naming the file, in errorString().
+// what it had. A database that is not exactly one of crcstudio's (another program's, or one with
+// views or triggers added) is refused before anything of it is used, and no statement on a store
+// runs longer than a few seconds. Every failure leaves its reason, naming the file, in
+// errorString().
 class DefectStore
 {
 public:

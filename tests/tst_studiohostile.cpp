@@ -14,6 +14,7 @@
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
+#include "host/storeconnection.h"
 #include "host/studiomainwindow.h"
 #include "host/submitcommand.h"
 #include "sdk/qadialogs.h"
@@ -172,6 +173,48 @@ QByteArray sourceLink(const QString& target, const QString& label)
 {
     return "<PARAGRAPH><LINK target='" + target.toHtmlEscaped().toUtf8() + "'>" +
            label.toHtmlEscaped().toUtf8() + "</LINK></PARAGRAPH>";
+}
+
+// Runs `statements` on the SQLite database at `path`, made when missing.
+bool runSql(const QString& path, const QStringList& statements)
+{
+    bool done = true;
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("test"));
+        database.setDatabaseName(path);
+        done = database.open();
+        for (const QString& statement : statements) {
+            QSqlQuery query(database);
+            if (done && !query.exec(statement)) {
+                qWarning() << statement << query.lastError().text();
+                done = false;
+            }
+        }
+        database.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("test"));
+    return done;
+}
+
+// The rows of `table` in the SQLite database at `path`; -1 when it cannot be read.
+int countRows(const QString& path, const QString& table)
+{
+    int rows = -1;
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("count"));
+        database.setDatabaseName(path);
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+        QSqlQuery query(database);
+        if (database.open() && query.exec(QStringLiteral("SELECT count(*) FROM ") + table) &&
+            query.next())
+            rows = query.value(0).toInt();
+        query.finish();
+        database.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("count"));
+    return rows;
 }
 
 // A message box as it was shown.
@@ -745,6 +788,75 @@ private Q_SLOTS:
         QVERIFY2(all.out.contains(QStringLiteral(",open,'+1+1,'@SUM(A1:A9),'\t=1,\"'\r=2\",")),
                  qPrintable(all.out));
         QVERIFY2(all.out.contains(QStringLiteral(",'-3,")), qPrintable(all.out));
+    }
+
+    // A defect store that is not exactly one of crcstudio's is refused, naming it, before
+    // anything of it runs: a view that never ends (crcview defects and the dock), a trigger that
+    // filing would fire, another program's database (left as it was). And no statement on a
+    // store runs without bound.
+    void foreignStoresAreRefused()
+    {
+        const QString viewStore = path(QStringLiteral("view.sqlite"));
+        QVERIFY(DefectStore(viewStore).prepareForFiling());
+        QVERIFY(runSql(
+            viewStore,
+            {QStringLiteral("DROP TABLE defects"),
+             QStringLiteral("CREATE VIEW defects AS WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL "
+                            "SELECT x + 1 FROM c) SELECT x AS id, 'open' AS state, 'h' AS "
+                            "headline, 'd' AS description, '[]' AS item_path, NULL AS file, "
+                            "'2024-01-01T00:00:00Z' AS filed, NULL AS external_reference FROM c "
+                            "WHERE x = 0")}));
+        const CrcviewRun listed =
+            runCrcview({QStringLiteral("defects"), QStringLiteral("--defects"), viewStore}, 30000);
+        QCOMPARE(listed.status, 2);
+        QVERIFY2(listed.err.contains(viewStore) &&
+                     listed.err.contains(QLatin1String("view defects")),
+                 qPrintable(listed.err));
+        useStore(viewStore);
+        shownDock();
+        QVERIFY(!dock()->message()->isHidden());
+        QVERIFY2(dock()->message()->text().contains(viewStore) &&
+                     dock()->message()->text().contains(QLatin1String("view defects")),
+                 qPrintable(dock()->message()->text()));
+
+        const QString triggerStore = path(QStringLiteral("trigger.sqlite"));
+        QVERIFY(DefectStore(triggerStore).prepareForFiling());
+        QVERIFY(runSql(triggerStore, {QStringLiteral("CREATE TRIGGER leak AFTER INSERT ON defects "
+                                                     "BEGIN UPDATE defects SET headline = 'x'; "
+                                                     "END")}));
+        DefectStore triggered(triggerStore);
+        QVERIFY(!triggered.prepareForFiling());
+        QVERIFY2(triggered.errorString().contains(QLatin1String("trigger leak")),
+                 qPrintable(triggered.errorString()));
+        QVERIFY(open(example("rules-core.crc")));
+        useStore(triggerStore);
+        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        const QStringList said = newOutput();
+        QCOMPARE(said.size(), 3);
+        QVERIFY2(said[1].contains(triggerStore) && said[1].contains(QLatin1String("trigger leak")),
+                 qPrintable(said[1]));
+        QCOMPARE(said[2], QStringLiteral("Stopped."));
+        QCOMPARE(countRows(triggerStore, QStringLiteral("defects")), 0);
+
+        const QString foreign = path(QStringLiteral("places.sqlite"));
+        QVERIFY(
+            runSql(foreign, {QStringLiteral("CREATE TABLE moz_places (id INTEGER, url TEXT)")}));
+        useStore(foreign);
+        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                 QStringLiteral("no-goto")}));
+        QVERIFY2(newOutput().value(1).contains(QLatin1String("table moz_places")),
+                 qPrintable(m_studio->output()->contents()));
+        QCOMPARE(countRows(foreign, QStringLiteral("sqlite_master")), 1);
+
+        // A statement that would run for ever is stopped at the connection's time limit.
+        StoreConnection bounded(path(QStringLiteral("empty.sqlite")), false, 200);
+        QVERIFY(bounded.isOpen());
+        QSqlQuery endless(bounded.database());
+        QVERIFY(!endless.exec(QStringLiteral("WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT "
+                                             "x + 1 FROM c) SELECT count(*) FROM c")));
+        QCOMPARE(StoreConnection::reason(endless.lastError()),
+                 QStringLiteral("it took too long to answer and was stopped"));
     }
 
     void cleanupTestCase()

@@ -1,6 +1,7 @@
 #include "host/defectsdock.h"
 
 #include "sdk/qadialogs.h"
+#include "sdk/qaplaintext.h"
 #include "sdk/qasafefile.h"
 
 #include <QDir>
@@ -60,6 +61,7 @@ DefectsDock::DefectsDock(QWidget* parent) : QDockWidget(tr("Defects"), parent)
     m_table->setWordWrap(false);
     layout->addWidget(m_table, 1);
     m_message = new QLabel(page);
+    m_message->setTextFormat(Qt::PlainText); // it names the store and quotes SQLite
     m_message->setWordWrap(true);
     m_message->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_message->hide();
@@ -151,8 +153,8 @@ void DefectsDock::refresh()
             item->setData(int(row), DefectRole);
             items.append(item);
         }
-        items[FileColumn]->setToolTip(file);
-        items[HeadlineColumn]->setToolTip(defect.description);
+        items[FileColumn]->setToolTip(QAPlainText::toolTip(file));
+        items[HeadlineColumn]->setToolTip(QAPlainText::toolTip(defect.description));
         model->appendRow(items);
     }
     m_proxy->setSourceModel(model);

@@ -18,8 +18,9 @@ DefectSettingsDialog::DefectSettingsDialog(const DefectTrackerSettings& settings
 {
     setWindowTitle(tr("Defect Tracker"));
     auto* layout = new QVBoxLayout(this);
-    auto* where =
-        new QLabel(tr("Defects are kept in %1.").arg(QDir::toNativeSeparators(storePath)), this);
+    auto* where = new QLabel(this);
+    where->setTextFormat(Qt::PlainText);
+    where->setText(tr("Defects are kept in %1.").arg(QDir::toNativeSeparators(storePath)));
     where->setWordWrap(true);
     where->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(where);

@@ -36,6 +36,7 @@ DefectsHost::DefectsHost(StudioMainWindow* studio, QAResStore* settings)
 {
     m_settings->addProducer(this);
     m_tracker->setItemLocator([this] { return selectedItemPath(); });
+    m_tracker->setStudio(studio);
 
     m_dock = new DefectsDock(studio);
     studio->addDockWidget(Qt::BottomDockWidgetArea, m_dock);

@@ -1,76 +1,52 @@
 #include "host/defectstore.h"
 
+#include "host/storeconnection.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QVariant>
-#include <atomic>
 
 namespace {
 
 constexpr int schemaVersion = 1;
 
-// An open connection to the database for the time of one operation, so that no lock is held
-// between operations and another studio can file too.
-class Connection
-{
-public:
-    Connection(const QString& path, bool readOnly)
-    {
-        static std::atomic<int> count{0};
-        m_name = QStringLiteral("defects-%1").arg(++count);
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
-        database.setDatabaseName(path);
-        // Another studio filing at the same moment is waited for, briefly.
-        database.setConnectOptions(readOnly ? QStringLiteral("QSQLITE_OPEN_READONLY;"
-                                                             "QSQLITE_BUSY_TIMEOUT=3000")
-                                            : QStringLiteral("QSQLITE_BUSY_TIMEOUT=3000"));
-        if (!database.isValid())
-            m_error = QStringLiteral("the SQLite driver of Qt SQL is missing "
-                                     "(Debian package libqt6sql6-sqlite)");
-        else if (!database.open())
-            m_error = reason(database.lastError());
-    }
-    ~Connection()
-    {
-        QSqlDatabase::database(m_name, false).close();
-        QSqlDatabase::removeDatabase(m_name);
-    }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    bool isOpen() const { return m_error.isEmpty(); }
-    const QString& error() const { return m_error; }
-    QSqlDatabase database() const { return QSqlDatabase::database(m_name, false); }
-
-    static QString reason(const QSqlError& error)
-    {
-        return error.databaseText().isEmpty() ? error.text() : error.databaseText();
-    }
-
-private:
-    QString m_name;
-    QString m_error;
-};
+const QString defectsTable = QStringLiteral("CREATE TABLE defects ("
+                                            " id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                                            " state TEXT NOT NULL DEFAULT 'open'"
+                                            "  CHECK (state IN ('open', 'closed')),"
+                                            " headline TEXT NOT NULL,"
+                                            " description TEXT NOT NULL,"
+                                            " item_path TEXT NOT NULL,"
+                                            " file TEXT,"
+                                            " filed TEXT NOT NULL,"
+                                            " external_reference TEXT)");
+const QString attachmentsTable = QStringLiteral("CREATE TABLE attachments ("
+                                                " defect INTEGER NOT NULL REFERENCES defects(id),"
+                                                " label TEXT NOT NULL,"
+                                                " path TEXT NOT NULL,"
+                                                " size INTEGER NOT NULL,"
+                                                " sha256 TEXT NOT NULL)");
 
 // Runs `statement` with `values` bound in order; false leaves the reason in `error`.
 bool run(QSqlQuery& query, const QString& statement, const QVariantList& values, QString* error)
 {
     if (!query.prepare(statement)) {
-        *error = Connection::reason(query.lastError());
+        *error = StoreConnection::reason(query.lastError());
         return false;
     }
     for (const QVariant& value : values)
         query.addBindValue(value);
     if (!query.exec()) {
-        *error = Connection::reason(query.lastError());
+        *error = StoreConnection::reason(query.lastError());
         return false;
     }
     return true;
@@ -87,12 +63,18 @@ QVariant textOrNull(const QString& text)
     return text.isNull() ? QVariant(QMetaType(QMetaType::QString)) : QVariant(text);
 }
 
+// One cell. A spreadsheet may compute a cell that begins with =, +, - or @, or with a tab or a
+// carriage return: such a cell gets a single quote first, so that it is shown as text and never
+// run (=HYPERLINK() would send the sheet's cells elsewhere).
 QString csvField(const QString& text)
 {
-    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')) &&
-        !text.contains(QLatin1Char('\n')) && !text.contains(QLatin1Char('\r')))
-        return text;
-    QString quoted = text;
+    static const QString formulaStarts = QStringLiteral("=+-@\t\r");
+    const QString cell =
+        !text.isEmpty() && formulaStarts.contains(text.front()) ? QLatin1Char('\'') + text : text;
+    if (!cell.contains(QLatin1Char(',')) && !cell.contains(QLatin1Char('"')) &&
+        !cell.contains(QLatin1Char('\n')) && !cell.contains(QLatin1Char('\r')))
+        return cell;
+    QString quoted = cell;
     quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
     return QLatin1Char('"') + quoted + QLatin1Char('"');
 }
@@ -104,27 +86,71 @@ QString timeText(const QDateTime& time)
 
 bool createTables(const QSqlDatabase& database, QString* error)
 {
-    return run(database,
-               QStringLiteral("CREATE TABLE defects ("
-                              " id INTEGER PRIMARY KEY AUTOINCREMENT,"
-                              " state TEXT NOT NULL DEFAULT 'open'"
-                              "  CHECK (state IN ('open', 'closed')),"
-                              " headline TEXT NOT NULL,"
-                              " description TEXT NOT NULL,"
-                              " item_path TEXT NOT NULL,"
-                              " file TEXT,"
-                              " filed TEXT NOT NULL,"
-                              " external_reference TEXT)"),
-               error) &&
-           run(database,
-               QStringLiteral("CREATE TABLE attachments ("
-                              " defect INTEGER NOT NULL REFERENCES defects(id),"
-                              " label TEXT NOT NULL,"
-                              " path TEXT NOT NULL,"
-                              " size INTEGER NOT NULL,"
-                              " sha256 TEXT NOT NULL)"),
-               error) &&
+    return run(database, defectsTable, error) && run(database, attachmentsTable, error) &&
            run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
+}
+
+// Whether the store holds exactly the tables crcstudio makes (`empty` when it holds none yet).
+// Only the schema is read to find out, nothing of it runs: anything else, such as a view that
+// never ends or a trigger that filing would fire, is refused with the reason in `error`.
+bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
+{
+    static const QHash<QString, QString> ours{
+        {QStringLiteral("defects"), defectsTable},
+        {QStringLiteral("attachments"), attachmentsTable},
+        // SQLite's own, for AUTOINCREMENT; ANALYZE adds statistics.
+        {QStringLiteral("sqlite_sequence"),
+         QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")},
+        {QStringLiteral("sqlite_stat1"), QStringLiteral("CREATE TABLE sqlite_stat1(tbl,idx,stat)")},
+        {QStringLiteral("sqlite_stat4"),
+         QStringLiteral("CREATE TABLE sqlite_stat4(tbl,idx,neq,nlt,ndlt,sample)")}};
+    QSqlQuery query(database);
+    if (!run(query, QStringLiteral("SELECT type, name, sql FROM sqlite_master"), {}, error))
+        return false;
+    QSet<QString> tables;
+    while (query.next()) {
+        const QString type = query.value(0).toString();
+        const QString name = query.value(1).toString();
+        const auto expected = ours.constFind(name);
+        if (expected == ours.constEnd()) {
+            *error = QStringLiteral("it is no defect store of crcstudio: it holds the %1 %2")
+                         .arg(type, name);
+            return false;
+        }
+        if (type != QLatin1String("table") || query.value(2).toString() != *expected) {
+            *error = QStringLiteral("it is no defect store of crcstudio: its %1 %2 is not the "
+                                    "table crcstudio makes")
+                         .arg(type, name);
+            return false;
+        }
+        tables.insert(name);
+    }
+    if (query.lastError().isValid()) {
+        *error = StoreConnection::reason(query.lastError());
+        return false;
+    }
+    *empty = tables.isEmpty();
+    for (const QString& table : {QStringLiteral("defects"), QStringLiteral("attachments")}) {
+        if (!*empty && !tables.contains(table)) {
+            *error =
+                QStringLiteral("it is no defect store of crcstudio: it has no table %1").arg(table);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Begins a transaction that writes to a store checked to be one of crcstudio's; false with the
+// reason, and nothing begun, otherwise.
+bool beginWriting(const QSqlDatabase& database, bool* empty, QString* error)
+{
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), error))
+        return false;
+    if (checkSchema(database, empty, error))
+        return true;
+    QString ignored;
+    run(database, QStringLiteral("ROLLBACK"), &ignored);
+    return false;
 }
 
 } // namespace
@@ -167,21 +193,15 @@ bool DefectStore::prepareForFiling()
         return fail(QStringLiteral("Cannot file defects in %1"),
                     QStringLiteral("the folder %1 cannot be created")
                         .arg(QDir::toNativeSeparators(folder)));
-    Connection connection(m_path, false);
+    StoreConnection connection(m_path, false);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
-    QSqlQuery tables(database);
-    if (!run(tables, QStringLiteral("SELECT count(*) FROM sqlite_master WHERE name = 'defects'"),
-             {}, &error) ||
-        !tables.next())
-        return fail(QStringLiteral("Cannot read the defect store %1"), error);
-    const bool fresh = tables.value(0).toInt() == 0;
-    tables.finish();
     // A write that is undone at once tells whether the database takes writes at all: a
     // read-only file or folder answers here, before anything is asked of the user.
-    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+    bool fresh = false;
+    if (!beginWriting(database, &fresh, &error))
         return fail(QStringLiteral("Cannot file defects in %1"), error);
     const bool written =
         fresh
@@ -196,58 +216,103 @@ bool DefectStore::prepareForFiling()
     return true;
 }
 
-bool DefectStore::file(Defect& defect, const HandOff& handOff)
+bool DefectStore::reserveId(qint64* id)
 {
     if (!prepareForFiling())
         return false;
-    Connection connection(m_path, false);
+    StoreConnection connection(m_path, false);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
-    const auto undo = [&](const QString& what, const QString& reason) {
-        QString ignored;
-        run(database, QStringLiteral("ROLLBACK"), &ignored);
-        return fail(what, reason);
-    };
-    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
         return fail(QStringLiteral("Cannot file the defect in %1"), error);
-    defect.filed = QDateTime::currentDateTimeUtc();
+    // AUTOINCREMENT never gives a number at or below the one SQLite keeps in sqlite_sequence:
+    // raising it takes the next number for this defect alone.
     QSqlQuery query(database);
     if (!run(query,
-             QStringLiteral("INSERT INTO defects (state, headline, description, item_path, file,"
-                            " filed) VALUES ('open', ?, ?, ?, ?, ?)"),
-             {defect.headline, defect.description,
-              QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
-                                    .toJson(QJsonDocument::Compact)),
-              textOrNull(defect.file), timeText(defect.filed)},
-             &error))
-        return undo(QStringLiteral("Cannot file the defect in %1"), error);
-    defect.id = query.lastInsertId().toLongLong();
+             QStringLiteral("INSERT INTO sqlite_sequence (name, seq) SELECT 'defects', 0"
+                            " WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence"
+                            " WHERE name = 'defects')"),
+             {}, &error) ||
+        !run(query,
+             QStringLiteral("UPDATE sqlite_sequence SET seq = max(seq, (SELECT coalesce(max(id), 0)"
+                            " FROM defects)) + 1 WHERE name = 'defects'"),
+             {}, &error) ||
+        !run(query, QStringLiteral("SELECT max(seq) FROM sqlite_sequence WHERE name = 'defects'"),
+             {}, &error) ||
+        !query.next()) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    const qint64 reserved = query.value(0).toLongLong();
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    *id = reserved;
+    return true;
+}
+
+bool DefectStore::file(Defect& defect)
+{
+    if (!prepareForFiling())
+        return false;
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    const auto undo = [&](const QString& reason) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), reason);
+    };
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    const QDateTime filed = QDateTime::currentDateTimeUtc();
+    QSqlQuery query(database);
+    const QVariantList values{
+        defect.headline,
+        defect.description,
+        QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
+                              .toJson(QJsonDocument::Compact)),
+        textOrNull(defect.file),
+        timeText(filed),
+        textOrNull(defect.externalReference)};
+    const bool inserted =
+        defect.id > 0
+            ? run(query,
+                  QStringLiteral("INSERT INTO defects (id, state, headline, description, "
+                                 "item_path, file, filed, external_reference)"
+                                 " VALUES (?, 'open', ?, ?, ?, ?, ?, ?)"),
+                  QVariantList{defect.id} + values, &error)
+            : run(query,
+                  QStringLiteral("INSERT INTO defects (state, headline, description, item_path,"
+                                 " file, filed, external_reference)"
+                                 " VALUES ('open', ?, ?, ?, ?, ?, ?)"),
+                  values, &error);
+    if (!inserted)
+        return undo(error);
+    const qint64 id = defect.id > 0 ? defect.id : query.lastInsertId().toLongLong();
     for (const DefectAttachment& attachment : std::as_const(defect.attachments)) {
         if (!run(query,
                  QStringLiteral("INSERT INTO attachments (defect, label, path, size, sha256)"
                                 " VALUES (?, ?, ?, ?, ?)"),
-                 {defect.id, attachment.label, attachment.path, attachment.size, attachment.sha256},
+                 {id, attachment.label, attachment.path, attachment.size, attachment.sha256},
                  &error))
-            return undo(QStringLiteral("Cannot file the defect in %1"), error);
-    }
-    if (handOff) {
-        QString reference;
-        if (!handOff(defect.id, &reference, &error)) {
-            QString ignored;
-            run(database, QStringLiteral("ROLLBACK"), &ignored);
-            m_error = error;
-            return false;
-        }
-        defect.externalReference = reference;
-        if (!run(query, QStringLiteral("UPDATE defects SET external_reference = ? WHERE id = ?"),
-                 {textOrNull(reference), defect.id}, &error))
-            return undo(QStringLiteral("Cannot file the defect in %1"), error);
+            return undo(error);
     }
     query.finish();
     if (!run(database, QStringLiteral("COMMIT"), &error))
-        return undo(QStringLiteral("Cannot file the defect in %1"), error);
+        return undo(error);
+    defect.id = id;
+    defect.filed = filed;
     return true;
 }
 
@@ -262,11 +327,16 @@ bool DefectStore::read(QList<Defect>* defects)
     if (!info.isFile())
         return fail(QStringLiteral("Cannot read the defect store %1"),
                     QStringLiteral("it is not a regular file"));
-    Connection connection(m_path, true);
+    StoreConnection connection(m_path, true);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
+    bool empty = false;
+    if (!checkSchema(database, &empty, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    if (empty)
+        return true;
     QSqlQuery query(database);
     if (!run(query,
              QStringLiteral("SELECT id, state, headline, description, item_path, file, filed,"
@@ -289,6 +359,9 @@ bool DefectStore::read(QList<Defect>* defects)
         byId.insert(defect.id, defects->size());
         defects->append(defect);
     }
+    if (query.lastError().isValid())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    StoreConnection::reason(query.lastError()));
     if (!run(query,
              QStringLiteral("SELECT defect, label, path, size, sha256 FROM attachments"
                             " ORDER BY rowid"),
@@ -302,6 +375,9 @@ bool DefectStore::read(QList<Defect>* defects)
                                                query.value(3).toLongLong(),
                                                query.value(4).toString()});
     }
+    if (query.lastError().isValid())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    StoreConnection::reason(query.lastError()));
     return true;
 }
 
@@ -310,20 +386,23 @@ bool DefectStore::setClosed(const QList<qint64>& ids, bool closed)
     m_error.clear();
     if (!refuseUnsafeStore(QStringLiteral("Cannot change the defect store %1")))
         return false;
-    Connection connection(m_path, false);
+    StoreConnection connection(m_path, false);
     if (!connection.isOpen())
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
-    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), &error))
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
         return fail(QStringLiteral("Cannot change the defect store %1"), error);
     QSqlQuery query(database);
     for (const qint64 id : ids) {
-        if (!run(query, QStringLiteral("UPDATE defects SET state = ? WHERE id = ?"),
+        if (empty ||
+            !run(query, QStringLiteral("UPDATE defects SET state = ? WHERE id = ?"),
                  {closed ? QStringLiteral("closed") : QStringLiteral("open"), id}, &error)) {
             QString ignored;
             run(database, QStringLiteral("ROLLBACK"), &ignored);
-            return fail(QStringLiteral("Cannot change the defect store %1"), error);
+            return fail(QStringLiteral("Cannot change the defect store %1"),
+                        empty ? QStringLiteral("it holds no defects") : error);
         }
     }
     query.finish();

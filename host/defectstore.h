@@ -4,7 +4,6 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-#include <functional>
 
 // A file kept with a defect, as it was when the defect was filed.
 struct DefectAttachment
@@ -32,9 +31,12 @@ struct Defect
     QString item() const { return itemPath.isEmpty() ? QString() : itemPath.last(); }
 };
 
-// The defects of one user, in an SQLite database. Filing is one transaction: a defect is stored
-// whole or not at all, and a store that cannot be written (read-only, full, locked) keeps what it
-// had. Every failure leaves its reason, naming the file, in errorString().
+// The defects of one user, in an SQLite database. Filing is one short transaction: a defect is
+// stored whole or not at all, and a store that cannot be written (read-only, full, locked) keeps
+// what it had. A database that is not exactly one of crcstudio's (another program's, or one with
+// views or triggers added) is refused before anything of it is used, and no statement on a store
+// runs longer than a few seconds. Every failure leaves its reason, naming the file, in
+// errorString().
 class DefectStore
 {
 public:
@@ -53,12 +55,12 @@ public:
     // checks that the database takes writes.
     bool prepareForFiling();
 
-    // Called inside the filing transaction with the new defect's id; answers the external
-    // reference, or false with the reason, which undoes the filing.
-    using HandOff = std::function<bool(qint64 id, QString* reference, QString* error)>;
-    // Stores `defect` (its id, time and external reference are set here) in one transaction
-    // together with the hand-off. Returns false, with nothing stored, on any failure.
-    bool file(Defect& defect, const HandOff& handOff);
+    // Takes the id the next defect gets, before it is filed, so that a team's tracker can be told
+    // it while the store stays free for others; an id taken and never filed is left out.
+    bool reserveId(qint64* id);
+    // Stores `defect` in one transaction: with its id when one was reserved, a new one otherwise;
+    // its id and time filed are set here. Returns false, with nothing stored, on any failure.
+    bool file(Defect& defect);
 
     // Every defect, in the order filed. A store that does not exist yet holds none.
     bool read(QList<Defect>* defects);
@@ -78,7 +80,8 @@ private:
 
 namespace DefectFormat {
 
-// The defects as CSV (RFC 4180, a header line first) and as a JSON array, for other tools.
+// The defects as CSV (RFC 4180, a header line first) and as a JSON array, for other tools. A
+// CSV cell that a spreadsheet would take for a formula begins with a single quote.
 QByteArray toCsv(const QList<Defect>& defects);
 QByteArray toJson(const QList<Defect>& defects);
 

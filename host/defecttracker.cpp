@@ -3,13 +3,12 @@
 #include "host/submitcommand.h"
 #include "import/importcache.h"
 #include "sdk/qasafefile.h"
+#include "sdk/studiointerface.h"
 
 #include <QCryptographicHash>
-#include <QCursor>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QTemporaryDir>
 
 namespace {
@@ -145,15 +144,20 @@ bool DefectTracker::handToTeamTracker(const SubmitCommand& command, qint64 id, Q
     for (const DefectAttachment& attachment : std::as_const(m_draft->attachments))
         attachments.append(attachment.path);
     m_commandLine = commandLine(descriptionFile, id).toLocal8Bit();
-    // The studio waits for the client; the pointer says so.
-    QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor));
-    const SubmitCommand::Result result =
-        command.run({{QStringLiteral("headline"), {m_draft->headline}},
-                     {QStringLiteral("description_file"), {descriptionFile}},
-                     {QStringLiteral("attachment"), attachments},
-                     {QStringLiteral("id"), {QString::number(id)}}},
-                    m_settings.timeLimitSeconds);
-    QGuiApplication::restoreOverrideCursor();
+    // The studio shows that it waits for the client, and takes no other input meanwhile than
+    // the Cancel of its progress display.
+    if (m_studio)
+        m_studio->startProgress(0, tr("Handing the defect to %1").arg(command.program()),
+                                tr("Cancel"));
+    StudioInterface* studio = m_studio;
+    const SubmitCommand::Result result = command.run(
+        {{QStringLiteral("headline"), {m_draft->headline}},
+         {QStringLiteral("description_file"), {descriptionFile}},
+         {QStringLiteral("attachment"), attachments},
+         {QStringLiteral("id"), {QString::number(id)}}},
+        m_settings.timeLimitSeconds, [studio] { return studio && studio->progressCancelled(); });
+    if (m_studio)
+        m_studio->endProgress();
     *reference = result.output;
     *reason = result.error;
     return result.succeeded;
@@ -172,24 +176,36 @@ quint16 DefectTracker::submit(int)
         m_draft.reset();
         return failed(error);
     }
-    DefectStore store(m_storePath);
-    DefectStore::HandOff handOff;
     const SubmitCommand command(m_settings.submitCommand);
     if (!command.problem().isEmpty()) {
         m_draft.reset();
         return failed(tr("The submit command cannot be run: %1").arg(command.problem()));
     }
-    if (!command.isEmpty()) {
-        handOff = [this, &command](qint64 id, QString* reference, QString* reason) {
-            return handToTeamTracker(command, id, reference, reason);
-        };
-    }
     m_commandLine = commandLine().toLocal8Bit(); // the hand-off gives the complete one
-    const bool stored = store.file(*m_draft, handOff);
+    DefectStore store(m_storePath);
+    // The team's tracker gets the defect first, under the id it will have here; the store is
+    // written only once it took it.
+    if (!command.isEmpty()) {
+        qint64 id = 0;
+        QString reference;
+        if (!store.reserveId(&id) || !handToTeamTracker(command, id, &reference, &error)) {
+            m_draft.reset();
+            m_error = (error.isEmpty() ? store.errorString() : error).toLocal8Bit();
+            return 0;
+        }
+        m_draft->id = id;
+        m_draft->externalReference = reference;
+    }
+    const bool stored = store.file(*m_draft);
     const qint64 id = m_draft->id;
+    const QString reference = m_draft->externalReference;
     m_draft.reset();
     if (!stored) {
-        m_error = store.errorString().toLocal8Bit();
+        m_error = (command.isEmpty() ? store.errorString()
+                                     : tr("The team's tracker took the defect (%1), but it "
+                                          "could not be kept here: %2")
+                                           .arg(reference, store.errorString()))
+                      .toLocal8Bit();
         return 0;
     }
     m_error.clear();

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 
+class StudioInterface;
 class SubmitCommand;
 
 // What the user chose for filing defects.
@@ -22,9 +23,10 @@ struct DefectTrackerSettings
 };
 
 // The studio's defect tracker: open() starts a draft, the next three steps fill it, submit()
-// files it into the defect store in one transaction, handing it to the team's tracker first
-// when a submit command is set (its failure files nothing). Every step leaves the command line a
-// user could run for the same effect, and every failure its reason.
+// files it into the defect store in one short transaction, handing it to the team's tracker
+// first when a submit command is set (its failure files nothing). The store is not held while
+// the team's client runs, and the studio shows its progress with a Cancel. Every step leaves the
+// command line a user could run for the same effect, and every failure its reason.
 class DefectTracker : public QObject, public TrackwellInterface
 {
     Q_OBJECT
@@ -39,6 +41,8 @@ public:
     void setSettings(const DefectTrackerSettings& settings) { m_settings = settings; }
     // Answers the outline texts, from the result file down, of the item being filed.
     void setItemLocator(std::function<QStringList()> locator) { m_locateItem = std::move(locator); }
+    // The studio whose progress display shows the team's client running, with its Cancel.
+    void setStudio(StudioInterface* studio) { m_studio = studio; }
 
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
@@ -68,6 +72,7 @@ private:
     QString m_storePath;
     DefectTrackerSettings m_settings;
     std::function<QStringList()> m_locateItem;
+    StudioInterface* m_studio = nullptr;
     std::optional<Defect> m_draft;
     QByteArray m_commandLine;
     QByteArray m_error;

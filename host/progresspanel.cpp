@@ -45,6 +45,7 @@ ProgressPanel::ProgressPanel(QWidget* parent) : QWidget(parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     m_label = new QLabel(this);
+    m_label->setTextFormat(Qt::PlainText); // it names the file being read
     m_bar = new QProgressBar(this);
     m_bar->setMaximumWidth(200);
     m_cancel = new QPushButton(tr("Cancel"), this);

@@ -86,8 +86,35 @@ std::unique_ptr<SourceView> SourceView::open(const QString& path, QString* error
         *error = QStringLiteral("%1: %2").arg(path, reason);
         return nullptr;
     }
+    // Read piece by piece up to the limit, whatever size the file claims: files of /proc say 0
+    // and some of them (/proc/self/pagemap) go on for hundreds of gigabytes.
+    const auto tooLarge = [&] {
+        *error = QStringLiteral("%1: it holds more than %2 MiB, too much to show as a source file")
+                     .arg(path)
+                     .arg(maxSize / (1024 * 1024));
+        return nullptr;
+    };
+    if (file.size() > maxSize)
+        return tooLarge();
+    QByteArray bytes;
+    constexpr qint64 pieceSize = 1024 * 1024;
+    for (;;) {
+        const qint64 wanted = qMin(pieceSize, maxSize + 1 - bytes.size());
+        const qsizetype start = bytes.size();
+        bytes.resize(start + wanted);
+        const qint64 got = file.read(bytes.data() + start, wanted);
+        if (got < 0) {
+            *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+            return nullptr;
+        }
+        bytes.resize(start + got);
+        if (got == 0)
+            break;
+        if (bytes.size() > maxSize)
+            return tooLarge();
+    }
     std::unique_ptr<SourceView> view(new SourceView(path));
-    view->setPlainText(QString::fromUtf8(file.readAll()));
+    view->setPlainText(QString::fromUtf8(bytes));
     return view;
 }
 

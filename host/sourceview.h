@@ -9,7 +9,11 @@ class SourceView : public QPlainTextEdit
     Q_OBJECT
 
 public:
-    // The file at `path`, or null with `error` saying why it cannot be shown.
+    // The most a source file may hold to be shown.
+    static constexpr qint64 maxSize = 64 * 1024 * 1024;
+
+    // The file at `path`, or null with `error` saying why it cannot be shown (not a regular
+    // file, larger than maxSize, unreadable).
     static std::unique_ptr<SourceView> open(const QString& path, QString* error);
 
     const QString& path() const { return m_path; }

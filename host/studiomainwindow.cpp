@@ -12,6 +12,7 @@
 #include "import/resultimport.h"
 #include "sdk/preferenceitem.h"
 #include "sdk/qadialogs.h"
+#include "sdk/qaplaintext.h"
 #include "sdk/qasafefile.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
@@ -339,7 +340,7 @@ void StudioMainWindow::updateTab(QAStViewerWindow* viewer)
                               ? names.join(QStringLiteral(", "))
                               : tr("%1 and %2 more").arg(names.first()).arg(names.size() - 1);
     m_tabs->setTabText(index, label);
-    m_tabs->setTabToolTip(index, paths.join(QLatin1Char('\n')));
+    m_tabs->setTabToolTip(index, QAPlainText::toolTip(paths.join(QLatin1Char('\n'))));
     updateTitle();
     updateCommands();
 }
@@ -791,7 +792,7 @@ bool StudioMainWindow::showSource(const QString& path, int line, bool activate)
     }
     SourceView* shown = source.release(); // the tabs own it from here
     const int index = m_tabs->addTab(shown, QFileInfo(path).fileName());
-    m_tabs->setTabToolTip(index, QDir::toNativeSeparators(path));
+    m_tabs->setTabToolTip(index, QAPlainText::toolTip(QDir::toNativeSeparators(path)));
     shown->showLine(line);
     if (activate)
         m_tabs->setCurrentWidget(shown);
@@ -886,7 +887,7 @@ void StudioMainWindow::fillRecentMenu()
             m_recentMenu->addAction(i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(name) : name,
                                     this, [this, file] { openFiles({file}); });
         entry->setStatusTip(QDir::toNativeSeparators(file));
-        entry->setToolTip(QDir::toNativeSeparators(file));
+        entry->setToolTip(QAPlainText::toolTip(QDir::toNativeSeparators(file)));
     }
     if (!m_recentFiles.isEmpty())
         m_recentMenu->addSeparator();

@@ -1,9 +1,35 @@
 #include "host/submitcommand.h"
 
+#include <QEventLoop>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
+
+// One output of the command: its first bytes, up to maxKeptOutput, and whether there were more.
+class KeptOutput
+{
+public:
+    void append(const QByteArray& bytes)
+    {
+        const qsizetype room = SubmitCommand::maxKeptOutput - m_bytes.size();
+        m_bytes += bytes.left(qMax<qsizetype>(room, 0));
+        m_cut = m_cut || bytes.size() > room;
+    }
+    // The text kept, trimmed, with a note at the end when it was cut.
+    QString text() const
+    {
+        const QString kept = QString::fromLocal8Bit(m_bytes).trimmed();
+        return m_cut ? kept + QStringLiteral(" [cut after %1 MiB]")
+                                  .arg(SubmitCommand::maxKeptOutput / (1024 * 1024))
+                     : kept;
+    }
+
+private:
+    QByteArray m_bytes;
+    bool m_cut = false;
+};
 
 // Words as a POSIX shell would split them, quotes and backslashes included, with nothing
 // expanded: 'single' quotes keep everything, "double" quotes keep all but \" and \\. A quote
@@ -111,7 +137,8 @@ QStringList SubmitCommand::expand(const Values& values) const
     return expanded;
 }
 
-SubmitCommand::Result SubmitCommand::run(const Values& values, int timeLimitSeconds) const
+SubmitCommand::Result SubmitCommand::run(const Values& values, int timeLimitSeconds,
+                                         const CancelCheck& cancelled) const
 {
     Result result;
     const QStringList words = expand(values);
@@ -123,37 +150,82 @@ SubmitCommand::Result SubmitCommand::run(const Values& values, int timeLimitSeco
     process.setProgram(words.first());
     process.setArguments(words.mid(1));
     process.setStandardInputFile(QProcess::nullDevice());
+    // What the command writes is taken as it comes, so that a flood never piles up.
+    KeptOutput output;
+    KeptOutput errors;
+    QObject::connect(&process, &QProcess::readyReadStandardOutput, &process,
+                     [&] { output.append(process.readAllStandardOutput()); });
+    QObject::connect(&process, &QProcess::readyReadStandardError, &process,
+                     [&] { errors.append(process.readAllStandardError()); });
     process.start();
     if (!process.waitForStarted()) {
         result.error = QStringLiteral("The submit command %1 cannot be started: %2")
                            .arg(words.first(), process.errorString());
         return result;
     }
-    if (!process.waitForFinished(timeLimitSeconds * 1000)) {
+    enum
+    {
+        Running,
+        Finished,
+        TimedOut,
+        Cancelled
+    } ending = Running;
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, [&] {
+        ending = Finished;
+        loop.quit();
+    });
+    QTimer limit;
+    limit.setSingleShot(true);
+    QObject::connect(&limit, &QTimer::timeout, &loop, [&] {
+        ending = TimedOut;
+        loop.quit();
+    });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (cancelled && cancelled()) {
+            ending = Cancelled;
+            loop.quit();
+        }
+    });
+    limit.start(timeLimitSeconds * 1000);
+    poll.start(100);
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
+    else
+        ending = Finished;
+    if (ending != Finished) {
+        process.disconnect(&loop);
         process.kill();
         process.waitForFinished();
-        const QString limit = timeLimitSeconds == 1
-                                  ? QStringLiteral("1 second")
-                                  : QStringLiteral("%1 seconds").arg(timeLimitSeconds);
+        if (ending == Cancelled) {
+            result.error = QStringLiteral("The submit command %1 was cancelled").arg(words.first());
+            return result;
+        }
+        const QString seconds = timeLimitSeconds == 1
+                                    ? QStringLiteral("1 second")
+                                    : QStringLiteral("%1 seconds").arg(timeLimitSeconds);
         result.error =
             QStringLiteral("The submit command %1 did not finish within %2 and was stopped")
-                .arg(words.first(), limit);
+                .arg(words.first(), seconds);
         return result;
     }
-    result.output = QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
-    const QString errors = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
+    output.append(process.readAllStandardOutput());
+    errors.append(process.readAllStandardError());
+    result.output = output.text();
+    const QString said = errors.text();
     if (process.exitStatus() != QProcess::NormalExit) {
-        result.error = errors.isEmpty()
+        result.error = said.isEmpty()
                            ? QStringLiteral("The submit command %1 crashed").arg(words.first())
-                           : errors;
+                           : said;
         return result;
     }
     if (process.exitCode() != 0) {
-        result.error = errors.isEmpty() ? QStringLiteral("The submit command %1 failed with exit "
-                                                         "status %2")
-                                              .arg(words.first())
-                                              .arg(process.exitCode())
-                                        : errors;
+        result.error = said.isEmpty() ? QStringLiteral("The submit command %1 failed with exit "
+                                                       "status %2")
+                                            .arg(words.first())
+                                            .arg(process.exitCode())
+                                      : said;
         return result;
     }
     result.succeeded = true;

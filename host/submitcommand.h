@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 // A team's own tracker client, as the user configured it: a program and its arguments, in which
 // {headline}, {description_file}, {attachment} and {id} stand for the defect's values. It is run
@@ -14,6 +15,8 @@ public:
     explicit SubmitCommand(const QString& commandLine);
 
     bool isEmpty() const { return m_words.isEmpty(); }
+    // The program run, as written.
+    QString program() const { return m_words.value(0); }
     // What is wrong with the command line (a quote not closed, an unknown placeholder), or empty.
     const QString& problem() const { return m_problem; }
 
@@ -24,15 +27,22 @@ public:
     // given once per attachment, and left out when there is none.
     QStringList expand(const Values& values) const;
 
+    // The most kept of what the command writes on each of its outputs; the rest is read and
+    // thrown away, and the text kept says that it was cut.
+    static constexpr qsizetype maxKeptOutput = 1024 * 1024;
+
     struct Result
     {
         bool succeeded = false;
         QString output; // standard output, trimmed: what the tracker answered
         QString error;  // why it failed
     };
-    // Runs the command and waits for it at most `timeLimitSeconds`; a command still running then
-    // is killed.
-    Result run(const Values& values, int timeLimitSeconds) const;
+    // Asked a few times a second while the command runs; true stops it.
+    using CancelCheck = std::function<bool()>;
+    // Runs the command and waits for it at most `timeLimitSeconds`; a command still running then,
+    // or cancelled, is killed. Events are handled meanwhile: the caller keeps other input away.
+    Result run(const Values& values, int timeLimitSeconds,
+               const CancelCheck& cancelled = CancelCheck()) const;
 
     // `words` as a command line for a shell, each quoted where needed.
     static QString quoted(const QStringList& words);

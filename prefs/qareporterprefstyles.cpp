@@ -60,10 +60,11 @@ QWidget* QAReporterPrefStyles::createWidget(QWidget* parent)
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(10, 10, 10, 10);
     if (!m_styleFileError.isEmpty()) {
-        auto* problem = new QLabel(
-            tr("The style file could not be read completely:\n%1").arg(m_styleFileError.trimmed()),
-            page);
+        auto* problem = new QLabel(page);
         problem->setObjectName(QStringLiteral("styleFileError"));
+        problem->setTextFormat(Qt::PlainText); // the file's own words, never markup
+        problem->setText(
+            tr("The style file could not be read completely:\n%1").arg(m_styleFileError.trimmed()));
         problem->setWordWrap(true);
         problem->setTextInteractionFlags(Qt::TextSelectableByMouse);
         layout->addWidget(problem);

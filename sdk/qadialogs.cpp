@@ -12,7 +12,9 @@ public:
                                         QMessageBox::StandardButtons buttons,
                                         QMessageBox::StandardButton defaultButton) override
     {
-        QMessageBox box(icon, title, text, buttons, parent);
+        QMessageBox box(icon, title, QString(), buttons, parent);
+        box.setTextFormat(Qt::PlainText);
+        box.setText(text);
         box.setDefaultButton(defaultButton);
         return QMessageBox::StandardButton(box.exec());
     }

@@ -6,8 +6,9 @@
 #include <memory>
 
 // Every message box, question and file or directory dialog of the plug-in goes through here.
-// The default shows the real dialogs; tests and headless runs install ScriptedDialogs, which
-// records what was asked and answers from a script, so nothing ever blocks.
+// The default shows the real dialogs, message boxes with their text as plain text (it names files
+// and quotes them); tests and headless runs install ScriptedDialogs, which records what was asked
+// and answers from a script, so nothing ever blocks.
 class QADialogs
 {
 public:

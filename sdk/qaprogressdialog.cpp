@@ -1,9 +1,16 @@
 #include "sdk/qaprogressdialog.h"
 
+#include <QLabel>
+
 QAProgressDialog::QAProgressDialog(const QString& label, const QString& cancelText, int steps,
                                    QWidget* parent)
-    : QProgressDialog(label, cancelText, 0, steps, parent)
+    : QProgressDialog(QString(), cancelText, 0, steps, parent)
 {
+    // The label names the files worked on: plain text, whatever they are called.
+    auto* plain = new QLabel(this);
+    plain->setTextFormat(Qt::PlainText);
+    setLabel(plain);
+    QProgressDialog::setLabelText(label);
     setMinimumDuration(500); // short work shows no dialog at all
 }
 

@@ -14,6 +14,7 @@ QAViewerFindDialog::QAViewerFindDialog(QWidget* parent)
       m_status(new QLabel(this))
 {
     setWindowTitle(tr("Find"));
+    m_status->setTextFormat(Qt::PlainText); // it quotes what was searched for
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     QPushButton* find = buttons->addButton(tr("&Find"), QDialogButtonBox::ActionRole);
     find->setDefault(true);

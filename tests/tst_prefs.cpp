@@ -347,7 +347,9 @@ private Q_SLOTS:
         page.createWidget(&dialog);
         page.updateContents();
         page.apply();
-        QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("styleFileError")));
+        const auto* said = dialog.findChild<QLabel*>(QStringLiteral("styleFileError"));
+        QVERIFY(said);
+        QCOMPARE(said->textFormat(), Qt::PlainText); // it quotes the file
         QCOMPARE(page.view->findChild<QListWidget*>()->count(), 0);
     }
 

@@ -4,10 +4,13 @@
 
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "sdk/qasafefile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QFontMetricsF>
+#include <QImageReader>
 #include <QPainter>
 #include <QTextLayout>
 #include <QUrl>
@@ -216,13 +219,15 @@ QSizeF DLayoutContext::metricsOf(const DStyle* style) const
 
 QString DLayoutContext::findImage(const QString& source) const
 {
+    // Regular files only, as the HTML export copies: a FIFO would hang the view, a device never
+    // end.
     if (source.isEmpty())
         return QString();
     if (QFileInfo(source).isAbsolute())
-        return QFileInfo::exists(source) ? source : QString();
+        return QASafeWrite::isRegularFile(source) ? source : QString();
     for (const QString& path : searchPaths) {
         const QString candidate = QDir(path).filePath(source);
-        if (QFileInfo::exists(candidate))
+        if (QASafeWrite::isRegularFile(candidate))
             return candidate;
     }
     return QString();
@@ -535,8 +540,11 @@ void DBlockLayout::layOutImage()
 {
     const DImage* image = static_cast<const DImage*>(m_block.owner);
     m_imageFile = m_context.findImage(image->source());
-    if (!m_imageFile.isEmpty())
-        m_image.load(m_imageFile);
+    // Opened without waiting and checked again once open: a file put in its place meanwhile
+    // cannot block the view either.
+    if (QFile file(m_imageFile);
+        !m_imageFile.isEmpty() && QASafeWrite::openRegularFile(file, nullptr))
+        m_image = QImageReader(&file).read();
     const qreal available = qMax(40, m_context.width - m_block.indent);
     const int width = boundedSide(image->width());
     const int height = boundedSide(image->height());

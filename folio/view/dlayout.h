@@ -31,7 +31,8 @@ struct DLayoutContext
     QFont fontOf(const DStyle* style) const;
     // Line height and mean character width of a style, to estimate heights.
     QSizeF metricsOf(const DStyle* style) const;
-    // The file an image source names, searched in the search paths; empty when missing.
+    // The regular file an image source names, searched in the search paths; empty when missing
+    // or anything else (a FIFO, a device, a folder).
     QString findImage(const QString& source) const;
     // Styles change in place: forget what was derived from them.
     void forgetStyles();

@@ -25,6 +25,9 @@ namespace {
 constexpr int cpuSeconds = 120;
 constexpr rlim_t memoryBytes = rlim_t(3) << 30;
 constexpr int exitUnreadable = 2;
+// A file of a few hundred thousand distinct item types is read, counted and shown in well under
+// a second; a look-up per type in a list of them took minutes.
+constexpr int manyTypesCpuSeconds = 20;
 // Far more than a program needs to start, far less than the large file below needs to be read.
 constexpr rlim_t smallMemoryBytes = rlim_t(512) << 20;
 
@@ -224,6 +227,41 @@ private Q_SLOTS:
                                     QStringLiteral(": ") + problem));
             }
         }
+    }
+
+    // Hundreds of thousands of distinct item types: a summary in a viewer window, and a dump
+    // that hides thousands of them, within a small bound of processor time.
+    void manyDistinctTypesStayCheap()
+    {
+        const int types = 300000;
+        const int hidden = 2000;
+        QByteArray markup = "<XROD><DOCUMENT tag='types'>";
+        markup.reserve(types * 64);
+        for (int i = 0; i < types; ++i)
+            markup += "<XROD:NODE name='n' type='K" + QByteArray::number(i).rightJustified(6, '0') +
+                      "' state='" + (i % 3 == 0 ? "ko" : "ok") + "' sum='1'/>";
+        markup += "</DOCUMENT></XROD>";
+        const QString input = m_dir.filePath(QStringLiteral("types.crc"));
+        QVERIFY(writeFile(input, markup));
+        const Limits limits{manyTypesCpuSeconds, memoryBytes};
+
+        Run run = crcview({QStringLiteral("summary"), input}, QString(), limits);
+        QVERIFY2(run.finished && !run.crashed && run.status == 0,
+                 qPrintable(describe(QStringLiteral("summary"), input, run)));
+        QVERIFY2(run.out.contains(QLatin1String("[200000] Test Case Passed")) &&
+                     run.out.contains(QLatin1String("[100000] Test Case Failed")),
+                 qPrintable(run.out));
+
+        QStringList arguments{QStringLiteral("dump"), QStringLiteral("--count")};
+        for (int i = 0; i < hidden; ++i)
+            arguments << QStringLiteral("--hide-type")
+                      << QStringLiteral("K%1").arg(i, 6, 10, QLatin1Char('0'));
+        arguments << input;
+        run = crcview(arguments, QString(), limits);
+        QVERIFY2(run.finished && !run.crashed && run.status == 0,
+                 qPrintable(describe(QStringLiteral("dump --hide-type"), input, run)));
+        QVERIFY2(run.out.startsWith(QStringLiteral("nodes: %1\n").arg(types - hidden)),
+                 qPrintable(run.out));
     }
 
     // A result file that needs more memory than the program may use is refused as an

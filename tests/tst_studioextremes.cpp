@@ -306,6 +306,77 @@ private Q_SLOTS:
         QTRY_VERIFY(window.isNull());
     }
 
+    // A file of thousands of item types: the "Code Review" menu lists the first 50, says how
+    // many more there are, and hides a listed type when its entry is clicked.
+    void typeMenuOfThousandsOfTypes()
+    {
+        const int types = 2000;
+        QByteArray markup = "<XROD><DOCUMENT tag='kinds' title='kinds'>";
+        for (int i = 0; i < types; ++i) {
+            const QByteArray number = QByteArray::number(i).rightJustified(4, '0');
+            markup += "<XROD:NODE name='n" + number + "' type='K" + number +
+                      "' state='ok' sum='1'><SECTION><PARAGRAPH>" + number +
+                      "</PARAGRAPH></SECTION></XROD:NODE>";
+        }
+        markup += "</DOCUMENT></XROD>";
+        const QString path = m_dir.filePath(QStringLiteral("kinds.crc"));
+        QVERIFY(writeFile(path, markup));
+        QPointer<QAStViewerWindow> window = openThroughTheMenu(path);
+        QVERIFY(window);
+
+        QMenu* menu = nullptr;
+        for (QAction* action : m_studio->menuBar()->actions()) {
+            if (action->text() == QLatin1String("&Code Review"))
+                menu = action->menu();
+        }
+        QVERIFY(menu);
+        // The entries between the first two separators: the types, then what is not listed.
+        const auto typeSection = [menu] {
+            QList<QAction*> entries;
+            int separators = 0;
+            for (QAction* action : menu->actions()) {
+                separators += action->isSeparator() ? 1 : 0;
+                if (separators == 1 && !action->isSeparator())
+                    entries.append(action);
+            }
+            return entries;
+        };
+        menu->popup(m_studio->mapToGlobal(QPoint(100, 30)));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        QList<QAction*> entries = typeSection();
+        QCOMPARE(entries.size(), 51);
+        for (int i = 0; i < 50; ++i) {
+            QCOMPARE(entries.at(i)->text(), QStringLiteral("K%1").arg(i, 4, 10, QLatin1Char('0')));
+            QVERIFY(entries.at(i)->isChecked());
+        }
+        QAction* note = entries.last();
+        QCOMPARE(note->text(), QStringLiteral("Types not listed: 1950 (always shown)"));
+        QVERIFY(!note->isEnabled() && !note->isCheckable());
+        QCOMPARE(
+            note->statusTip(),
+            QStringLiteral(
+                "The menu lists the first 50 types; the nodes of the others are always shown"));
+
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entries.at(1)).center());
+        QTRY_VERIFY(!menu->isVisible());
+        const QModelIndex file = fileEntry(0);
+        QCOMPARE(outline()->model()->rowCount(file), types - 1);
+        QCOMPARE(outline()->model()->index(1, 0, file).data().toString(), QStringLiteral("n0002"));
+        QCOMPARE(outline()->model()->index(types - 2, 0, file).data().toString(),
+                 QStringLiteral("n1999"));
+        menu->popup(m_studio->mapToGlobal(QPoint(100, 30)));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        entries = typeSection();
+        QCOMPARE(entries.size(), 51);
+        QVERIFY(entries.at(0)->isChecked() && !entries.at(1)->isChecked());
+        menu->close();
+
+        QAction* close = menuCommand(m_studio->menuBar(), QStringLiteral("Close"));
+        QVERIFY(close);
+        close->trigger();
+        QTRY_VERIFY(window.isNull());
+    }
+
     // A file whose reading needs more memory than the studio may take fails to open as an
     // unreadable file does: a message names it and says why, and the report open before stays
     // shown as it was.

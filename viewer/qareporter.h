@@ -204,6 +204,8 @@ private:
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;
+    // The status help of the commands menu's entry `entry`, whose id is `id`.
+    static QString helpText(int id, const QAction* entry);
     void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, const QModelIndex& item) const;
     // The outline's current entry in column 0; invalid when there is none.

@@ -198,9 +198,8 @@ private:
     void showRead(std::vector<std::unique_ptr<QAReporterData>> read, const QStringList& failed,
                   const QStringList& reasons);
     void setupToolBar(bool on);
-    bool exportHTMLsubFile(const QString& dir, const QStringList& files,
-                           QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                           QAIProgressMonitor* progress, QAILogMonitor* log);
+    bool exportHTMLsubFile(const QStringList& files, QAReporterHTMLWriter* writer,
+                           DExportHtml* exporter, QAIProgressMonitor* progress, QAILogMonitor* log);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;

@@ -31,6 +31,11 @@ QString HeadlessStudio::installDirectory() const
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/.."));
 }
 
+QString HeadlessStudio::originalFileOf(const QString& path) const
+{
+    return ImportCache::originalOf(path);
+}
+
 QString HeadlessStudio::caption() const
 {
     return QStringLiteral("crcview");

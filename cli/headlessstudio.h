@@ -30,4 +30,5 @@ public:
     void endProgress() override {}
     void openLocation(const QString&, int, bool) override {}
     TrackwellInterface* trackwellInterface() const override { return nullptr; }
+    QString originalFileOf(const QString& path) const override;
 };

@@ -120,6 +120,9 @@ void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file)
             m_nodes = std::make_unique<QAReporterNodeIndex>(m_displayed, DItem::Link);
         if (const QAReporterNode* node = m_nodes->find(link))
             path = node->base + path;
+        // What is still relative lies beside the report, as in the viewer.
+        if (is_relative_path(path) && !m_xrdBase.isEmpty())
+            path = QDir::toNativeSeparators(QDir::cleanPath(m_xrdBase + slash + path));
     }
     if (!m_baseForLink.isEmpty()) {
         // Many links name the same file: each path is made relative once.
@@ -157,8 +160,10 @@ void QAReporterHTMLWriter::doLink(DItem* item)
     if (target.left(10) == QLatin1String("xrdlink://")) {
         const QString rest = target.mid(10);
         const qsizetype hash = rest.indexOf(u'#');
-        const QString file = hash < 0 ? rest : rest.left(hash);
+        const QString named = hash < 0 ? rest : rest.left(hash);
         const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
+        // Beside the report being written, not beside the others.
+        const QString file = named.isEmpty() ? QString() : resolveXrd(named);
         writeRaw("<a href=\"");
         // Without a file, the link leads to an anchor of the page itself.
         if (!file.isEmpty())

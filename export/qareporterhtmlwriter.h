@@ -36,7 +36,9 @@ public:
     // The names of the export's files, which every page name comes from; borrowed. Without
     // them, pages are named after tags and report file names alone.
     void setPageNames(DPageNames* names) { m_pageNames = names; }
-    // The directory relative report file names start from.
+    // The directory relative report file names, and source paths that the nodes' bases leave
+    // relative, start from: that of the report whose page is written next, since each report's
+    // links are taken beside it.
     void setXrdBase(const QString& dir);
     // The report file `xrdPath` names, relative names taken from the report file directory.
     QString resolveXrd(const QString& xrdPath) const;
@@ -48,7 +50,8 @@ public:
     // The page of the report whose document is tagged `tag`.
     QString reportPageName(const QString& tag) const;
 
-    // Report files named by the links written so far, each once, in the order met.
+    // Report files named by the links written so far, each once, in the order met: the paths
+    // resolveXrd() gave while the link's page was written.
     const QStringList& referencedXrd() const { return m_referencedXrd; }
     void setReferencedXrd(const QStringList& files);
 

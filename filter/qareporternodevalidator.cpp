@@ -2,6 +2,8 @@
 
 #include "model/qareporternode.h"
 
+#include <algorithm>
+
 namespace {
 
 // True when a match of `expression` begins at the start of `text`. The leftmost match begins
@@ -63,10 +65,41 @@ void QAReporterNodeValidator::forgetResults()
     m_stateAccepted.clear();
 }
 
+void QAReporterNodeValidator::indexType(const QRegularExpression& hidden)
+{
+    if (!isLiteral(hidden)) {
+        m_hiddenPatterns.append(hidden);
+        return;
+    }
+    const QString& text = hidden.pattern();
+    if (m_hiddenTexts.contains(text))
+        return;
+    m_hiddenTexts.insert(text);
+    const auto at =
+        std::lower_bound(m_hiddenTextLengths.begin(), m_hiddenTextLengths.end(), text.size());
+    if (at == m_hiddenTextLengths.end() || *at != text.size())
+        m_hiddenTextLengths.insert(at, text.size());
+}
+
+void QAReporterNodeValidator::indexTypes()
+{
+    m_hiddenTexts.clear();
+    m_hiddenTextLengths.clear();
+    m_hiddenPatterns.clear();
+    for (const QRegularExpression& hidden : std::as_const(m_typeExps))
+        indexType(hidden);
+}
+
 bool QAReporterNodeValidator::typeHidden(const QString& type) const
 {
     return remembered(m_typeHidden, type, [&] {
-        for (const QRegularExpression& hidden : m_typeExps) {
+        for (const qsizetype length : m_hiddenTextLengths) {
+            if (length > type.size())
+                break;
+            if (m_hiddenTexts.contains(type.left(length)))
+                return true;
+        }
+        for (const QRegularExpression& hidden : m_hiddenPatterns) {
             if (matchesAtStart(hidden, type))
                 return true;
         }
@@ -89,6 +122,7 @@ void QAReporterNodeValidator::setAttribut(Attribut attribute, const QRegularExpr
         break;
     case AttrType:
         m_typeExps.append(expression);
+        indexType(expression);
         break;
     case AttrState:
         m_stateExp.emplace(expression);
@@ -110,6 +144,7 @@ void QAReporterNodeValidator::unsetAttribut(Attribut attribute)
         break;
     case AttrType:
         m_typeExps.clear();
+        indexTypes();
         break;
     case AttrState:
         if (!m_stateExp)
@@ -129,6 +164,7 @@ void QAReporterNodeValidator::unsetType(const QRegularExpression& expression)
     if (index < 0)
         return;
     m_typeExps.removeAt(index);
+    indexTypes();
     forgetResults();
     if (m_typeExps.isEmpty())
         m_active &= ~unsigned(AttrType);

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QList>
 #include <QRegularExpression>
+#include <QSet>
 #include <optional>
 
 class QAReporterNode;
@@ -48,10 +49,19 @@ private:
     bool typeHidden(const QString& type) const;
     bool stateAccepted(const QString& state) const;
     void forgetResults();
+    // Sorts the hidden type `hidden`, or all of them, into plain texts and patterns, for
+    // typeHidden().
+    void indexType(const QRegularExpression& hidden);
+    void indexTypes();
 
     unsigned m_active = 0;
     std::optional<Criterion> m_nameExp;
     QList<QRegularExpression> m_typeExps;
+    // The hidden types of m_typeExps that are plain texts, and their lengths: a type is hidden
+    // when one of its beginnings of those lengths is among them, however many there are.
+    QSet<QString> m_hiddenTexts;
+    QList<qsizetype> m_hiddenTextLengths; // ascending, each once
+    QList<QRegularExpression> m_hiddenPatterns;
     std::optional<Criterion> m_stateExp;
     // Results per text: a file repeats a few types and states over thousands of nodes, and a
     // hash lookup costs far less than a match.

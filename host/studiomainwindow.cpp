@@ -804,6 +804,11 @@ TrackwellInterface* StudioMainWindow::trackwellInterface() const
     return m_defects->tracker();
 }
 
+QString StudioMainWindow::originalFileOf(const QString& path) const
+{
+    return ImportCache::originalOf(path);
+}
+
 // --- What the studio remembers -------------------------------------------------------------
 
 void StudioMainWindow::loadStudioSettings()

@@ -125,6 +125,7 @@ public:
     bool progressCancelled() const override;
     void openLocation(const QString& location, int kind, bool activate) override;
     TrackwellInterface* trackwellInterface() const override;
+    QString originalFileOf(const QString& path) const override;
 
     // QAResProducer: the window's own settings (layout, last directory, recent files, source
     // roots).

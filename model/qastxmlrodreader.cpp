@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <new>
 
 namespace {
 constexpr qint64 bytesPerStep = 50;
@@ -33,7 +34,13 @@ bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* st
                           QCoreApplication::translate("Reporter", "Analysing %1")
                               .arg(QFileInfo(file->fileName()).fileName()),
                           QCoreApplication::translate("Reporter", "Cancel"));
-    bool accepted = DAmlReader::parse(source);
+    bool accepted = false;
+    try {
+        accepted = DAmlReader::parse(source);
+    } catch (const std::bad_alloc&) {
+        studio->endProgress(); // the caller frees what was read and says why
+        throw;
+    }
     // A cancel after the last check still counts: the user asked for nothing to change.
     if (accepted && studio->progressCancelled()) {
         m_handler->setCancelled();

@@ -22,7 +22,8 @@ public:
     QAstXmlRodHandler* handler() const { return m_handler.get(); }
 
     // Reads `source`. With both `file` and `studio`, the studio shows the progress meanwhile, and
-    // a cancel there stops the reading as a failure (see QAstXmlRodHandler::cancelled()).
+    // a cancel there stops the reading as a failure (see QAstXmlRodHandler::cancelled()). Throws
+    // std::bad_alloc when memory runs out, the progress display ended.
     bool parse(QIODevice* source, QFile* file, StudioInterface* studio);
 
     QAReporterDataTree* dataTree() const;

@@ -8,8 +8,11 @@
 #include "sdk/qasafefile.h"
 
 #include <QFile>
+#include <new>
 
-std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
+namespace {
+
+std::unique_ptr<QAReporterData> readReport(const QString& path, const DStyleList& styles,
                                            StudioInterface* studio, ReportLoadError* error)
 {
     // Only regular files: a FIFO or a device would block or never end.
@@ -39,4 +42,20 @@ std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList
     record->failed = handler->failed();
     record->inconclusive = handler->inconclusive();
     return record;
+}
+
+} // namespace
+
+std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
+                                           StudioInterface* studio, ReportLoadError* error)
+{
+    try {
+        return readReport(path, styles, studio, error);
+    } catch (const std::bad_alloc&) {
+        // What was read so far went with the reader; the message needs little memory.
+        *error = {QStringLiteral("out of memory: reading the file needs more memory than this "
+                                 "process may use"),
+                  0, 0};
+        return nullptr;
+    }
 }

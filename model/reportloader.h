@@ -21,6 +21,7 @@ struct ReportLoadError
 
 // Reads the result file at `path` into a new record, its document items styled from `styles`.
 // With a studio, the studio shows the progress and the user may cancel the reading. On failure
-// or a cancel returns null and fills `error`.
+// or a cancel returns null and fills `error`; running out of memory is such a failure, and what
+// was read so far is freed before it returns.
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
                                            StudioInterface* studio, ReportLoadError* error);

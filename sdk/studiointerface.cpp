@@ -1,3 +1,10 @@
 #include "sdk/studiointerface.h"
 
+#include <QString>
+
 StudioInterface::~StudioInterface() = default;
+
+QString StudioInterface::originalFileOf(const QString& path) const
+{
+    return path;
+}

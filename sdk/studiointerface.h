@@ -56,4 +56,9 @@ public:
     virtual void openLocation(const QString& location, int kind, bool activate) = 0;
     // The defect tracker, or null when the studio has none.
     virtual TrackwellInterface* trackwellInterface() const = 0;
+
+    // The file the studio made the result file `path` from (an analyzer's or test runner's
+    // results that it converted), so that the links of the report are taken beside the file the
+    // user opened; `path` itself for every other file.
+    virtual QString originalFileOf(const QString& path) const;
 };

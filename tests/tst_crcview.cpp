@@ -47,7 +47,8 @@ QByteArray result(const QString& tag, const QByteArray& content)
 }
 
 // Every local link of every page in `out`: the page it names must be there, and so must the
-// anchor in it. The links that lead nowhere, as "PAGE -> HREF".
+// anchor in it; a link to another file (a source file) must find it. The links that lead
+// nowhere, as "PAGE -> HREF".
 QStringList deadLinks(const QString& out)
 {
     QStringList dead;
@@ -70,6 +71,9 @@ QStringList deadLinks(const QString& out)
             QString target = hash < 0 ? link : link.left(hash);
             const QString anchor = hash < 0 ? QString() : link.mid(hash + 1);
             target = target.isEmpty() ? page : QUrl::fromPercentEncoding(target.toUtf8());
+            if (!target.endsWith(QLatin1String(".html")) && anchor.isEmpty() &&
+                QFileInfo(QDir(out).filePath(target)).isFile())
+                continue;
             if (!pages.contains(target) || (!anchor.isEmpty() && !ids[target].contains(anchor)))
                 dead.append(page + QStringLiteral(" -> ") + link);
         }
@@ -380,6 +384,70 @@ private Q_SLOTS:
                     .contains("Code review results"));
         const QStringList dead = deadLinks(out);
         QVERIFY2(dead.isEmpty(), qPrintable(dead.join(u'\n')));
+    }
+
+    // Each report's links are taken beside that report: a report file it names, the report
+    // files those name in turn, and a source path no node's base makes whole. For analyzer and
+    // test results that beside is the folder of the log the user gave, not the converted copy's.
+    void exportTakesEachLinkBesideItsReport()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("a")));
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("b/more")));
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("b/src")));
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("j/src")));
+        const QString first =
+            writeFile(dir, QStringLiteral("a/first.crc"), result(QStringLiteral("first"), "a"));
+        const QString second =
+            writeFile(dir, QStringLiteral("b/second.crc"),
+                      result(QStringLiteral("second"),
+                             "<PARAGRAPH><LINK target='xrdlink://detail.xrd#x'>detail</LINK> "
+                             "<LINK target='src/b.c line 3'>b.c</LINK></PARAGRAPH>"));
+        writeFile(dir, QStringLiteral("b/detail.xrd"),
+                  "<DOCUMENT tag='detail'><SECTION tag='x'><PARAGRAPH>"
+                  "<LINK target='xrdlink://more/deeper.xrd#y'>deeper</LINK>"
+                  "</PARAGRAPH></SECTION></DOCUMENT>");
+        writeFile(dir, QStringLiteral("b/more/deeper.xrd"),
+                  "<DOCUMENT tag='deeper'><SECTION tag='y'><PARAGRAPH>"
+                  "<LINK target='xrdlink://../detail.xrd#x'>back</LINK>"
+                  "</PARAGRAPH></SECTION></DOCUMENT>");
+        writeFile(dir, QStringLiteral("b/src/b.c"), "int b;\n");
+        writeFile(dir, QStringLiteral("j/src/t.c"), "int t;\n");
+        // A test case outside any suite: no node gives its file a base.
+        const QString junit = writeFile(
+            dir, QStringLiteral("j/bare.xml"),
+            "<?xml version='1.0'?><testsuites name='bare'><testcase name='t1' classname='c' "
+            "file='src/t.c' line='3'><failure message='boom'>x</failure></testcase></testsuites>");
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(dir.filePath(QStringLiteral("cache"))));
+        const QString sarif = QStringLiteral(IMPORT_DATA_DIR "/flawfinder.sarif");
+
+        const auto pagesLinkTo = [](const QString& out, const QString& href) {
+            for (const QString& page : QDir(out).entryList({QStringLiteral("*.html")})) {
+                if (readAll(QDir(out).filePath(page)).contains("href=\"" + href.toUtf8() + '"'))
+                    return true;
+            }
+            return false;
+        };
+        const QString out = dir.filePath(QStringLiteral("out"));
+        Run run = crcview({QStringLiteral("export"), out, first, second});
+        QVERIFY2(run.status == 0, qPrintable(run.err));
+        QCOMPARE(run.err, QString());
+        for (const char* page : {"first.html", "second.html", "detail.html", "deeper.html"})
+            QVERIFY2(QFile::exists(QDir(out).filePath(QLatin1String(page))), page);
+        QStringList dead = deadLinks(out);
+        QVERIFY2(dead.isEmpty(), qPrintable(dead.join(u'\n')));
+        QVERIFY(pagesLinkTo(out, QStringLiteral("../b/src/b.c")));
+
+        // The issue's own case: a converted log first, then a report that links to its file.
+        const QString imported = dir.filePath(QStringLiteral("imported"));
+        run = crcview({QStringLiteral("export"), imported, sarif, junit, second});
+        QVERIFY2(run.status == 0, qPrintable(run.err));
+        QVERIFY2(!run.err.contains(QLatin1String("cache")), qPrintable(run.err));
+        QVERIFY(QFile::exists(QDir(imported).filePath(QStringLiteral("detail.html"))));
+        dead = deadLinks(imported);
+        QVERIFY2(dead.isEmpty(), qPrintable(dead.join(u'\n')));
+        QVERIFY(pagesLinkTo(imported, QStringLiteral("../j/src/t.c")));
+        qunsetenv("XDG_CACHE_HOME");
     }
 
     // The bundled examples are what a new user opens first: they must all read cleanly.

@@ -261,15 +261,24 @@ void TestExport::reportAndTagLinks()
     QVERIFY(first && second);
     QAReporterHTMLWriter writer({first.get(), second.get()}, {first.get()}, nullptr, nullptr);
     QCOMPARE(writer.getHtmlFilenameForXrd("dir/run2.v1.xrd"), QStringLiteral("run2.html"));
+    writer.setXrdBase(QStringLiteral("/reports/a"));
     const QString page = body(writer, first->document.get());
     // A link without a file leads to the anchor in the page itself, never to ".html".
     QCOMPARE(hrefs(page),
              QStringList({"run2.html#T12", "run2.html", "#T12", "other.html", "#x", "#nowhere"}));
-    // Each report file once, in the order met.
-    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd"}));
+    // Each report file once, in the order met, beside the report that names it.
+    QCOMPARE(writer.referencedXrd(), QStringList({"/reports/a/sub/run2.xrd"}));
     writer.setReferencedXrd({});
     body(writer, first->document.get());
-    QCOMPARE(writer.referencedXrd(), QStringList({"sub/run2.xrd"}));
+    QCOMPARE(writer.referencedXrd(), QStringList({"/reports/a/sub/run2.xrd"}));
+    // The same link in a report of another folder names another file, with a page of its own.
+    DPageNames names;
+    writer.setPageNames(&names);
+    QCOMPARE(hrefs(body(writer, first->document.get())).first(), QStringLiteral("run2.html#T12"));
+    writer.setXrdBase(QStringLiteral("/reports/b"));
+    QCOMPARE(hrefs(body(writer, first->document.get())).first(), QStringLiteral("run2-2.html#T12"));
+    QCOMPARE(writer.referencedXrd(),
+             QStringList({"/reports/a/sub/run2.xrd", "/reports/b/sub/run2.xrd"}));
 }
 
 // No result file may put markup or a script link into a page.

@@ -25,6 +25,17 @@ namespace {
 constexpr int cpuSeconds = 120;
 constexpr rlim_t memoryBytes = rlim_t(3) << 30;
 constexpr int exitUnreadable = 2;
+// A file of a few hundred thousand distinct item types is read, counted and shown in well under
+// a second; a look-up per type in a list of them took minutes.
+constexpr int manyTypesCpuSeconds = 20;
+// Far more than a program needs to start, far less than the large file below needs to be read.
+constexpr rlim_t smallMemoryBytes = rlim_t(512) << 20;
+
+struct Limits
+{
+    int cpuSeconds = ::cpuSeconds;
+    rlim_t memoryBytes = ::memoryBytes;
+};
 
 struct Run
 {
@@ -35,17 +46,18 @@ struct Run
     QString err;
 };
 
-// Runs crcview with a bound on processor time and memory. The address sanitizer reserves far
+// Runs `program` with a bound on processor time and memory. The address sanitizer reserves far
 // more address space than it uses, so under it the bound is its own limit on resident memory.
-Run crcview(const QStringList& arguments, const QString& workingDirectory = QString())
+Run runLimited(const QString& program, const QStringList& arguments, const Limits& limits,
+               const QString& workingDirectory = QString())
 {
     QProcess process;
     process.setWorkingDirectory(workingDirectory);
-    process.setChildProcessModifier([] {
-        const rlimit cpu{cpuSeconds, cpuSeconds};
+    process.setChildProcessModifier([limits] {
+        const rlimit cpu{rlim_t(limits.cpuSeconds), rlim_t(limits.cpuSeconds)};
         setrlimit(RLIMIT_CPU, &cpu);
 #ifndef CRC_ADDRESS_SANITIZER
-        const rlimit memory{memoryBytes, memoryBytes};
+        const rlimit memory{limits.memoryBytes, limits.memoryBytes};
         setrlimit(RLIMIT_AS, &memory);
 #endif
     });
@@ -53,13 +65,14 @@ Run crcview(const QStringList& arguments, const QString& workingDirectory = QStr
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     const QString options = environment.value(QStringLiteral("ASAN_OPTIONS"));
     environment.insert(QStringLiteral("ASAN_OPTIONS"),
-                       options + QStringLiteral(":hard_rss_limit_mb=%1").arg(memoryBytes >> 20));
+                       options +
+                           QStringLiteral(":hard_rss_limit_mb=%1").arg(limits.memoryBytes >> 20));
     process.setProcessEnvironment(environment);
 #endif
-    process.start(QStringLiteral(CRCVIEW_PATH), arguments);
+    process.start(program, arguments);
     Run run;
     // Only a guard against a hang: the processor time bound ends a busy child long before.
-    run.finished = process.waitForFinished(4 * cpuSeconds * 1000);
+    run.finished = process.waitForFinished(4 * limits.cpuSeconds * 1000);
     if (!run.finished) {
         process.kill();
         process.waitForFinished();
@@ -69,6 +82,12 @@ Run crcview(const QStringList& arguments, const QString& workingDirectory = QStr
     run.out = QString::fromUtf8(process.readAllStandardOutput());
     run.err = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
+
+Run crcview(const QStringList& arguments, const QString& workingDirectory = QString(),
+            const Limits& limits = {})
+{
+    return runLimited(QStringLiteral(CRCVIEW_PATH), arguments, limits, workingDirectory);
 }
 
 QString describe(const QString& command, const QString& input, const Run& run)
@@ -208,6 +227,85 @@ private Q_SLOTS:
                                     QStringLiteral(": ") + problem));
             }
         }
+    }
+
+    // Hundreds of thousands of distinct item types: a summary in a viewer window, and a dump
+    // that hides thousands of them, within a small bound of processor time.
+    void manyDistinctTypesStayCheap()
+    {
+        const int types = 300000;
+        const int hidden = 2000;
+        QByteArray markup = "<XROD><DOCUMENT tag='types'>";
+        markup.reserve(types * 64);
+        for (int i = 0; i < types; ++i)
+            markup += "<XROD:NODE name='n' type='K" + QByteArray::number(i).rightJustified(6, '0') +
+                      "' state='" + (i % 3 == 0 ? "ko" : "ok") + "' sum='1'/>";
+        markup += "</DOCUMENT></XROD>";
+        const QString input = m_dir.filePath(QStringLiteral("types.crc"));
+        QVERIFY(writeFile(input, markup));
+        const Limits limits{manyTypesCpuSeconds, memoryBytes};
+
+        Run run = crcview({QStringLiteral("summary"), input}, QString(), limits);
+        QVERIFY2(run.finished && !run.crashed && run.status == 0,
+                 qPrintable(describe(QStringLiteral("summary"), input, run)));
+        QVERIFY2(run.out.contains(QLatin1String("[200000] Test Case Passed")) &&
+                     run.out.contains(QLatin1String("[100000] Test Case Failed")),
+                 qPrintable(run.out));
+
+        QStringList arguments{QStringLiteral("dump"), QStringLiteral("--count")};
+        for (int i = 0; i < hidden; ++i)
+            arguments << QStringLiteral("--hide-type")
+                      << QStringLiteral("K%1").arg(i, 6, 10, QLatin1Char('0'));
+        arguments << input;
+        run = crcview(arguments, QString(), limits);
+        QVERIFY2(run.finished && !run.crashed && run.status == 0,
+                 qPrintable(describe(QStringLiteral("dump --hide-type"), input, run)));
+        QVERIFY2(run.out.startsWith(QStringLiteral("nodes: %1\n").arg(types - hidden)),
+                 qPrintable(run.out));
+    }
+
+    // A result file that needs more memory than the program may use is refused as an
+    // unreadable one, naming the file: crcview's commands end with status 2, crcstudio shows the
+    // message (here on standard error) and ends with status 2.
+    void fileLargerThanTheMemoryIsRefusedByName()
+    {
+#ifdef CRC_ADDRESS_SANITIZER
+        QSKIP("the address sanitizer ends a program that runs out of memory itself");
+#endif
+        // An empty list of 7 bytes takes about 65 once read: 112 MB of them need over 1 GB.
+        const QString input = m_dir.filePath(QStringLiteral("manylists.crc"));
+        QFile file(input);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("<XROD><DOCUMENT tag='big'><XROD:NODE name='n' type='t' state='ko' sum='1'>"
+                   "<SECTION>");
+        const QByteArray lists = QByteArray("<LIST/>").repeated(1 << 20);
+        for (int i = 0; i < 16; ++i)
+            QCOMPARE(file.write(lists), lists.size());
+        file.write("</SECTION></XROD:NODE></DOCUMENT></XROD>");
+        file.close();
+
+        const Limits limits{cpuSeconds, smallMemoryBytes};
+        const auto refused = [&input](const Run& run) {
+            return run.finished && !run.crashed && run.status == exitUnreadable &&
+                   run.err.contains(input) && run.err.contains(QLatin1String("out of memory"));
+        };
+        for (const QStringList& arguments :
+             {QStringList{QStringLiteral("dump"), input},
+              QStringList{QStringLiteral("summary"), input},
+              QStringList{QStringLiteral("export"), m_dir.filePath(QStringLiteral("bigpages")),
+                          input}}) {
+            const Run run = crcview(arguments, QString(), limits);
+            QVERIFY2(refused(run), qPrintable(describe(arguments.first(), input, run)));
+        }
+
+        const Run studio = runLimited(
+            QStringLiteral(CRCSTUDIO_PATH),
+            {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("studio/settings.xml")),
+             QStringLiteral("--defects"), m_dir.filePath(QStringLiteral("studio/defects.sqlite")),
+             QStringLiteral("--exit-after-open"), input},
+            limits);
+        QVERIFY2(refused(studio),
+                 qPrintable(describe(QStringLiteral("(crcstudio)"), input, studio)));
     }
 };
 

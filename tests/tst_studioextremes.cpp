@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QMenuBar>
 #include <QPointer>
 #include <QPushButton>
@@ -24,6 +25,17 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
+#include <iostream>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define CRC_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CRC_ADDRESS_SANITIZER 1
+#endif
+#endif
 
 namespace {
 
@@ -68,6 +80,51 @@ int depthOf(const QModelIndex& entry)
     for (QModelIndex at = entry.parent(); at.isValid(); at = at.parent())
         ++depth;
     return depth;
+}
+
+// The address space this process holds now, in bytes.
+rlim_t addressSpaceInUse()
+{
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    return rlim_t(statm.readAll().split(' ').value(0).toULongLong()) *
+           rlim_t(sysconf(_SC_PAGESIZE));
+}
+
+// Run as a child of the test, since it bounds its own memory: the studio with a small report
+// open is given a file whose reading needs more memory than it may take. Prints what the user
+// is told and what the window shows afterwards.
+int openBeyondTheMemory(const QString& settings, const QString& small, const QString& large)
+{
+    auto scripted = std::make_unique<ScriptedDialogs>();
+    ScriptedDialogs* dialogs = scripted.get();
+    QADialogs::install(std::move(scripted));
+    StudioMainWindow studio(pluginPath, settings);
+    studio.show();
+    const auto openThroughTheMenu = [&](const QString& path) {
+        dialogs->files.append({path});
+        if (QAction* open = menuCommand(studio.menuBar(), QStringLiteral("Open...")))
+            open->trigger();
+    };
+    openThroughTheMenu(small);
+
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    const rlimit bounded{addressSpaceInUse() + (rlim_t(384) << 20), before.rlim_max};
+    setrlimit(RLIMIT_AS, &bounded);
+    openThroughTheMenu(large);
+    setrlimit(RLIMIT_AS, &before);
+
+    for (const ScriptedDialogs::Asked& asked : std::as_const(dialogs->asked)) {
+        if (asked.kind == QLatin1String("message"))
+            std::cout << "message=" << asked.text.simplified().toStdString() << "\n";
+    }
+    std::cout << "tabs=" << studio.tabs()->count() << "\n";
+    if (auto* shown = qobject_cast<QAReporter*>(studio.activeViewer()))
+        std::cout << "shown=" << shown->fileList().join(u',').toStdString()
+                  << "\noutline=" << shown->outline()->model()->rowCount() << "\n";
+    return 0;
 }
 
 } // namespace
@@ -257,6 +314,111 @@ private Q_SLOTS:
         QTRY_VERIFY(window.isNull());
     }
 
+    // A file of thousands of item types: the "Code Review" menu lists the first 50, says how
+    // many more there are, and hides a listed type when its entry is clicked.
+    void typeMenuOfThousandsOfTypes()
+    {
+        const int types = 2000;
+        QByteArray markup = "<XROD><DOCUMENT tag='kinds' title='kinds'>";
+        for (int i = 0; i < types; ++i) {
+            const QByteArray number = QByteArray::number(i).rightJustified(4, '0');
+            markup += "<XROD:NODE name='n" + number + "' type='K" + number +
+                      "' state='ok' sum='1'><SECTION><PARAGRAPH>" + number +
+                      "</PARAGRAPH></SECTION></XROD:NODE>";
+        }
+        markup += "</DOCUMENT></XROD>";
+        const QString path = m_dir.filePath(QStringLiteral("kinds.crc"));
+        QVERIFY(writeFile(path, markup));
+        QPointer<QAStViewerWindow> window = openThroughTheMenu(path);
+        QVERIFY(window);
+
+        QMenu* menu = nullptr;
+        for (QAction* action : m_studio->menuBar()->actions()) {
+            if (action->text() == QLatin1String("&Code Review"))
+                menu = action->menu();
+        }
+        QVERIFY(menu);
+        // The entries between the first two separators: the types, then what is not listed.
+        const auto typeSection = [menu] {
+            QList<QAction*> entries;
+            int separators = 0;
+            for (QAction* action : menu->actions()) {
+                separators += action->isSeparator() ? 1 : 0;
+                if (separators == 1 && !action->isSeparator())
+                    entries.append(action);
+            }
+            return entries;
+        };
+        menu->popup(m_studio->mapToGlobal(QPoint(100, 30)));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        QList<QAction*> entries = typeSection();
+        QCOMPARE(entries.size(), 51);
+        for (int i = 0; i < 50; ++i) {
+            QCOMPARE(entries.at(i)->text(), QStringLiteral("K%1").arg(i, 4, 10, QLatin1Char('0')));
+            QVERIFY(entries.at(i)->isChecked());
+        }
+        QAction* note = entries.last();
+        QCOMPARE(note->text(), QStringLiteral("Types not listed: 1950 (always shown)"));
+        QVERIFY(!note->isEnabled() && !note->isCheckable());
+        QCOMPARE(
+            note->statusTip(),
+            QStringLiteral(
+                "The menu lists the first 50 types; the nodes of the others are always shown"));
+
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(entries.at(1)).center());
+        QTRY_VERIFY(!menu->isVisible());
+        const QModelIndex file = fileEntry(0);
+        QCOMPARE(outline()->model()->rowCount(file), types - 1);
+        QCOMPARE(outline()->model()->index(1, 0, file).data().toString(), QStringLiteral("n0002"));
+        QCOMPARE(outline()->model()->index(types - 2, 0, file).data().toString(),
+                 QStringLiteral("n1999"));
+        menu->popup(m_studio->mapToGlobal(QPoint(100, 30)));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        entries = typeSection();
+        QCOMPARE(entries.size(), 51);
+        QVERIFY(entries.at(0)->isChecked() && !entries.at(1)->isChecked());
+        menu->close();
+
+        QAction* close = menuCommand(m_studio->menuBar(), QStringLiteral("Close"));
+        QVERIFY(close);
+        close->trigger();
+        QTRY_VERIFY(window.isNull());
+    }
+
+    // A file whose reading needs more memory than the studio may take fails to open as an
+    // unreadable file does: a message names it and says why, and the report open before stays
+    // shown as it was.
+    void fileBeyondTheMemoryLeavesTheWindowAsItWas()
+    {
+#ifdef CRC_ADDRESS_SANITIZER
+        QSKIP("the address sanitizer ends a program that runs out of memory itself");
+#endif
+        // An empty list of 7 bytes takes about 65 once read: 112 MB of them need over 1 GB.
+        const QString large = m_dir.filePath(QStringLiteral("manylists.crc"));
+        QFile file(large);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("<XROD><DOCUMENT tag='big'><XROD:NODE name='n' type='t' state='ko' sum='1'>"
+                   "<SECTION>");
+        const QByteArray lists = QByteArray("<LIST/>").repeated(1 << 20);
+        for (int i = 0; i < 16; ++i)
+            QCOMPARE(file.write(lists), lists.size());
+        file.write("</SECTION></XROD:NODE></DOCUMENT></XROD>");
+        file.close();
+        const QString small = examples + QStringLiteral("/rules-core.crc");
+
+        const QString told =
+            runChild({QStringLiteral("--beyond-memory"),
+                      m_dir.filePath(QStringLiteral("child-settings.xml")), small, large});
+        const QStringList lines = told.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QVERIFY2(lines.size() == 4, qPrintable(told));
+        QVERIFY2(lines.at(0).startsWith(QLatin1String("message=")) && lines.at(0).contains(large) &&
+                     lines.at(0).contains(QLatin1String("out of memory")),
+                 qPrintable(told));
+        QCOMPARE(lines.at(1), QStringLiteral("tabs=1"));
+        QCOMPARE(lines.at(2), QStringLiteral("shown=") + small);
+        QCOMPARE(lines.at(3), QStringLiteral("outline=1"));
+    }
+
     // The viewers hear of new preferences once per confirmation: Apply then OK without an edit
     // in between announces them once, an edit after Apply once more, OK alone once.
     void preferencesAreAnnouncedOncePerConfirmation()
@@ -323,6 +485,9 @@ private Q_SLOTS:
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
+    if (argc == 5 && qstrcmp(argv[1], "--beyond-memory") == 0)
+        return openBeyondTheMemory(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]),
+                                   QString::fromLocal8Bit(argv[4]));
     TestStudioExtremes test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -173,6 +173,88 @@ private Q_SLOTS:
         QCOMPARE(source->highlightedLine(), 8);
     }
 
+    // A link of a converted report is taken beside the report the user opened, not beside the
+    // converted copy: a test case outside any suite names its file relative to the JUnit report.
+    void linksOfConvertedResultsStartBesideTheOriginal()
+    {
+        const QString folder = m_dir.filePath(QStringLiteral("bare"));
+        QVERIFY(QDir().mkpath(folder + QStringLiteral("/src")));
+        QVERIFY(writeFile(folder + QStringLiteral("/src/t.c"), "int a;\nint b;\nint c;\n"));
+        const QString junit = folder + QStringLiteral("/bare.xml");
+        QVERIFY(writeFile(junit, "<?xml version='1.0'?><testsuites name='bare'><testcase "
+                                 "name='t1' classname='c' file='src/t.c' line='3'><failure "
+                                 "message='boom'>x</failure></testcase></testsuites>"));
+        QAction* open = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."));
+        m_dialogs->files.append({junit});
+        open->trigger();
+        QAReporter* viewer = activeReporter();
+        QVERIFY(viewer);
+        DFolioView* document = viewer->documentView();
+        const QPoint link = linkPoint(document, QStringLiteral("src/t.c line 3"));
+        QVERIFY(link.x() >= 0);
+        m_dialogs->asked.clear();
+        QTest::mouseClick(document->viewport(), Qt::LeftButton, {}, link);
+        SourceView* source = m_studio->activeSource();
+        QVERIFY2(source, qPrintable(m_dialogs->asked.isEmpty() ? m_studio->output()->contents()
+                                                               : m_dialogs->asked.first().text));
+        QCOMPARE(source->path(), folder + QStringLiteral("/src/t.c"));
+        QCOMPARE(source->highlightedLine(), 3);
+    }
+
+    // A converted log and a report of another folder in one tab: the report's link to a report
+    // file beside it is followed, and File > Export to HTML writes that file's page too.
+    void reportLinksBesideTheirOwnReport()
+    {
+        const QString folder = m_dir.filePath(QStringLiteral("elsewhere"));
+        const QString report = folder + QStringLiteral("/second.crc");
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(writeFile(report, "<XROD><DOCUMENT tag='second'><XROD:NODE name='n' type='Rule' "
+                                  "state='ko' sum='1'><SECTION tag='s'><PARAGRAPH><LINK "
+                                  "target='xrdlink://detail.xrd#x'>detail</LINK></PARAGRAPH>"
+                                  "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QVERIFY(writeFile(folder + QStringLiteral("/detail.xrd"),
+                          "<DOCUMENT tag='detail'><SECTION tag='x'><PARAGRAPH>the detail"
+                          "</PARAGRAPH></SECTION></DOCUMENT>"));
+        QAction* open = menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."));
+        m_dialogs->files.append({data + QStringLiteral("/flawfinder.sarif"), report});
+        open->trigger();
+        QCOMPARE(m_studio->tabs()->count(), 1);
+        m_dialogs->asked.clear();
+
+        const QString pages = m_dir.filePath(QStringLiteral("pages"));
+        QVERIFY(QDir().mkpath(pages));
+        m_dialogs->directories.append(pages);
+        QAction* exportPages =
+            menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Export to HTML..."));
+        QVERIFY(exportPages);
+        exportPages->trigger();
+        const auto told = [this] {
+            QStringList texts;
+            for (const ScriptedDialogs::Asked& asked : std::as_const(m_dialogs->asked))
+                texts.append(asked.kind + QStringLiteral(": ") + asked.text);
+            return texts.join(QLatin1Char('\n'));
+        };
+        QVERIFY2(QFile::exists(pages + QStringLiteral("/detail.html")), qPrintable(told()));
+        QVERIFY2(!told().contains(QLatin1String("not complete")), qPrintable(told()));
+
+        // The report's entry in the outline, clicked, shows its section.
+        QAReporter* viewer = activeReporter();
+        QARListView* outline = viewer->outline();
+        const QModelIndex file = outline->model()->index(1, 0);
+        QCOMPARE(file.data().toString(), QStringLiteral("second.crc"));
+        const QModelIndex entry = outline->model()->index(0, 0, file);
+        outline->scrollTo(entry);
+        QTest::mouseClick(outline->viewport(), Qt::LeftButton, {},
+                          outline->visualRect(entry).center());
+        DFolioView* document = viewer->documentView();
+        const QPoint link = linkPoint(document, QStringLiteral("xrdlink://detail.xrd#x"));
+        QVERIFY(link.x() >= 0);
+        QTest::mouseClick(document->viewport(), Qt::LeftButton, {}, link);
+        QCOMPARE(activeReporter()->fileList(), QStringList{folder + QStringLiteral("/detail.xrd")});
+        QVERIFY2(shownText(activeReporter()->documentView()).contains(QLatin1String("the detail")),
+                 qPrintable(told()));
+    }
+
     // The conversion shows its progress; File > Reload after the analyzer ran again shows its
     // new findings; a log broken since is refused and the findings shown before stay.
     void reloadAfterANewRun()

@@ -198,12 +198,13 @@ private:
     void showRead(std::vector<std::unique_ptr<QAReporterData>> read, const QStringList& failed,
                   const QStringList& reasons);
     void setupToolBar(bool on);
-    bool exportHTMLsubFile(const QString& dir, const QStringList& files,
-                           QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                           QAIProgressMonitor* progress, QAILogMonitor* log);
+    bool exportHTMLsubFile(const QStringList& files, QAReporterHTMLWriter* writer,
+                           DExportHtml* exporter, QAIProgressMonitor* progress, QAILogMonitor* log);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;
+    // The status help of the commands menu's entry `entry`, whose id is `id`.
+    static QString helpText(int id, const QAction* entry);
     void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, const QModelIndex& item) const;
     // The outline's current entry in column 0; invalid when there is none.

@@ -26,8 +26,17 @@ enum CommandId
     NextFailureId = 103,
     PreviousFailureId = 104,
     GenerateHtmlId = 105,
+    MoreTypesId = 106,
     FirstTypeId = 202
 };
+
+// The menu lists the first types only: a file may hold a million, and no menu can show them.
+constexpr qsizetype maxTypeEntries = 50;
+
+qsizetype listedTypes(const QStringList& types)
+{
+    return qMin(types.size(), maxTypeEntries);
+}
 } // namespace
 
 void QAReporter::showHeaderDock()
@@ -122,12 +131,12 @@ void QAReporter::updateToolMenu()
     m_commandsMenu->addSeparator();
 
     int nextId = FirstTypeId; // the type entries, then the dock and submission entries
-    for (const QString& type : std::as_const(m_typeNames)) {
+    const qsizetype listed = listedTypes(m_typeNames);
+    for (qsizetype i = 0; i < listed; ++i) {
+        const QString& type = m_typeNames.at(i);
         if (!m_typeVisibilityInitialised)
             m_typeVisibility.insert(type, true);
         const bool shown = m_typeVisibility.value(type, true);
-        if (!shown)
-            m_validator->setAttribut(QAReporterNodeValidator::AttrType, QRegularExpression(type));
         const int id = nextId++;
         // A type name is shown as it is: an ampersand in it is no mnemonic.
         QString text = type;
@@ -137,7 +146,19 @@ void QAReporter::updateToolMenu()
         entry->setCheckable(true);
         entry->setChecked(shown);
     }
+    if (m_typeNames.size() > listed) {
+        QAction* more = m_commandsMenu->addAction(
+            tr("Types not listed: %1 (always shown)").arg(m_typeNames.size() - listed));
+        more->setData(MoreTypesId);
+        more->setEnabled(false);
+    }
     m_typeVisibilityInitialised = true;
+    // The hidden types, few whatever the number of types, are hidden again.
+    for (auto type = m_typeVisibility.cbegin(); type != m_typeVisibility.cend(); ++type) {
+        if (!type.value())
+            m_validator->setAttribut(QAReporterNodeValidator::AttrType,
+                                     QRegularExpression(type.key()));
+    }
     m_commandsMenu->addSeparator();
 
     QAction* reloadEntry = addEntry(tr("&Reload"), ReloadId, qOverload<>(&QAReporter::reload));
@@ -171,7 +192,7 @@ void QAReporter::updateToolMenu()
     // help the moment it appears.
     for (QAction* action : m_commandsMenu->actions()) {
         if (!action->isSeparator())
-            action->setStatusTip(helpText(action->data().toInt()));
+            action->setStatusTip(helpText(action->data().toInt(), action));
     }
 }
 
@@ -190,13 +211,18 @@ void QAReporter::typeCheck(int id)
 {
     const QAction* entry = commandEntry(id);
     const qsizetype index = id - FirstTypeId;
-    if (!s_preference || !hostStudio() || !entry || index < 0 || index >= m_typeNames.size())
+    if (!s_preference || !hostStudio() || !entry || index < 0 || index >= listedTypes(m_typeNames))
         return;
     const QString& type = m_typeNames.at(index);
     setTypeVisible(type, !m_typeVisibility.value(type, true));
 }
 
 QString QAReporter::helpText(int id) const
+{
+    return helpText(id, commandEntry(id));
+}
+
+QString QAReporter::helpText(int id, const QAction* entry)
 {
     switch (id) {
     case AllTestsId:
@@ -211,11 +237,13 @@ QString QAReporter::helpText(int id) const
         return tr("Move to the previous failed test");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
+    case MoreTypesId:
+        return tr("The menu lists the first %1 types; the nodes of the others are always shown")
+            .arg(maxTypeEntries);
     default:
         break;
     }
     // The entry's text as shown, without its mnemonic.
-    const QAction* entry = commandEntry(id);
     return tr("Show or hide %1", " %1 is the menu item name")
         .arg(entry ? entry->iconText() : QString());
 }

@@ -240,10 +240,14 @@ void QAReporter::updateListView()
 
 void QAReporter::updateTypes()
 {
+    // Looked up in a set, not in the list: a file may hold a million types.
+    QSet<QString> known(m_typeNames.cbegin(), m_typeNames.cend());
     for (const auto& record : m_dataList) {
         for (const QString& type : std::as_const(record->typeList)) {
-            if (!m_typeNames.contains(type))
+            if (!known.contains(type)) {
+                known.insert(type);
                 m_typeNames.append(type);
+            }
         }
     }
 }

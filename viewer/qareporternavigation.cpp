@@ -91,6 +91,12 @@ QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
     return ::searchReporterNode(displayed, item);
 }
 
+QString reportFolderOf(const QString& file)
+{
+    StudioInterface* studio = hostStudio();
+    return QFileInfo(studio ? studio->originalFileOf(file) : file).absolutePath();
+}
+
 QString QAReporter::reportDirectoryOf(const DItem* item) const
 {
     const DItem* root = item;
@@ -100,7 +106,7 @@ QString QAReporter::reportDirectoryOf(const DItem* item) const
         return QString();
     for (const auto& record : m_filter->filtered()) {
         if (record->document.get() == root)
-            return QFileInfo(record->fileName).absolutePath();
+            return reportFolderOf(record->fileName);
     }
     return QString();
 }

@@ -168,10 +168,6 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
             tr("%1 was not written by an export and is left alone; the summary is %2")
                 .arg(QDir(directory).filePath(QStringLiteral("index") + writer.pageSuffix()),
                      indexPage));
-    const QString base =
-        displayed.isEmpty() ? QString() : QFileInfo(displayed.first()->fileName).path();
-    writer.setXrdBase(base);
-
     bool complete = true;
     bool canceled = false;
     QStringList written;
@@ -184,12 +180,13 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
             continue;
         const QString page = writer.reportPageName(record->document->tag());
         written.append(directory + QDir::separator() + page);
+        writer.setXrdBase(reportFolderOf(record->fileName));
         complete &= exporter.generateAs(record->document.get(), page, progress, log);
     }
     if (!canceled && !displayed.isEmpty()) {
         const QStringList linked = writer.referencedXrd();
         writer.setReferencedXrd(written + linked);
-        complete &= exportHTMLsubFile(base, linked, &writer, &exporter, progress, log);
+        complete &= exportHTMLsubFile(linked, &writer, &exporter, progress, log);
     }
     if (m_headerDocument && !canceled) {
         exporter.setPagePreamble(indexPage, indexPagePreamble(reports, QDateTime::currentDateTime(),
@@ -205,14 +202,14 @@ bool QAReporter::exportHTML(const QString& directory, const QString&, QAIProgres
     return complete && !canceled && exporter.problems() == 0;
 }
 
-// Writes the pages of the report files `files` names, pass by pass: each pass writes the files
-// first named by the pages of the pass before, so every reachable file is written once. False
-// when a file could not be read or its page not written, or on a cancel.
-bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
-                                   QAReporterHTMLWriter* writer, DExportHtml* exporter,
-                                   QAIProgressMonitor* progress, QAILogMonitor* log)
+// Writes the pages of the report files `files`, pass by pass: each pass writes the files first
+// named by the pages of the pass before, so every reachable file is written once. The links of
+// each file are taken beside it. False when a file could not be read or its page not written, or
+// on a cancel.
+bool QAReporter::exportHTMLsubFile(const QStringList& files, QAReporterHTMLWriter* writer,
+                                   DExportHtml* exporter, QAIProgressMonitor* progress,
+                                   QAILogMonitor* log)
 {
-    writer->setXrdBase(dir);
     bool complete = true;
     QSet<QString> exported; // resolved paths: two spellings of one file give one page
     QStringList pass = files;
@@ -237,6 +234,7 @@ bool QAReporter::exportHTMLsubFile(const QString& dir, const QStringList& files,
             }
             const QString page = writer->getHtmlFilenameForXrd(entry);
             document->setTag(QFileInfo(page).completeBaseName());
+            writer->setXrdBase(QFileInfo(file).absolutePath());
             complete &= exporter->generateAs(document.get(), page, progress, log);
         }
         pass = writer->referencedXrd().mid(known);

@@ -6,6 +6,8 @@
 
 #include <QIODevice>
 #include <expat.h>
+#include <memory>
+#include <new>
 
 namespace {
 constexpr int chunkSize = 256 * 1024;
@@ -47,6 +49,8 @@ std::size_t wholeCharacters(const std::string& text)
 } // namespace
 
 // The expat callbacks; each forwards to the reader's handler and stops the parser on refusal.
+// No exception may pass through expat: running out of memory stops the parser here, and parse()
+// throws again once expat is out of the way.
 struct DAmlReader::Callbacks
 {
     static void stop(DAmlReader* reader)
@@ -58,14 +62,24 @@ struct DAmlReader::Callbacks
         XML_StopParser(parser, XML_FALSE);
     }
 
+    static void outOfMemory(DAmlReader* reader)
+    {
+        reader->m_outOfMemory = true;
+        stop(reader);
+    }
+
     static void start(void* data, const XML_Char* name, const XML_Char** attributes)
     {
         auto* reader = static_cast<DAmlReader*>(data);
         if (reader->m_stopped)
             return;
-        if (!reader->flushText() ||
-            !reader->m_handler->startElement(reader->m_names.get(name), DAmlAttributes(attributes)))
-            stop(reader);
+        try {
+            if (!reader->flushText() || !reader->m_handler->startElement(
+                                            reader->m_names.get(name), DAmlAttributes(attributes)))
+                stop(reader);
+        } catch (const std::bad_alloc&) {
+            outOfMemory(reader);
+        }
     }
 
     static void end(void* data, const XML_Char* name)
@@ -73,21 +87,39 @@ struct DAmlReader::Callbacks
         auto* reader = static_cast<DAmlReader*>(data);
         if (reader->m_stopped)
             return;
-        if (!reader->flushText() || !reader->m_handler->endElement(reader->m_names.get(name)))
-            stop(reader);
+        try {
+            if (!reader->flushText() || !reader->m_handler->endElement(reader->m_names.get(name)))
+                stop(reader);
+        } catch (const std::bad_alloc&) {
+            outOfMemory(reader);
+        }
     }
 
     static void text(void* data, const XML_Char* text, int length)
     {
         auto* reader = static_cast<DAmlReader*>(data);
-        reader->m_text.append(text, size_t(length));
-        if (reader->m_text.size() >= longTextStep) {
-            const std::size_t whole = wholeCharacters(reader->m_text);
-            reader->m_longText.append(QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
-            reader->m_text.erase(0, whole);
+        if (reader->m_stopped)
+            return;
+        try {
+            reader->m_text.append(text, size_t(length));
+            if (reader->m_text.size() >= longTextStep) {
+                const std::size_t whole = wholeCharacters(reader->m_text);
+                reader->m_longText.append(
+                    QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
+                reader->m_text.erase(0, whole);
+            }
+        } catch (const std::bad_alloc&) {
+            outOfMemory(reader);
         }
     }
 };
+
+namespace {
+struct ParserFree
+{
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+} // namespace
 
 DAmlReader::DAmlReader(DAmlHandler* handler) : m_handler(handler) {}
 
@@ -125,6 +157,7 @@ QString DAmlReader::errorString() const
 bool DAmlReader::parse(QIODevice* input)
 {
     m_stopped = false;
+    m_outOfMemory = false;
     m_line = 0;
     m_column = 0;
     m_text.clear();
@@ -139,7 +172,10 @@ bool DAmlReader::parse(QIODevice* input)
         return false;
 
     // The input's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
-    XML_Parser parser = XML_ParserCreate(nullptr);
+    const std::unique_ptr<XML_ParserStruct, ParserFree> owned(XML_ParserCreate(nullptr));
+    XML_Parser parser = owned.get();
+    if (!parser)
+        throw std::bad_alloc();
     m_parser = parser;
     m_unsupportedEncoding.clear();
     XML_SetUserData(parser, this);
@@ -151,8 +187,7 @@ bool DAmlReader::parse(QIODevice* input)
     for (bool last = false; ok && !last;) {
         void* buffer = XML_GetBuffer(parser, chunkSize);
         if (!buffer) {
-            m_handler->fatalError(QStringLiteral("out of memory"));
-            ok = false;
+            m_outOfMemory = true;
             break;
         }
         const qint64 length = input->read(static_cast<char*>(buffer), chunkSize);
@@ -168,10 +203,14 @@ bool DAmlReader::parse(QIODevice* input)
                 m_line = int(XML_GetCurrentLineNumber(parser));
                 m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
                 const XML_Error code = XML_GetErrorCode(parser);
-                m_handler->fatalError(
-                    code == XML_ERROR_UNKNOWN_ENCODING && !m_unsupportedEncoding.isNull()
-                        ? QStringLiteral("unsupported encoding \"%1\"").arg(m_unsupportedEncoding)
-                        : QString::fromUtf8(XML_ErrorString(code)));
+                if (code == XML_ERROR_NO_MEMORY)
+                    m_outOfMemory = true;
+                else
+                    m_handler->fatalError(code == XML_ERROR_UNKNOWN_ENCODING &&
+                                                  !m_unsupportedEncoding.isNull()
+                                              ? QStringLiteral("unsupported encoding \"%1\"")
+                                                    .arg(m_unsupportedEncoding)
+                                              : QString::fromUtf8(XML_ErrorString(code)));
             }
         }
     }
@@ -179,9 +218,13 @@ bool DAmlReader::parse(QIODevice* input)
         m_line = int(XML_GetCurrentLineNumber(parser));
         m_column = int(XML_GetCurrentColumnNumber(parser)) + 1;
     }
-    XML_ParserFree(parser);
     m_parser = nullptr;
     m_names.clear();
     m_texts.clear();
+    if (m_outOfMemory) {
+        m_text = std::string();
+        m_longText = QString();
+        throw std::bad_alloc();
+    }
     return ok && m_handler->endDocument();
 }

@@ -23,7 +23,8 @@ public:
     DAmlHandler* handler() const { return m_handler; }
 
     // Reads `input`, which must be open for reading, to its end. True when the whole input was
-    // well-formed and every callback accepted it.
+    // well-formed and every callback accepted it. Throws std::bad_alloc when memory ran out: the
+    // caller frees what the handler built so far.
     bool parse(QIODevice* input);
 
     // Where reading stopped (1-based); 0 before reading or when the input could not be read.
@@ -48,6 +49,7 @@ private:
     QString m_unsupportedEncoding;
     void* m_parser = nullptr;
     bool m_stopped = false;
+    bool m_outOfMemory = false;
     int m_line = 0;
     int m_column = 0;
 };

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QRegularExpression>
 #include <QStandardPaths>
 
 namespace {
@@ -123,8 +124,22 @@ QString originalOf(const QString& path)
 
 QString originalsIn(QString text)
 {
-    for (auto entry = conversions().cbegin(); entry != conversions().cend(); ++entry)
-        text.replace(entry.key(), entry->original);
+    for (auto entry = conversions().cbegin(); entry != conversions().cend(); ++entry) {
+        // A line and column are those of the conversion, not of the original.
+        const QRegularExpression place(QRegularExpression::escape(entry.key()) +
+                                       QStringLiteral(":(\\d+):(\\d+)"));
+        QString named;
+        qsizetype copied = 0;
+        for (auto match = place.globalMatch(text); match.hasNext();) {
+            const QRegularExpressionMatch found = match.next();
+            named += QStringView(text).sliced(copied, found.capturedStart() - copied);
+            named += QStringLiteral("%1 (line %2, column %3 of the result file converted from it)")
+                         .arg(entry->original, found.captured(1), found.captured(2));
+            copied = found.capturedEnd();
+        }
+        named += QStringView(text).sliced(copied);
+        text = named.replace(entry.key(), entry->original);
+    }
     return text;
 }
 

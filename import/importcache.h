@@ -21,7 +21,7 @@ QString resultFileFor(const QString& input, ImportError* error,
 // The file a result file of the cache was converted from, in this process; `path` otherwise.
 QString originalOf(const QString& path);
 // `text` (a message about files) with each result file converted in this process named by its
-// original instead.
+// original instead; a line and column in such a file are said to be in its conversion.
 QString originalsIn(QString text);
 
 // Converts again, into the same result files, the originals converted in this process that have

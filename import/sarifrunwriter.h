@@ -1,12 +1,12 @@
 #pragma once
 
+#include "import/jsonallocator.h"
 #include "import/resultimport.h"
 #include "import/verdict.h"
 
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
-#include <rapidjson/fwd.h>
 #include <vector>
 
 class MarkupWriter;
@@ -17,11 +17,13 @@ class MarkupWriter;
 class SarifRunWriter
 {
 public:
-    using Value = rapidjson::Value;
+    using Value = SarifJson::Value;
     using Bytes = QByteArrayView;
 
-    // `directory` is the base of relative locations without a known base.
-    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out);
+    // `directory` is the base of relative locations without a known base; `logName` names the
+    // log where a message is cut.
+    SarifRunWriter(const Value& run, const QString& directory, const QByteArray& logName,
+                   MarkupWriter& out);
 
     enum class Placement
     {
@@ -90,6 +92,7 @@ private:
 
     const Value& m_run;
     QString m_directory;
+    QByteArray m_logName;
     MarkupWriter& m_out;
     const Value* m_driver = nullptr;
     const Value* m_rules = nullptr;

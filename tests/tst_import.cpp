@@ -1,6 +1,7 @@
 // Analyzer and test results turned into result files: real tool outputs, the corners of SARIF
 // and JUnit XML, bad input, and the cache the viewer reads them from.
 
+#include "import/cappedtext.h"
 #include "import/importcache.h"
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
@@ -271,6 +272,71 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("x??\xEF\xBF\xBDy"));
     }
 
+    // Surrogate escapes without their other half name no character: each reads as U+FFFD, in
+    // texts and names alike, and a pair still reads as its one character. A captured output
+    // cut at its size limit ends before a character that would not fit whole.
+    void invalidCharactersReadAsReplacements()
+    {
+        Imported imported = importText(
+            "surrogates.sarif",
+            sarif("{\"ruleId\":\"R1\",\"message\":{\"text\":\"a\\udc00b \\uD800 c "
+                  "\\ud800\\u0041 d \\ud83d\\ude00 e \\\\udc00 f\\ud800\"},\"locations\":[{"
+                  "\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"x\\udfff.c\"}}}]}"));
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY2(imported.markup.contains("a\xEF\xBF\xBD"
+                                          "b \xEF\xBF\xBD c \xEF\xBF\xBD"
+                                          "A d "
+                                          "\xF0\x9F\x98\x80 e \\udc00 f\xEF\xBF\xBD"),
+                 imported.markup.constData());
+        QCOMPARE(imported.nodes.first().section(QLatin1Char(' '), 0, 2),
+                 QStringLiteral("1 File x\uFFFD.c"));
+        Run run =
+            crcview({QStringLiteral("dump"), QStringLiteral("--count"), path("surrogates.sarif")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.err.isEmpty());
+
+        imported = importText("cut.xml", "<testsuite name='t'><testcase name='c'><system-out>" +
+                                             QByteArray(CappedText::MaxBytes - 1, 'a') +
+                                             "\xC3\xA9\xC3\xA9</system-out></testcase>"
+                                             "</testsuite>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY(imported.markup.contains("aaaa</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains("(cut here: 1 more lines in cut.xml)"));
+    }
+
+    // A rule's message string is shared by every result that names it, each filling it with
+    // its own arguments: a filled message is kept as captured output is, with a note where it
+    // was cut, and the log's size bounds the result file's.
+    void messagesFilledWithinBounds()
+    {
+        const QByteArray placeholders = QByteArray("{0}").repeated(2000);
+        const QByteArray argument(1000, 'x');
+        QByteArray results;
+        for (int i = 0; i < 50; ++i)
+            results += QByteArray(i ? "," : "") +
+                       "{\"ruleIndex\":0,\"message\":{\"id\":\"big\","
+                       "\"arguments\":[\"" +
+                       argument + "\"]}}";
+        QByteArray log = sarif(results);
+        log.replace("\"{0} is used {1} times\"}", "\"{0} is used {1} times\"},\"big\":{\"text\":"
+                                                  "\"" +
+                                                      placeholders + "\"}");
+        Imported imported = importText("bomb.sarif", log);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(totals(imported), QStringLiteral("0/50/-1"));
+        QCOMPARE(imported.markup.count("(cut here: the message goes on in bomb.sarif)"), 50);
+        QVERIFY2(imported.markup.size() < 50 * 2 * CappedText::MaxBytes,
+                 qPrintable(QString::number(imported.markup.size())));
+
+        // A message of its own that is longer than the limit is cut the same way.
+        imported = importText(
+            "long.sarif",
+            sarif(result("\"uri\":\"a.c\"", 1).replace("goto used", QByteArray(40000, 'y'))));
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY(imported.markup.contains("(cut here: the message goes on in long.sarif)"));
+        QVERIFY(!imported.markup.contains(QByteArray(CappedText::MaxBytes + 1, 'y')));
+    }
+
     // Broken logs: the error names the file and where (line and column, or the JSON path), no
     // output is left behind and an older output stays as it was. Nesting far deeper than any
     // log is read without running out of stack.
@@ -471,6 +537,36 @@ private Q_SLOTS:
         QCOMPARE(imported.nodes.last(), QStringLiteral("%1 Test deepest ko").arg(depth + 1));
     }
 
+    // Suites and cases written inside a case's output (well-formed markup there) are text of
+    // that output: they count for nothing, and the result file ends where its root ends.
+    void junitMarkupInsideOutput()
+    {
+        Imported imported = importText(
+            "inside.xml",
+            "<testsuites><testsuite name='outer'><testcase name='c'><system-out>before\n"
+            "<testsuite name='fake'><testcase name='x'><failure/></testcase></testsuite>\n"
+            "after</system-out><system-err><testcase name='y'/></system-err></testcase>"
+            "<testcase name='d'><testsuite name='odd'/></testcase></testsuite>"
+            "<testsuite name='next'><testcase name='e'><failure>"
+            "<testsuite><testcase/></testsuite>real</failure></testcase></testsuite>"
+            "</testsuites>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        const QString base = QLatin1Char(' ') + m_dir.path() + QLatin1Char('/');
+        QCOMPARE(imported.nodes, (QStringList{
+                                     QStringLiteral("1 Suite outer ok") + base,
+                                     QStringLiteral("2 Test c ok"),
+                                     QStringLiteral("2 Test d ok"),
+                                     QStringLiteral("1 Suite next ko") + base,
+                                     QStringLiteral("2 Test e ko"),
+                                 }));
+        QCOMPARE(totals(imported), QStringLiteral("2/1/-1"));
+        QVERIFY(imported.markup.endsWith("</XROD>\n"));
+        QCOMPARE(imported.markup.count("</XROD>"), 1);
+        QVERIFY(imported.markup.contains(">before</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">after</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">real</PARAGRAPH>"));
+    }
+
     // Reports that are not JUnit XML, or not XML at all, are refused with file, line, column.
     void badJUnit()
     {
@@ -633,7 +729,11 @@ private Q_SLOTS:
         QVERIFY(writeFile(cached.next(), "<XROD>\n<DOCUMENT>"));
         run = crcview({QStringLiteral("dump"), broken});
         QCOMPARE(run.status, 2);
-        QVERIFY2(run.err.startsWith(broken + QStringLiteral(":2:")), qPrintable(run.err));
+        // The place is one of the conversion, and said to be.
+        QVERIFY2(run.err.startsWith(broken + QStringLiteral(" (line 2, column ")),
+                 qPrintable(run.err));
+        QVERIFY2(run.err.contains(QLatin1String("of the result file converted from it): ")),
+                 qPrintable(run.err));
         for (const QStringList& arguments :
              {QStringList{QStringLiteral("summary"), broken},
               QStringList{QStringLiteral("export"), path("brokenpages"), broken}}) {

@@ -8,8 +8,9 @@
 // Result files converted from analyzer and test results, kept in the user's cache folder: one
 // folder per original, named by a hash of its absolute path, size and modification time (so a
 // changed original is converted again), holding the result file under the original's own name
-// (so that the viewer names the original). A new conversion removes the earlier ones of the same
-// original that this process does not show. Nothing is ever written beside the original.
+// (so that the viewer names the original). Each process that uses a conversion holds a shared
+// lock on its folder until it ends; a new conversion removes the earlier ones of the same
+// original that no process holds. Nothing is ever written beside the original.
 namespace ImportCache {
 
 // The result file converted from `input`, made now unless an up-to-date one is in the cache.

@@ -18,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -635,6 +636,36 @@ private Q_SLOTS:
         QCOMPARE(error.line, 1);
     }
 
+    // Two processes share the cache: a conversion one of them uses is never removed by the
+    // other, however the original changed since; the earlier ones no process uses still are.
+    void cacheSharedBetweenProcesses()
+    {
+        const QString original = path("shared.sarif");
+        QVERIFY(writeFile(original, sarif(result("\"uri\":\"a.c\"", 1))));
+        ImportError error;
+        const QString shown = ImportCache::resultFileFor(original, &error);
+        QVERIFY2(!shown.isNull(), qPrintable(error.text()));
+
+        QByteArray results = result("\"uri\":\"a.c\"", 1);
+        QStringList converted;
+        for (int run = 2; run <= 3; ++run) {
+            results += "," + result("\"uri\":\"b.c\"", run);
+            QVERIFY(writeFile(original, sarif(results)));
+            const QString other = runChild({QStringLiteral("--convert"), original}).trimmed();
+            QVERIFY2(other.startsWith(m_dir.filePath(QStringLiteral("cache/"))), qPrintable(other));
+            QVERIFY(other != shown);
+            converted.append(other);
+        }
+        // The other process ended: its first conversion is gone, its last one kept.
+        QVERIFY(!QFile::exists(converted.first()));
+        QVERIFY(QFile::exists(converted.last()));
+        QVERIFY(QFile::exists(shown));
+        ReportLoadError readError;
+        const std::unique_ptr<QAReporterData> record = loadReport(shown, {}, nullptr, &readError);
+        QVERIFY2(record, qPrintable(readError.message));
+        QCOMPARE(record->failed, 1);
+    }
+
     // crcview takes analyzer and test results wherever it takes result files: the summary
     // counts the findings and tests, the export names the original and links each finding to
     // its source line, convert writes the markup. Nothing is written beside the inputs.
@@ -756,5 +787,23 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestImport)
+// The other process of cacheSharedBetweenProcesses: converts `original` through the same cache
+// and prints the result file.
+int convertInChild(const QString& original)
+{
+    ImportError error;
+    const QString converted = ImportCache::resultFileFor(original, &error);
+    std::fputs(qPrintable((converted.isNull() ? error.text() : converted) + QLatin1Char('\n')),
+               stdout);
+    return 0;
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--convert") == 0)
+        return convertInChild(QString::fromLocal8Bit(argv[2]));
+    TestImport test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_import.moc"

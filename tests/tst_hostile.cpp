@@ -24,6 +24,12 @@
 #endif
 #endif
 
+#ifdef CRC_ADDRESS_SANITIZER
+constexpr bool underAddressSanitizer = true;
+#else
+constexpr bool underAddressSanitizer = false;
+#endif
+
 namespace {
 
 constexpr int cpuSeconds = 120;
@@ -112,10 +118,10 @@ Run bounded(const QString& program, const QStringList& arguments,
     process.setChildProcessModifier([memory] {
         const rlimit cpu{cpuSeconds, cpuSeconds};
         setrlimit(RLIMIT_CPU, &cpu);
-#ifndef CRC_ADDRESS_SANITIZER
-        const rlimit space{memory, memory};
-        setrlimit(RLIMIT_AS, &space);
-#endif
+        if (!underAddressSanitizer) {
+            const rlimit space{memory, memory};
+            setrlimit(RLIMIT_AS, &space);
+        }
     });
 #ifdef CRC_ADDRESS_SANITIZER
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -343,9 +349,9 @@ private Q_SLOTS:
     // crcview (convert, dump) and in crcstudio (its warning), never with a crash.
     void importersRunOutOfMemoryCleanly()
     {
-#ifdef CRC_ADDRESS_SANITIZER
-        QSKIP("under the address sanitizer, running out of memory is the sanitizer's own report");
-#endif
+        if (underAddressSanitizer)
+            QSKIP("under the address sanitizer, running out of memory is the sanitizer's own "
+                  "report");
         constexpr rlim_t limit = rlim_t(300) << 20;
         QByteArray sarif = "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":"
                            "\"big\"}},\"results\":[";

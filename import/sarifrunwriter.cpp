@@ -251,9 +251,21 @@ QByteArray SarifRunWriter::messageOf(const Value* message, const Value* rule) co
         }
         kept.append(start.sliced(plain));
     }
-    if (!kept.cut() && start.size() == text.size())
-        return kept.text();
-    return kept.text() + "\n(cut here: the message goes on in " + m_logName + ")";
+    return withNote(kept, start.size() < text.size());
+}
+
+QByteArray SarifRunWriter::ruleText(Bytes text) const
+{
+    CappedText kept;
+    kept.append(text);
+    return withNote(kept, false);
+}
+
+QByteArray SarifRunWriter::withNote(const CappedText& text, bool cut) const
+{
+    if (!text.cut() && !cut)
+        return text.text();
+    return text.text() + "\n(cut here: the rest is in " + m_logName + ")";
 }
 
 bool SarifRunWriter::group(const QString& where, ImportError* error)
@@ -388,17 +400,19 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
     const Bytes name = rule.id.isEmpty() ? Bytes("(no rule)") : Bytes(rule.id);
     m_out.open("XROD:NODE", {{"name", name}, {"type", "Rule"}, {"state", stateOf(rule.verdict)}});
     m_out.openSection(titleStyle(m_fileLevel + 1, rule.verdict), name);
+    // The rule's texts are written under every file with results of it: each is kept as a
+    // message is.
     const Bytes ruleName = textOf(member(rule.rule, "name"));
     if (!ruleName.isEmpty() && ruleName != name)
-        m_out.element("PARAGRAPH", ruleName, {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText(ruleName), {{"style", "Normal"}});
     Bytes description = textOf(member(member(rule.rule, "shortDescription"), "text"));
     if (description.isEmpty())
         description = textOf(member(member(rule.rule, "fullDescription"), "text"));
     if (!description.isEmpty())
-        m_out.element("PARAGRAPH", description, {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText(description), {{"style", "Normal"}});
     const Bytes help = textOf(member(rule.rule, "helpUri"));
     if (!help.isEmpty())
-        m_out.element("PARAGRAPH", "Help: " + help.toByteArray(), {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText("Help: " + help.toByteArray()), {{"style", "Normal"}});
     for (const Value* result : rule.results)
         writeFinding(file, *result, rule.rule);
     m_out.close();

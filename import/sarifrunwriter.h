@@ -9,6 +9,7 @@
 #include <QString>
 #include <vector>
 
+class CappedText;
 class MarkupWriter;
 
 // Writes one run of a SARIF log: File > Rule > Finding nodes, the findings of a run grouped by
@@ -84,7 +85,11 @@ private:
                            Bytes message);
 
     const Value* ruleOf(const Value& result, QByteArray* id) const;
+    // A message, filled with its arguments, and a text of a rule: kept up to the limits of
+    // captured text, with a note naming the log where cut.
     QByteArray messageOf(const Value* message, const Value* rule) const;
+    QByteArray ruleText(Bytes text) const;
+    QByteArray withNote(const CappedText& text, bool cut) const;
     Place placeOf(const Value* location);
     SourceFile fileOf(const Value* artifactLocation);
     SourceFile resolve(Bytes uri, Bytes baseId);

@@ -306,8 +306,8 @@ private Q_SLOTS:
     }
 
     // A rule's message string is shared by every result that names it, each filling it with
-    // its own arguments: a filled message is kept as captured output is, with a note where it
-    // was cut, and the log's size bounds the result file's.
+    // its own arguments, and its description is written under every file with results of it:
+    // each such text is kept as captured output is, with a note where it was cut.
     void messagesFilledWithinBounds()
     {
         const QByteArray placeholders = QByteArray("{0}").repeated(2000);
@@ -325,7 +325,20 @@ private Q_SLOTS:
         Imported imported = importText("bomb.sarif", log);
         QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
         QCOMPARE(totals(imported), QStringLiteral("0/50/-1"));
-        QCOMPARE(imported.markup.count("(cut here: the message goes on in bomb.sarif)"), 50);
+        QCOMPARE(imported.markup.count("(cut here: the rest is in bomb.sarif)"), 50);
+        QVERIFY2(imported.markup.size() < 50 * 2 * CappedText::MaxBytes,
+                 qPrintable(QString::number(imported.markup.size())));
+
+        // So are the texts of a rule, written under each file with results of it.
+        QByteArray spread;
+        for (int i = 0; i < 50; ++i)
+            spread += QByteArray(i ? "," : "") +
+                      result("\"uri\":\"f" + QByteArray::number(i) + ".c\"", 1);
+        QByteArray described = sarif(spread);
+        described.replace("\"No goto\"", "\"" + QByteArray(40000, 'z') + "\"");
+        imported = importText("rule.sarif", described);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(imported.markup.count("(cut here: the rest is in rule.sarif)"), 50);
         QVERIFY2(imported.markup.size() < 50 * 2 * CappedText::MaxBytes,
                  qPrintable(QString::number(imported.markup.size())));
 
@@ -334,7 +347,7 @@ private Q_SLOTS:
             "long.sarif",
             sarif(result("\"uri\":\"a.c\"", 1).replace("goto used", QByteArray(40000, 'y'))));
         QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
-        QVERIFY(imported.markup.contains("(cut here: the message goes on in long.sarif)"));
+        QVERIFY(imported.markup.contains("(cut here: the rest is in long.sarif)"));
         QVERIFY(!imported.markup.contains(QByteArray(CappedText::MaxBytes + 1, 'y')));
     }
 

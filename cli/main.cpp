@@ -151,10 +151,11 @@ int dump(const QStringList& arguments, Loaded& loaded)
     loaded.record = loadReport(path, {}, nullptr, &error);
     const QAReporterData* record = loaded.record.get();
     if (!record) {
-        std::cerr << ImportCache::originalOf(path).toStdString();
-        if (error.line > 0)
-            std::cerr << ":" << error.line << ":" << error.column;
-        std::cerr << ": " << error.message.toStdString() << "\n";
+        const QString place =
+            error.line > 0 ? QStringLiteral("%1:%2:%3").arg(path).arg(error.line).arg(error.column)
+                           : path;
+        std::cerr << ImportCache::originalsIn(place).toLocal8Bit().constData() << ": "
+                  << error.message.toLocal8Bit().constData() << "\n";
         return exitUnreadable;
     }
     QAReporterDataTree* tree = record->tree;

@@ -1,5 +1,6 @@
 #include "import/junitimporter.h"
 
+#include "import/cappedtext.h"
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
 #include "import/verdict.h"
@@ -10,6 +11,8 @@
 #include <cstring>
 #include <expat.h>
 #include <memory>
+#include <new>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -17,8 +20,6 @@ namespace {
 using Bytes = QByteArrayView;
 
 constexpr qint64 ChunkSize = 1 << 18;
-constexpr int MaxLines = 200;           // lines of one output or trace kept
-constexpr qsizetype MaxBytes = 1 << 14; // bytes of one output or trace kept
 
 bool is(const XML_Char* name, const char* literal)
 {
@@ -33,38 +34,6 @@ Bytes attribute(const XML_Char** attributes, const char* name)
     }
     return Bytes();
 }
-
-// A text kept up to a limit; what is left out is counted in lines.
-class CappedText
-{
-public:
-    void append(const char* data, int size)
-    {
-        for (int i = 0; i < size; ++i) {
-            const char c = data[i];
-            if (m_cut) {
-                m_droppedLines += c == '\n';
-                m_droppedPartLine = c != '\n';
-                continue;
-            }
-            m_text.append(c);
-            if (c == '\n' && ++m_lines >= MaxLines)
-                m_cut = true;
-            else if (m_text.size() >= MaxBytes)
-                m_cut = true;
-        }
-    }
-    const QByteArray& text() const { return m_text; }
-    bool cut() const { return m_cut; }
-    int droppedLines() const { return m_droppedLines + (m_droppedPartLine ? 1 : 0); }
-
-private:
-    QByteArray m_text;
-    int m_lines = 0;
-    int m_droppedLines = 0;
-    bool m_droppedPartLine = false; // the text left out ends inside a line
-    bool m_cut = false;
-};
 
 // A failure, error, skip note or captured output of a test case.
 struct Block
@@ -104,6 +73,19 @@ struct TestCase
     }
 };
 
+// Calls a handler from the parser. An exception must not cross the parser's C frames: memory
+// running out stops the parse, and parse() throws once the parser is out of the way.
+template <typename Handler, typename Call> void callHandler(void* data, const Call& call)
+{
+    auto* handler = static_cast<Handler*>(data);
+    try {
+        call(*handler);
+    } catch (const std::bad_alloc&) {
+        handler->outOfMemory = true;
+        XML_StopParser(handler->parser, XML_FALSE);
+    }
+}
+
 // Runs expat over the whole file with one handler object.
 // `pass` (0 or 1) of the two: each is half of the work.
 template <typename Handler>
@@ -111,7 +93,11 @@ bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
            const ImportProgress& progress)
 {
     // The report's own declaration (or byte order mark) chooses the encoding; UTF-8 without one.
-    XML_Parser parser = XML_ParserCreate(nullptr);
+    const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> owner(
+        XML_ParserCreate(nullptr), &XML_ParserFree);
+    XML_Parser parser = owner.get();
+    if (!parser)
+        throw std::bad_alloc();
     handler.parser = parser;
     XML_SetUserData(parser, &handler);
     QString unsupportedEncoding;
@@ -119,30 +105,31 @@ bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
     XML_SetElementHandler(
         parser,
         [](void* data, const XML_Char* name, const XML_Char** attributes) {
-            static_cast<Handler*>(data)->start(name, attributes);
+            callHandler<Handler>(data, [&](Handler& h) { h.start(name, attributes); });
         },
-        [](void* data, const XML_Char* name) { static_cast<Handler*>(data)->end(name); });
+        [](void* data, const XML_Char* name) {
+            callHandler<Handler>(data, [&](Handler& h) { h.end(name); });
+        });
     XML_SetCharacterDataHandler(parser, [](void* data, const XML_Char* text, int size) {
-        static_cast<Handler*>(data)->characters(text, size);
+        callHandler<Handler>(data, [&](Handler& h) { h.characters(text, size); });
     });
     input.seek(0);
-    bool ok = true;
     QByteArray chunk(ChunkSize, Qt::Uninitialized);
-    for (bool last = false; ok && !last;) {
+    for (bool last = false; !last;) {
         const qint64 total = std::max<qint64>(input.size(), 1);
         progress(int((pass * total + input.pos()) * (ImportSteps / 2) / total));
         const qint64 size = input.read(chunk.data(), ChunkSize);
         if (size < 0) {
             error->message = QStringLiteral("cannot read the file: %1").arg(input.errorString());
-            ok = false;
-            break;
+            return false;
         }
         last = size < ChunkSize && input.atEnd();
         if (XML_Parse(parser, chunk.constData(), int(size), last) == XML_STATUS_ERROR) {
-            ok = false;
+            const XML_Error code = XML_GetErrorCode(parser);
+            if (handler.outOfMemory || code == XML_ERROR_NO_MEMORY)
+                throw std::bad_alloc();
             error->line = int(XML_GetCurrentLineNumber(parser));
             error->column = int(XML_GetCurrentColumnNumber(parser)) + 1;
-            const XML_Error code = XML_GetErrorCode(parser);
             if (!handler.refusal.isEmpty())
                 error->message = handler.refusal;
             else if (code == XML_ERROR_UNKNOWN_ENCODING && !unsupportedEncoding.isNull())
@@ -150,21 +137,84 @@ bool parse(QFile& input, Handler& handler, ImportError* error, int pass,
                     QStringLiteral("unsupported encoding \"%1\"").arg(unsupportedEncoding);
             else
                 error->message = QString::fromUtf8(XML_ErrorString(code));
+            return false;
         }
     }
-    XML_ParserFree(parser);
-    return ok;
+    return true;
 }
+
+// What an element of the report is to the import, decided where it starts, so that its end
+// undoes only what its start did: a suite or a case inside a case's output is text of that
+// output, never a node of its own.
+enum class Role : unsigned char
+{
+    Other,       // left out: the root, properties, a case's own unknown children
+    Suite,       // a testsuite
+    Case,        // a testcase
+    Block,       // a failure, error, skip note or output of a case
+    SuiteOutput, // the output of a suite
+    Inside       // anything inside a block or a suite's output: its text is captured
+};
+
+// The roles of the elements open, one per element, as the parser walks the report.
+class Structure
+{
+public:
+    Role start(const XML_Char* name)
+    {
+        Role role = Role::Other;
+        if (m_captures > 0)
+            role = Role::Inside;
+        else if (m_cases > 0)
+            role = is(name, "failure") || is(name, "error") || is(name, "skipped") ||
+                           is(name, "system-out") || is(name, "system-err")
+                       ? Role::Block
+                       : Role::Other;
+        else if (is(name, "testsuite"))
+            role = Role::Suite;
+        else if (is(name, "testcase"))
+            role = Role::Case;
+        else if (is(name, "system-out") || is(name, "system-err"))
+            role = Role::SuiteOutput;
+        m_roles.push_back(role);
+        count(role, 1);
+        return role;
+    }
+    // The role of the element that ends.
+    Role end()
+    {
+        if (m_roles.empty()) // expat ends only what it started
+            return Role::Other;
+        const Role role = m_roles.back();
+        m_roles.pop_back();
+        count(role, -1);
+        return role;
+    }
+
+private:
+    void count(Role role, int step)
+    {
+        if (role == Role::Case)
+            m_cases += step;
+        else if (role == Role::Block || role == Role::SuiteOutput || role == Role::Inside)
+            m_captures += step;
+    }
+
+    std::vector<Role> m_roles;
+    int m_cases = 0;
+    int m_captures = 0;
+};
 
 // First pass: the verdict of every suite, in the order the suites start.
 struct VerdictPass
 {
     XML_Parser parser = nullptr;
     QString refusal;
+    bool outOfMemory = false;
+    Structure structure;
     std::vector<Verdict> suites;
     std::vector<size_t> open;
     bool rootSeen = false;
-    bool inCase = false;
     bool caseFailed = false;
     bool caseSkipped = false;
 
@@ -180,28 +230,32 @@ struct VerdictPass
                 return;
             }
         }
-        if (is(name, "testsuite")) {
+        switch (structure.start(name)) {
+        case Role::Suite:
             open.push_back(suites.size());
             suites.push_back(Verdict::NotEvaluated);
-        } else if (is(name, "testcase")) {
-            inCase = true;
+            break;
+        case Role::Case:
             caseFailed = caseSkipped = false;
-        } else if (inCase && (is(name, "failure") || is(name, "error"))) {
-            caseFailed = true;
-        } else if (inCase && is(name, "skipped")) {
-            caseSkipped = true;
+            break;
+        case Role::Block:
+            caseFailed = caseFailed || is(name, "failure") || is(name, "error");
+            caseSkipped = caseSkipped || is(name, "skipped");
+            break;
+        default:
+            break;
         }
     }
-    void end(const XML_Char* name)
+    void end(const XML_Char*)
     {
-        if (is(name, "testcase")) {
-            inCase = false;
+        const Role role = structure.end();
+        if (role == Role::Case) {
             const Verdict verdict = caseFailed    ? Verdict::Failed
                                     : caseSkipped ? Verdict::NotEvaluated
                                                   : Verdict::Passed;
             if (!open.empty())
                 suites[open.back()] = std::max(suites[open.back()], verdict);
-        } else if (is(name, "testsuite") && !open.empty()) {
+        } else if (role == Role::Suite) {
             const size_t closed = open.back();
             open.pop_back();
             if (!open.empty())
@@ -226,13 +280,14 @@ public:
 
     XML_Parser parser = nullptr;
     QString refusal;
+    bool outOfMemory = false;
 
     void start(const XML_Char* name, const XML_Char** attributes);
     void end(const XML_Char* name);
     void characters(const XML_Char* text, int size)
     {
         if (m_capture)
-            m_capture->append(text, size);
+            m_capture->append(QByteArrayView(text, size));
     }
     void finish();
 
@@ -251,7 +306,7 @@ private:
     size_t m_suiteOrdinal = 0;
     int m_suiteDepth = 0;
     qint64 m_cases = 0;
-    bool m_inCase = false;
+    Structure m_structure;
     TestCase m_case;
     std::unique_ptr<Block> m_suiteOutput; // output of a suite, written where it ends
     CappedText* m_capture = nullptr;
@@ -295,55 +350,64 @@ void WritePass::start(const XML_Char* name, const XML_Char** attributes)
 {
     if (!m_documentOpen)
         openDocument(is(name, "testsuites") ? attribute(attributes, "name") : Bytes());
-    if (m_inCase) {
-        Block::Kind kind;
-        if (is(name, "failure"))
-            kind = Block::Failure;
-        else if (is(name, "error"))
-            kind = Block::Error;
-        else if (is(name, "skipped"))
-            kind = Block::Skipped;
-        else if (is(name, "system-out"))
-            kind = Block::Output;
-        else if (is(name, "system-err"))
-            kind = Block::ErrorOutput;
-        else
-            return; // properties, reruns: left out
-        m_case.blocks.push_back({kind,
-                                 attribute(attributes, "message").toByteArray(),
-                                 attribute(attributes, "type").toByteArray(),
-                                 {}});
-        m_capture = &m_case.blocks.back().text;
-    } else if (is(name, "testsuite")) {
+    switch (m_structure.start(name)) {
+    case Role::Suite:
         startSuite(attributes);
-    } else if (is(name, "testcase")) {
-        m_inCase = true;
+        break;
+    case Role::Case:
         m_case = TestCase();
         m_case.name = attribute(attributes, "name").toByteArray();
         m_case.className = attribute(attributes, "classname").toByteArray();
         m_case.time = attribute(attributes, "time").toByteArray();
         m_case.file = attribute(attributes, "file").toByteArray();
         m_case.line = attribute(attributes, "line").toByteArray();
-    } else if (is(name, "system-out") || is(name, "system-err")) {
+        break;
+    case Role::Block: {
+        const Block::Kind kind = is(name, "failure")      ? Block::Failure
+                                 : is(name, "error")      ? Block::Error
+                                 : is(name, "skipped")    ? Block::Skipped
+                                 : is(name, "system-out") ? Block::Output
+                                                          : Block::ErrorOutput;
+        m_case.blocks.push_back({kind,
+                                 attribute(attributes, "message").toByteArray(),
+                                 attribute(attributes, "type").toByteArray(),
+                                 {}});
+        m_capture = &m_case.blocks.back().text;
+        break;
+    }
+    case Role::SuiteOutput:
         m_suiteOutput = std::make_unique<Block>(
             Block{is(name, "system-out") ? Block::Output : Block::ErrorOutput, {}, {}, {}});
         m_capture = &m_suiteOutput->text;
+        break;
+    case Role::Other:
+    case Role::Inside:
+        break;
     }
 }
 
-void WritePass::end(const XML_Char* name)
+void WritePass::end(const XML_Char*)
 {
-    m_capture = nullptr;
-    if (is(name, "testcase")) {
-        m_inCase = false;
-        writeCase();
-    } else if (!m_inCase && m_suiteOutput && (is(name, "system-out") || is(name, "system-err"))) {
-        writeBlock(*m_suiteOutput);
-        m_suiteOutput.reset();
-    } else if (is(name, "testsuite") && !m_inCase) {
+    switch (m_structure.end()) {
+    case Role::Suite:
         m_out.close(); // SECTION
         m_out.close(); // XROD:NODE
         --m_suiteDepth;
+        break;
+    case Role::Case:
+        writeCase();
+        break;
+    case Role::Block:
+        m_capture = nullptr;
+        break;
+    case Role::SuiteOutput:
+        m_capture = nullptr;
+        writeBlock(*m_suiteOutput);
+        m_suiteOutput.reset();
+        break;
+    case Role::Other:
+    case Role::Inside:
+        break;
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <new>
 
 QString ImportError::text() const
 {
@@ -64,16 +65,27 @@ bool importResults(QFile& input, const QString& output, ImportError* error,
         error->message = target.errorString();
         return false;
     }
-    MarkupWriter out(&target);
     const QString directory = QFileInfo(input.fileName()).absolutePath();
-    const bool read = format == ImportFormat::Sarif
-                          ? importSarif(input, directory, out, error, report)
-                          : importJUnit(input, directory, out, error, report);
-    if (!read) {
+    bool written = false;
+    try {
+        MarkupWriter out(&target);
+        const bool read = format == ImportFormat::Sarif
+                              ? importSarif(input, directory, out, error, report)
+                              : importJUnit(input, directory, out, error, report);
+        if (!read) {
+            target.discard();
+            return false;
+        }
+        written = out.finish();
+    } catch (const std::bad_alloc&) {
+        // What the parse held is given back on the way here: the message can be made.
         target.discard();
+        *error = ImportError();
+        error->file = input.fileName();
+        error->message = QStringLiteral("not enough memory to convert the file");
         return false;
     }
-    if (!out.finish() || !target.commit()) {
+    if (!written || !target.commit()) {
         *error = ImportError();
         error->file = output;
         error->message = target.errorString();

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <cstring>
 #include <rapidjson/error/en.h>
 
 using namespace SarifJson;
@@ -29,6 +30,51 @@ void positionOf(const QByteArray& original, size_t offset, ImportError* error)
     error->column = int(end - lineStart) + 1;
 }
 
+// The UTF-16 unit of the four hex digits at `digits`, or -1.
+int unitAt(const char* digits)
+{
+    int unit = 0;
+    for (int i = 0; i < 4; ++i) {
+        const char c = digits[i];
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0)
+            return -1;
+        unit = unit * 16 + digit;
+    }
+    return unit;
+}
+
+// A surrogate escape without its other half (as JSON writers give an undecodable file name)
+// names no character: each becomes \uFFFD, the replacement character, in place, so that the
+// text reads as UTF-8 and every offset the parser reports is still one of the file.
+void replaceLoneSurrogates(char* json, qsizetype size)
+{
+    if (size == 0)
+        return;
+    char* const end = json + size;
+    for (char* escape = static_cast<char*>(std::memchr(json, '\\', size_t(size)));
+         escape && end - escape >= 2;
+         escape = static_cast<char*>(std::memchr(escape, '\\', size_t(end - escape)))) {
+        const int unit = escape[1] == 'u' && end - escape >= 6 ? unitAt(escape + 2) : -1;
+        if (unit < 0xD800 || unit > 0xDFFF) {
+            escape += 2; // any other escape, a backslash escaped included
+            continue;
+        }
+        const bool paired = unit < 0xDC00 && end - escape >= 12 && escape[6] == '\\' &&
+                            escape[7] == 'u' && unitAt(escape + 8) >= 0xDC00 &&
+                            unitAt(escape + 8) <= 0xDFFF;
+        if (paired) {
+            escape += 12;
+            continue;
+        }
+        std::memcpy(escape + 2, "FFFD", 4);
+        escape += 6;
+    }
+}
+
 } // namespace
 
 bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, ImportError* error,
@@ -44,12 +90,13 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
         return false;
     }
     progress(Read);
-    rapidjson::Document log;
+    Document log;
     // Parsed in place, the fastest way; nesting however deep is parsed without recursion.
     constexpr unsigned Flags =
         rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
     // A byte order mark, as some tools write, is not JSON.
     const size_t start = json.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    replaceLoneSurrogates(json.data(), json.size());
     log.ParseInsitu<Flags>(json.data() + start);
     if (log.HasParseError()) {
         // The parse overwrote the bytes: the position is counted in the file as it is.
@@ -77,10 +124,10 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
     out.open("XROD");
     // A result file holds one document: several runs are each a node of it.
     const bool severalRuns = runs->Size() > 1;
+    const QByteArray logName = QFileInfo(input.fileName()).fileName().toUtf8();
     if (severalRuns) {
-        const QByteArray title = QFileInfo(input.fileName()).fileName().toUtf8();
-        out.open("DOCUMENT", {{"tag", "runs"}, {"title", title}, {"style", "Normal"}});
-        out.element("TITLE", title, {{"style", "Title0"}});
+        out.open("DOCUMENT", {{"tag", "runs"}, {"title", logName}, {"style", "Normal"}});
+        out.element("TITLE", logName, {{"style", "Title0"}});
         out.element("PARAGRAPH", QByteArray::number(runs->Size()) + " runs.",
                     {{"style", "Normal"}});
     }
@@ -88,7 +135,7 @@ bool importSarif(QFile& input, const QString& directory, MarkupWriter& out, Impo
         severalRuns ? SarifRunWriter::Placement::RunNode : SarifRunWriter::Placement::OwnDocument;
     const int runShare = (ImportSteps - Parsed) / std::max<int>(int(runs->Size()), 1);
     for (rapidjson::SizeType i = 0; i < runs->Size(); ++i) {
-        SarifRunWriter run((*runs)[i], directory, out);
+        SarifRunWriter run((*runs)[i], directory, logName, out);
         if (!run.write(jsonPath(QStringLiteral("$.runs"), int(i)), int(i), placement, error,
                        progress, Parsed + int(i) * runShare, runShare))
             return false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "import/jsonallocator.h"
+
 #include <QByteArrayView>
 #include <QString>
 #include <rapidjson/document.h>
@@ -8,7 +10,6 @@
 // type than asked for, reads as null, empty or the fallback.
 namespace SarifJson {
 
-using Value = rapidjson::Value;
 using Bytes = QByteArrayView;
 
 inline const Value* member(const Value* object, const char* name)

@@ -1,5 +1,6 @@
 #include "import/sarifrunwriter.h"
 
+#include "import/cappedtext.h"
 #include "import/markupwriter.h"
 #include "import/sarifjson.h"
 
@@ -72,8 +73,9 @@ void writeFingerprints(MarkupWriter& out, const Value* fingerprints)
 
 } // namespace
 
-SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out)
-    : m_run(run), m_directory(directory), m_out(out)
+SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory,
+                               const QByteArray& logName, MarkupWriter& out)
+    : m_run(run), m_directory(directory), m_logName(logName), m_out(out)
 {
     const Value* tool = member(member(&run, "tool"), "driver");
     m_driver = tool;
@@ -223,27 +225,47 @@ QByteArray SarifRunWriter::messageOf(const Value* message, const Value* rule) co
             string = member(member(m_driver, "globalMessageStrings"), id);
         text = textOf(member(string, "text"));
     }
+    // A rule's message string serves any number of results, each filling it with arguments of
+    // its own: only its start is filled, and what that gives is kept as captured output is.
+    const Bytes start = text.first(std::min(text.size(), CappedText::MaxBytes));
+    CappedText kept;
     const Value* arguments = member(message, "arguments");
-    if (!arguments || !arguments->IsArray() || text.indexOf('{') < 0)
-        return text.toByteArray();
-    // Placeholders {0}, {1}, ... take the arguments.
-    QByteArray filled;
-    filled.reserve(text.size());
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text.at(i) == '{') {
+    if (!arguments || !arguments->IsArray()) {
+        kept.append(start);
+    } else {
+        // Placeholders {0}, {1}, ... take the arguments.
+        qsizetype plain = 0; // start of the text copied as it is
+        for (qsizetype i = start.indexOf('{'); i >= 0 && !kept.cut();
+             i = start.indexOf('{', i + 1)) {
             qsizetype end = i + 1;
             int number = 0;
-            while (end < text.size() && end - i < 8 && text.at(end) >= '0' && text.at(end) <= '9')
-                number = number * 10 + (text.at(end++) - '0');
-            if (end > i + 1 && end < text.size() && text.at(end) == '}') {
-                filled.append(textOf(elementOf(arguments, number)));
-                i = end;
+            while (end < start.size() && end - i < 8 && start.at(end) >= '0' &&
+                   start.at(end) <= '9')
+                number = number * 10 + (start.at(end++) - '0');
+            if (end == i + 1 || end == start.size() || start.at(end) != '}')
                 continue;
-            }
+            kept.append(start.sliced(plain, i - plain));
+            kept.append(textOf(elementOf(arguments, number)));
+            plain = end + 1;
+            i = end;
         }
-        filled.append(text.at(i));
+        kept.append(start.sliced(plain));
     }
-    return filled;
+    return withNote(kept, start.size() < text.size());
+}
+
+QByteArray SarifRunWriter::ruleText(Bytes text) const
+{
+    CappedText kept;
+    kept.append(text);
+    return withNote(kept, false);
+}
+
+QByteArray SarifRunWriter::withNote(const CappedText& text, bool cut) const
+{
+    if (!text.cut() && !cut)
+        return text.text();
+    return text.text() + "\n(cut here: the rest is in " + m_logName + ")";
 }
 
 bool SarifRunWriter::group(const QString& where, ImportError* error)
@@ -378,17 +400,19 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
     const Bytes name = rule.id.isEmpty() ? Bytes("(no rule)") : Bytes(rule.id);
     m_out.open("XROD:NODE", {{"name", name}, {"type", "Rule"}, {"state", stateOf(rule.verdict)}});
     m_out.openSection(titleStyle(m_fileLevel + 1, rule.verdict), name);
+    // The rule's texts are written under every file with results of it: each is kept as a
+    // message is.
     const Bytes ruleName = textOf(member(rule.rule, "name"));
     if (!ruleName.isEmpty() && ruleName != name)
-        m_out.element("PARAGRAPH", ruleName, {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText(ruleName), {{"style", "Normal"}});
     Bytes description = textOf(member(member(rule.rule, "shortDescription"), "text"));
     if (description.isEmpty())
         description = textOf(member(member(rule.rule, "fullDescription"), "text"));
     if (!description.isEmpty())
-        m_out.element("PARAGRAPH", description, {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText(description), {{"style", "Normal"}});
     const Bytes help = textOf(member(rule.rule, "helpUri"));
     if (!help.isEmpty())
-        m_out.element("PARAGRAPH", "Help: " + help.toByteArray(), {{"style", "Normal"}});
+        m_out.element("PARAGRAPH", ruleText("Help: " + help.toByteArray()), {{"style", "Normal"}});
     for (const Value* result : rule.results)
         writeFinding(file, *result, rule.rule);
     m_out.close();

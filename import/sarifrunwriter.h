@@ -1,14 +1,15 @@
 #pragma once
 
+#include "import/jsonallocator.h"
 #include "import/resultimport.h"
 #include "import/verdict.h"
 
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
-#include <rapidjson/fwd.h>
 #include <vector>
 
+class CappedText;
 class MarkupWriter;
 
 // Writes one run of a SARIF log: File > Rule > Finding nodes, the findings of a run grouped by
@@ -17,11 +18,13 @@ class MarkupWriter;
 class SarifRunWriter
 {
 public:
-    using Value = rapidjson::Value;
+    using Value = SarifJson::Value;
     using Bytes = QByteArrayView;
 
-    // `directory` is the base of relative locations without a known base.
-    SarifRunWriter(const Value& run, const QString& directory, MarkupWriter& out);
+    // `directory` is the base of relative locations without a known base; `logName` names the
+    // log where a message is cut.
+    SarifRunWriter(const Value& run, const QString& directory, const QByteArray& logName,
+                   MarkupWriter& out);
 
     enum class Placement
     {
@@ -82,7 +85,11 @@ private:
                            Bytes message);
 
     const Value* ruleOf(const Value& result, QByteArray* id) const;
+    // A message, filled with its arguments, and a text of a rule: kept up to the limits of
+    // captured text, with a note naming the log where cut.
     QByteArray messageOf(const Value* message, const Value* rule) const;
+    QByteArray ruleText(Bytes text) const;
+    QByteArray withNote(const CappedText& text, bool cut) const;
     Place placeOf(const Value* location);
     SourceFile fileOf(const Value* artifactLocation);
     SourceFile resolve(Bytes uri, Bytes baseId);
@@ -90,6 +97,7 @@ private:
 
     const Value& m_run;
     QString m_directory;
+    QByteArray m_logName;
     MarkupWriter& m_out;
     const Value* m_driver = nullptr;
     const Value* m_rules = nullptr;

@@ -1,13 +1,17 @@
-// Hostile result files through crcview dump, summary and export: every input gives a clear error
-// naming the file or a clean result, within a bound of processor time and memory; exported pages
-// carry nothing a browser runs, and nothing is written outside the export folder.
+// Hostile result files, analyzer logs and test reports through crcview dump, summary, export and
+// convert: every input gives a clear error naming the file or a clean result, within a bound of
+// processor time and memory; exported pages carry nothing a browser runs, nothing is written
+// outside the export folder, and no external entity is ever read. The importers, in crcview and
+// in crcstudio, end with a message naming the log when memory runs out.
 
 #include "tests/pageoracle.h"
 #include "tests/testkit.h"
 
 #include <QDir>
 #include <QDirIterator>
+#include <QHash>
 #include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 #include <sys/resource.h>
@@ -18,6 +22,12 @@
 #if __has_feature(address_sanitizer)
 #define CRC_ADDRESS_SANITIZER 1
 #endif
+#endif
+
+#ifdef CRC_ADDRESS_SANITIZER
+constexpr bool underAddressSanitizer = true;
+#else
+constexpr bool underAddressSanitizer = false;
 #endif
 
 namespace {
@@ -36,6 +46,68 @@ struct Limits
     int cpuSeconds = ::cpuSeconds;
     rlim_t memoryBytes = ::memoryBytes;
 };
+
+enum class Outcome
+{
+    Read,   // a clean result
+    Refused // an error naming the file
+};
+
+// What each file of the seed corpus must give when read by crcview dump (and, for analyzer logs
+// and test reports, when converted): every file there is listed.
+const QHash<QString, Outcome>& corpusOutcomes()
+{
+    static const QHash<QString, Outcome> outcomes{
+        {QStringLiteral("active-content.crc"), Outcome::Read},
+        {QStringLiteral("bad-utf8.crc"), Outcome::Refused},
+        {QStringLiteral("binary.crc"), Outcome::Refused},
+        {QStringLiteral("deep-document.xrd"), Outcome::Read},
+        {QStringLiteral("deep-nodes.crc"), Outcome::Read},
+        {QStringLiteral("empty.crc"), Outcome::Refused},
+        {QStringLiteral("entities-external.crc"), Outcome::Refused},
+        {QStringLiteral("entities-nested.crc"), Outcome::Refused},
+        {QStringLiteral("extreme-numbers.crc"), Outcome::Refused},
+        {QStringLiteral("latin1.crc"), Outcome::Read},
+        {QStringLiteral("long-run.crc"), Outcome::Read},
+        {QStringLiteral("paths.crc"), Outcome::Refused},
+        {QStringLiteral("span-most-negative.crc"), Outcome::Read},
+        {QStringLiteral("span-past-int-range.crc"), Outcome::Read},
+        {QStringLiteral("structure-errors.crc"), Outcome::Refused},
+        {QStringLiteral("truncated-half.crc"), Outcome::Refused},
+        {QStringLiteral("truncated-in-entity.crc"), Outcome::Refused},
+        {QStringLiteral("truncated-in-tag.crc"), Outcome::Refused},
+        {QStringLiteral("unknown-encoding.crc"), Outcome::Refused},
+        {QStringLiteral("utf16.crc"), Outcome::Read},
+        {QStringLiteral("windows-1252.crc"), Outcome::Refused},
+        {QStringLiteral("import/junit-cut-in-character.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-deep.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-entity-expansion.xml"), Outcome::Refused},
+        {QStringLiteral("import/junit-external-entity.xml"), Outcome::Refused},
+        {QStringLiteral("import/junit-external-entity-text.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-latin1.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-many-blocks.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-nested-in-output.xml"), Outcome::Read},
+        {QStringLiteral("import/junit-not-junit.xml"), Outcome::Refused},
+        {QStringLiteral("import/junit-truncated.xml"), Outcome::Refused},
+        {QStringLiteral("import/junit-unknown-encoding.xml"), Outcome::Refused},
+        {QStringLiteral("import/sarif-bad-utf8.sarif"), Outcome::Refused},
+        {QStringLiteral("import/sarif-base-cycle.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-deep.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-high-surrogate-pair-broken.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-lone-surrogates.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-message-bomb.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-odd-locations.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-placeholders.sarif"), Outcome::Read},
+        {QStringLiteral("import/sarif-truncated.sarif"), Outcome::Refused},
+        {QStringLiteral("import/sarif-wrong-shape.sarif"), Outcome::Refused},
+    };
+    return outcomes;
+}
+
+bool isImported(const QString& path)
+{
+    return path.endsWith(QLatin1String(".sarif")) || path.endsWith(QLatin1String(".xml"));
+}
 
 struct Run
 {
@@ -144,10 +216,14 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid());
+        // The children convert into a cache and keep settings and defects of their own.
+        for (const char* variable : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
+            qputenv(variable, QFile::encodeName(m_dir.filePath(QString::fromLatin1(variable))));
         for (const QString& folder : {QStringLiteral(CORPUS_DIR), QStringLiteral(EXAMPLES_DIR)}) {
-            for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
-                m_inputs.append(file.absoluteFilePath());
+            for (QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories); it.hasNext();)
+                m_inputs.append(it.next());
         }
+        m_inputs.sort();
         QVERIFY(m_inputs.size() > 10);
 
         // Too large for the repository: results nested 100,000 levels deep, and one paragraph
@@ -182,6 +258,153 @@ private Q_SLOTS:
             if (run.status == 0)
                 QVERIFY(run.out.contains(QLatin1String("totals: ")));
         }
+    }
+
+    // Each file of the corpus is read or refused as the table says; an analyzer log or test
+    // report converts the same way, and what it converts to reads back.
+    void corpusFilesGiveTheirStatedOutcome()
+    {
+        const QDir corpus(QStringLiteral(CORPUS_DIR));
+        QStringList unlisted;
+        QSet<QString> seen;
+        for (QDirIterator it(corpus.path(), QDir::Files, QDirIterator::Subdirectories);
+             it.hasNext();) {
+            const QString input = it.next();
+            const QString name = corpus.relativeFilePath(input);
+            seen.insert(name);
+            const auto stated = corpusOutcomes().constFind(name);
+            if (stated == corpusOutcomes().constEnd()) {
+                unlisted.append(name);
+                continue;
+            }
+            const bool read = *stated == Outcome::Read;
+            Run run = crcview({QStringLiteral("dump"), input});
+            QVERIFY2(endedCleanly(run, input) && (run.status == 0) == read,
+                     qPrintable(describe(QStringLiteral("dump"), input, run)));
+            if (!isImported(input))
+                continue;
+            const QString converted = m_dir.filePath(QStringLiteral("converted.crc"));
+            QFile::remove(converted);
+            run = crcview({QStringLiteral("convert"), input, QStringLiteral("-o"), converted});
+            QVERIFY2(endedCleanly(run, input) && (run.status == 0) == read,
+                     qPrintable(describe(QStringLiteral("convert"), input, run)));
+            QCOMPARE(QFile::exists(converted), read);
+            if (read) {
+                run = crcview({QStringLiteral("dump"), QStringLiteral("--count"), converted});
+                QVERIFY2(run.status == 0,
+                         qPrintable(describe(QStringLiteral("dump"), converted, run)));
+            }
+        }
+        QVERIFY2(unlisted.isEmpty(),
+                 qPrintable(QStringLiteral("say whether these must be read or refused: ") +
+                            unlisted.join(QStringLiteral(", "))));
+        for (auto it = corpusOutcomes().cbegin(); it != corpusOutcomes().cend(); ++it)
+            QVERIFY2(seen.contains(it.key()), qPrintable(it.key() + QStringLiteral(" is gone")));
+    }
+
+    // An external entity is never read, whatever reads the file: the text of the file it names
+    // shows nowhere, neither in what crcview prints nor in what it writes.
+    void externalEntitiesAreNeverExpanded()
+    {
+        QFile named(QStringLiteral("/etc/passwd"));
+        if (!named.open(QIODevice::ReadOnly))
+            QSKIP("/etc/passwd, the file the corpus's entities name, cannot be read here");
+        const QString secret = QString::fromUtf8(named.readLine()).trimmed();
+        QVERIFY(!secret.isEmpty());
+        const QDir corpus(QStringLiteral(CORPUS_DIR));
+        for (const char* name : {"entities-external.crc", "import/junit-external-entity.xml",
+                                 "import/junit-external-entity-text.xml"}) {
+            const QString input = corpus.filePath(QLatin1String(name));
+            QTemporaryDir sandbox(m_dir.filePath(QStringLiteral("entities-XXXXXX")));
+            QVERIFY(sandbox.isValid());
+            QList<Run> runs{crcview({QStringLiteral("dump"), input}),
+                            crcview({QStringLiteral("summary"), input}),
+                            crcview({QStringLiteral("export"),
+                                     sandbox.filePath(QStringLiteral("pages")), input},
+                                    sandbox.path())};
+            if (isImported(input))
+                runs.append(crcview({QStringLiteral("convert"), input}));
+            for (const Run& run : std::as_const(runs)) {
+                QVERIFY2(endedCleanly(run, input), qPrintable(run.err));
+                QVERIFY2(!run.out.contains(secret) && !run.err.contains(secret), name);
+            }
+            for (QDirIterator it(sandbox.path(), QDir::Files, QDirIterator::Subdirectories);
+                 it.hasNext();)
+                QVERIFY2(!QString::fromUtf8(testkit::readFile(it.next())).contains(secret), name);
+        }
+    }
+
+    // One message string of 300,000 placeholders, filled by each result with an argument of
+    // 10 kB, would be 3 GB: each filled message is cut where captured output is, with a note.
+    void messageBombStaysSmall()
+    {
+        const QByteArray log =
+            "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"bomb\",\"rules\":["
+            "{\"id\":\"R\",\"messageStrings\":{\"m\":{\"text\":\"" +
+            QByteArray("{0}").repeated(300000) +
+            "\"}}}]}},\"results\":[{\"ruleIndex\":0,\"message\":{\"id\":\"m\",\"arguments\":[\"" +
+            QByteArray(10000, 'x') + "\"]}}]}]}";
+        const QString input = m_dir.filePath(QStringLiteral("bomb.sarif"));
+        QVERIFY(writeFile(input, log));
+        const QString converted = m_dir.filePath(QStringLiteral("bomb.crc"));
+        const Run run =
+            crcview({QStringLiteral("convert"), input, QStringLiteral("-o"), converted});
+        QVERIFY2(run.finished && !run.crashed && run.status == 0,
+                 qPrintable(describe(QStringLiteral("convert"), input, run)));
+        QVERIFY2(QFileInfo(converted).size() < (1 << 20),
+                 qPrintable(QString::number(QFileInfo(converted).size())));
+        QVERIFY(
+            testkit::readFile(converted).contains("(cut here: the rest is in bomb.sarif)"));
+    }
+
+    // A log too large for the memory the importer may take ends with a message naming it, in
+    // crcview (convert, dump) and in crcstudio (its warning), never with a crash.
+    void importersRunOutOfMemoryCleanly()
+    {
+        if (underAddressSanitizer)
+            QSKIP("under the address sanitizer, running out of memory is the sanitizer's own "
+                  "report");
+        constexpr rlim_t limit = rlim_t(300) << 20;
+        QByteArray sarif = "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":"
+                           "\"big\"}},\"results\":[";
+        for (int i = 0; sarif.size() < 58 << 20; ++i)
+            sarif += QByteArray(i ? "," : "") + "{\"ruleId\":\"R" + QByteArray::number(i % 50) +
+                     "\",\"message\":{\"text\":\"m\"},\"locations\":[{\"physicalLocation\":"
+                     "{\"artifactLocation\":{\"uri\":\"f" +
+                     QByteArray::number(i % 1000) +
+                     ".c\"},\"region\":{\"startLine\":" + QByteArray::number(i) +
+                     "}}}],\"properties\":{\"v\":[0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]}}";
+        sarif += "]}]}";
+        const QString log = m_dir.filePath(QStringLiteral("large.sarif"));
+        QVERIFY(writeFile(log, sarif));
+        sarif.clear();
+        const QString report = m_dir.filePath(QStringLiteral("large.xml"));
+        QVERIFY(writeFile(report, "<testsuite name='s'><testcase name='c'>" +
+                                      QByteArray("<skipped/>").repeated(3000000) +
+                                      "</testcase></testsuite>"));
+        const QString out = m_dir.filePath(QStringLiteral("large.crc"));
+        for (const QString& input : {log, report}) {
+            for (const QStringList& arguments :
+                 {QStringList{QStringLiteral("convert"), input, QStringLiteral("-o"), out},
+                  QStringList{QStringLiteral("dump"), QStringLiteral("--count"), input}}) {
+                const Run run = runLimited(QStringLiteral(CRCVIEW_PATH), arguments, Limits{cpuSeconds, limit});
+                QVERIFY2(run.finished && !run.crashed && run.status == exitUnreadable &&
+                             run.err.contains(input + QStringLiteral(": not enough memory")),
+                         qPrintable(describe(arguments.first(), input, run)));
+            }
+            QVERIFY(!QFile::exists(out));
+        }
+        const Run studio =
+            runLimited(QStringLiteral(CRCSTUDIO_PATH),
+                    {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("settings.xml")),
+                     QStringLiteral("--defects"), m_dir.filePath(QStringLiteral("defects.sqlite")),
+                     QStringLiteral("--exit-after-open"), log},
+                    Limits{cpuSeconds, limit});
+        QVERIFY2(
+            studio.finished && !studio.crashed && studio.status == exitUnreadable &&
+                studio.err.contains(QStringLiteral("crcstudio: These results cannot be read:\n") +
+                                    log + QStringLiteral(": not enough memory")),
+            qPrintable(describe(QStringLiteral("(crcstudio)"), log, studio)));
     }
 
     void summaryCountsOrRefusesEveryInput()

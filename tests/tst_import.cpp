@@ -1,6 +1,7 @@
 // Analyzer and test results turned into result files: real tool outputs, the corners of SARIF
 // and JUnit XML, bad input, and the cache the viewer reads them from.
 
+#include "import/cappedtext.h"
 #include "import/importcache.h"
 #include "import/markupwriter.h"
 #include "import/resultimport.h"
@@ -17,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -271,6 +273,84 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("x??\xEF\xBF\xBDy"));
     }
 
+    // Surrogate escapes without their other half name no character: each reads as U+FFFD, in
+    // texts and names alike, and a pair still reads as its one character. A captured output
+    // cut at its size limit ends before a character that would not fit whole.
+    void invalidCharactersReadAsReplacements()
+    {
+        Imported imported = importText(
+            "surrogates.sarif",
+            sarif("{\"ruleId\":\"R1\",\"message\":{\"text\":\"a\\udc00b \\uD800 c "
+                  "\\ud800\\u0041 d \\ud83d\\ude00 e \\\\udc00 f\\ud800\"},\"locations\":[{"
+                  "\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"x\\udfff.c\"}}}]}"));
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY2(imported.markup.contains("a\xEF\xBF\xBD"
+                                          "b \xEF\xBF\xBD c \xEF\xBF\xBD"
+                                          "A d "
+                                          "\xF0\x9F\x98\x80 e \\udc00 f\xEF\xBF\xBD"),
+                 imported.markup.constData());
+        QCOMPARE(imported.nodes.first().section(QLatin1Char(' '), 0, 2),
+                 QStringLiteral("1 File x\uFFFD.c"));
+        Run run =
+            crcview({QStringLiteral("dump"), QStringLiteral("--count"), path("surrogates.sarif")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.err.isEmpty());
+
+        imported = importText("cut.xml", "<testsuite name='t'><testcase name='c'><system-out>" +
+                                             QByteArray(CappedText::MaxBytes - 1, 'a') +
+                                             "\xC3\xA9\xC3\xA9</system-out></testcase>"
+                                             "</testsuite>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY(imported.markup.contains("aaaa</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains("(cut here: 1 more lines in cut.xml)"));
+    }
+
+    // A rule's message string is shared by every result that names it, each filling it with
+    // its own arguments, and its description is written under every file with results of it:
+    // each such text is kept as captured output is, with a note where it was cut.
+    void messagesFilledWithinBounds()
+    {
+        const QByteArray placeholders = QByteArray("{0}").repeated(2000);
+        const QByteArray argument(1000, 'x');
+        QByteArray results;
+        for (int i = 0; i < 50; ++i)
+            results += QByteArray(i ? "," : "") +
+                       "{\"ruleIndex\":0,\"message\":{\"id\":\"big\","
+                       "\"arguments\":[\"" +
+                       argument + "\"]}}";
+        QByteArray log = sarif(results);
+        log.replace("\"{0} is used {1} times\"}", "\"{0} is used {1} times\"},\"big\":{\"text\":"
+                                                  "\"" +
+                                                      placeholders + "\"}");
+        Imported imported = importText("bomb.sarif", log);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(totals(imported), QStringLiteral("0/50/-1"));
+        QCOMPARE(imported.markup.count("(cut here: the rest is in bomb.sarif)"), 50);
+        QVERIFY2(imported.markup.size() < 50 * 2 * CappedText::MaxBytes,
+                 qPrintable(QString::number(imported.markup.size())));
+
+        // So are the texts of a rule, written under each file with results of it.
+        QByteArray spread;
+        for (int i = 0; i < 50; ++i)
+            spread += QByteArray(i ? "," : "") +
+                      result("\"uri\":\"f" + QByteArray::number(i) + ".c\"", 1);
+        QByteArray described = sarif(spread);
+        described.replace("\"No goto\"", "\"" + QByteArray(40000, 'z') + "\"");
+        imported = importText("rule.sarif", described);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(imported.markup.count("(cut here: the rest is in rule.sarif)"), 50);
+        QVERIFY2(imported.markup.size() < 50 * 2 * CappedText::MaxBytes,
+                 qPrintable(QString::number(imported.markup.size())));
+
+        // A message of its own that is longer than the limit is cut the same way.
+        imported = importText(
+            "long.sarif",
+            sarif(result("\"uri\":\"a.c\"", 1).replace("goto used", QByteArray(40000, 'y'))));
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QVERIFY(imported.markup.contains("(cut here: the rest is in long.sarif)"));
+        QVERIFY(!imported.markup.contains(QByteArray(CappedText::MaxBytes + 1, 'y')));
+    }
+
     // Broken logs: the error names the file and where (line and column, or the JSON path), no
     // output is left behind and an older output stays as it was. Nesting far deeper than any
     // log is read without running out of stack.
@@ -471,6 +551,36 @@ private Q_SLOTS:
         QCOMPARE(imported.nodes.last(), QStringLiteral("%1 Test deepest ko").arg(depth + 1));
     }
 
+    // Suites and cases written inside a case's output (well-formed markup there) are text of
+    // that output: they count for nothing, and the result file ends where its root ends.
+    void junitMarkupInsideOutput()
+    {
+        Imported imported = importText(
+            "inside.xml",
+            "<testsuites><testsuite name='outer'><testcase name='c'><system-out>before\n"
+            "<testsuite name='fake'><testcase name='x'><failure/></testcase></testsuite>\n"
+            "after</system-out><system-err><testcase name='y'/></system-err></testcase>"
+            "<testcase name='d'><testsuite name='odd'/></testcase></testsuite>"
+            "<testsuite name='next'><testcase name='e'><failure>"
+            "<testsuite><testcase/></testsuite>real</failure></testcase></testsuite>"
+            "</testsuites>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        const QString base = QLatin1Char(' ') + m_dir.path() + QLatin1Char('/');
+        QCOMPARE(imported.nodes, (QStringList{
+                                     QStringLiteral("1 Suite outer ok") + base,
+                                     QStringLiteral("2 Test c ok"),
+                                     QStringLiteral("2 Test d ok"),
+                                     QStringLiteral("1 Suite next ko") + base,
+                                     QStringLiteral("2 Test e ko"),
+                                 }));
+        QCOMPARE(totals(imported), QStringLiteral("2/1/-1"));
+        QVERIFY(imported.markup.endsWith("</XROD>\n"));
+        QCOMPARE(imported.markup.count("</XROD>"), 1);
+        QVERIFY(imported.markup.contains(">before</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">after</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">real</PARAGRAPH>"));
+    }
+
     // Reports that are not JUnit XML, or not XML at all, are refused with file, line, column.
     void badJUnit()
     {
@@ -537,6 +647,36 @@ private Q_SLOTS:
         QVERIFY(ImportCache::resultFileFor(original, &error).isNull());
         QCOMPARE(error.file, QDir::cleanPath(original));
         QCOMPARE(error.line, 1);
+    }
+
+    // Two processes share the cache: a conversion one of them uses is never removed by the
+    // other, however the original changed since; the earlier ones no process uses still are.
+    void cacheSharedBetweenProcesses()
+    {
+        const QString original = path("shared.sarif");
+        QVERIFY(writeFile(original, sarif(result("\"uri\":\"a.c\"", 1))));
+        ImportError error;
+        const QString shown = ImportCache::resultFileFor(original, &error);
+        QVERIFY2(!shown.isNull(), qPrintable(error.text()));
+
+        QByteArray results = result("\"uri\":\"a.c\"", 1);
+        QStringList converted;
+        for (int run = 2; run <= 3; ++run) {
+            results += "," + result("\"uri\":\"b.c\"", run);
+            QVERIFY(writeFile(original, sarif(results)));
+            const QString other = runChild({QStringLiteral("--convert"), original}).trimmed();
+            QVERIFY2(other.startsWith(m_dir.filePath(QStringLiteral("cache/"))), qPrintable(other));
+            QVERIFY(other != shown);
+            converted.append(other);
+        }
+        // The other process ended: its first conversion is gone, its last one kept.
+        QVERIFY(!QFile::exists(converted.first()));
+        QVERIFY(QFile::exists(converted.last()));
+        QVERIFY(QFile::exists(shown));
+        ReportLoadError readError;
+        const std::unique_ptr<QAReporterData> record = loadReport(shown, {}, nullptr, &readError);
+        QVERIFY2(record, qPrintable(readError.message));
+        QCOMPARE(record->failed, 1);
     }
 
     // crcview takes analyzer and test results wherever it takes result files: the summary
@@ -633,7 +773,11 @@ private Q_SLOTS:
         QVERIFY(writeFile(cached.next(), "<XROD>\n<DOCUMENT>"));
         run = crcview({QStringLiteral("dump"), broken});
         QCOMPARE(run.status, 2);
-        QVERIFY2(run.err.startsWith(broken + QStringLiteral(":2:")), qPrintable(run.err));
+        // The place is one of the conversion, and said to be.
+        QVERIFY2(run.err.startsWith(broken + QStringLiteral(" (line 2, column ")),
+                 qPrintable(run.err));
+        QVERIFY2(run.err.contains(QLatin1String("of the result file converted from it): ")),
+                 qPrintable(run.err));
         for (const QStringList& arguments :
              {QStringList{QStringLiteral("summary"), broken},
               QStringList{QStringLiteral("export"), path("brokenpages"), broken}}) {
@@ -656,5 +800,23 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestImport)
+// The other process of cacheSharedBetweenProcesses: converts `original` through the same cache
+// and prints the result file.
+int convertInChild(const QString& original)
+{
+    ImportError error;
+    const QString converted = ImportCache::resultFileFor(original, &error);
+    std::fputs(qPrintable((converted.isNull() ? error.text() : converted) + QLatin1Char('\n')),
+               stdout);
+    return 0;
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--convert") == 0)
+        return convertInChild(QString::fromLocal8Bit(argv[2]));
+    TestImport test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_import.moc"

@@ -5,10 +5,13 @@
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
+#include "host/defectshost.h"
+#include "host/defectstore.h"
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
 #include "host/studiomainwindow.h"
+#include "import/importcache.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
@@ -18,15 +21,18 @@
 #include "viewer/qarlistview.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QDropEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMimeData>
 #include <QProgressBar>
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cstdio>
 
 namespace {
 
@@ -325,7 +331,81 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("broken*")}, QDir::Files),
                  (QStringList{QStringLiteral("broken.sarif")}));
     }
+
+    // Another crcstudio converting the changed log meanwhile leaves the conversion shown here in
+    // place: a defect filed from it afterwards, from the outline's context menu, attaches the
+    // file whole.
+    void defectFiledAfterAnotherStudioConverted()
+    {
+        const QString log = m_dir.filePath(QStringLiteral("shared.sarif"));
+        const QByteArray finding = "{\"ruleId\":\"R1\",\"message\":{\"text\":\"goto used\"},"
+                                   "\"locations\":[{\"physicalLocation\":{\"artifactLocation\":"
+                                   "{\"uri\":\"a.c\"},\"region\":{\"startLine\":1}}}]}";
+        const QByteArray head = "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":"
+                                "{\"name\":\"lint\"}},\"results\":[";
+        QVERIFY(writeFile(log, head + finding + "]}]}"));
+        m_dialogs->files.append({log});
+        menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        QAReporter* viewer = activeReporter();
+        QVERIFY(viewer);
+
+        QVERIFY(writeFile(log, head + finding + "," + finding + "]}]}"));
+        const QString other = runChild({QStringLiteral("--convert"), log}).trimmed();
+        QVERIFY2(QFileInfo(other).isFile(), qPrintable(other));
+
+        const QString store = m_dir.filePath(QStringLiteral("defects.sqlite"));
+        m_studio->defects()->setStorePath(store);
+        QARListView* outline = viewer->outline();
+        const QModelIndexList found = outline->model()->match(
+            outline->model()->index(0, 0), Qt::DisplayRole, QStringLiteral("line 1: goto used"), -1,
+            Qt::MatchExactly | Qt::MatchRecursive);
+        QCOMPARE(found.size(), 1);
+        outline->scrollTo(found.first());
+        const QPoint at = outline->visualRect(found.first()).center();
+        QTest::mouseClick(outline->viewport(), Qt::LeftButton, {}, at);
+        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at,
+                                     outline->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(outline->viewport(), &rightClick);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        QAction* submit = nullptr;
+        for (QAction* action : menu->actions()) {
+            if (action->text() == QLatin1String("&Submit Trackwell Defect Report"))
+                submit = action;
+        }
+        QVERIFY(submit && submit->isEnabled());
+        menu->setActiveAction(submit);
+        QTest::keyClick(menu, Qt::Key_Return);
+
+        DefectStore reader(store);
+        QList<Defect> defects;
+        QVERIFY2(reader.read(&defects), qPrintable(reader.errorString()));
+        QCOMPARE(defects.size(), 1);
+        QCOMPARE(defects[0].file, log);
+        QCOMPARE(defects[0].attachments.size(), 1);
+        const DefectAttachment& attached = defects[0].attachments.first();
+        QVERIFY(attached.size > 0);
+        QCOMPARE(attached.size, QFileInfo(attached.path).size());
+    }
 };
 
-QTEST_MAIN(TestStudioImport)
+// The other crcstudio of defectFiledAfterAnotherStudioConverted: converts `log` through the same
+// cache and prints the result file.
+int convertInChild(const QString& log)
+{
+    ImportError error;
+    const QString converted = ImportCache::resultFileFor(log, &error);
+    std::fputs(qPrintable((converted.isNull() ? error.text() : converted) + QLatin1Char('\n')),
+               stdout);
+    return 0;
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--convert") == 0)
+        return convertInChild(QString::fromLocal8Bit(argv[2]));
+    TestStudioImport test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_studioimport.moc"

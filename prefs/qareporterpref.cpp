@@ -31,7 +31,9 @@ std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
 {
     auto group =
         std::make_unique<QAResGroup>(name ? QString::fromUtf8(name) : QStringLiteral("CRC"));
-    group->add<QAResRGB>(QStringLiteral("background"), general->background);
+    const QColor& background = general->background;
+    group->add<QAResRGB>(QStringLiteral("background"), background.red(), background.green(),
+                         background.blue());
     group->add<QAResBoolean>(QStringLiteral("auto_raise"), general->autoRaise);
     group->add<QAResInt>(QStringLiteral("auto_depth"), general->autoDepth);
     group->append(styles->toResources());
@@ -47,7 +49,7 @@ void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
         const QString& childName = child->name();
         if (childName == QLatin1String("background")) {
             if (const QAResRGB* rgb = child->toResRGB())
-                general->background = rgb->color();
+                general->background = QColor(rgb->red(), rgb->green(), rgb->blue());
         } else if (childName == QLatin1String("auto_raise")) {
             if (const QAResBoolean* boolean = child->toResBoolean())
                 general->autoRaise = boolean->value();

@@ -3,7 +3,7 @@
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
 #include "folio/styles/dstyleserialize.h"
-#include "folio/styles/dstyleview.h"
+#include "folio/styleeditor/dstyleview.h"
 #include "sdk/qares.h"
 
 #include <QFile>

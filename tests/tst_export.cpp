@@ -369,7 +369,7 @@ void TestExport::pageSettingsAndLayout()
     DStylePtr title(new DStyle(QStringLiteral("Title 1")));
     title->setBold(true);
     title->setSize(16);
-    title->setColor(QColor(0x11, 0x22, 0x33));
+    title->setColor(DColor(0x11, 0x22, 0x33));
     title->setAlign(DStyle::AlignCenter);
     title->setIndent(8);
     auto record = readReport(

@@ -184,7 +184,7 @@ private Q_SLOTS:
         QCOMPARE(dcast<DAxis>(axis.get())->minimum(), -1.5);
         QCOMPARE(dcast<DAxis>(axis.get())->maximum(), 2.0);
         const DItem* curve = graphic->firstChild()->next();
-        QCOMPARE(dcast<DCurve>(curve->copy().get())->color(), QColor(Qt::red));
+        QCOMPARE(dcast<DCurve>(curve->copy().get())->color(), DColor(255, 0, 0));
         auto point = dcast<DCurve>(curve)->firstChild()->copy();
         QCOMPARE(dcast<DPoint>(point.get())->y(), 2.5);
     }
@@ -264,11 +264,11 @@ private Q_SLOTS:
         const DStyle* normal = on.localStyles().at(0).data();
         QCOMPARE(normal->family(), QStringLiteral("Sans"));
         QCOMPARE(normal->size(), 10);
-        QCOMPARE(normal->color(), QColor(0x20, 0x20, 0x20));
+        QCOMPARE(normal->color(), DColor(0x20, 0x20, 0x20));
         QCOMPARE(normal->align(), DStyle::AlignJustify);
         const DStyle* title = on.localStyles().at(1).data();
         QVERIFY(title->bold() && title->italic() && !title->underline());
-        QCOMPARE(title->background(), QColor(QStringLiteral("lightgray")));
+        QCOMPARE(title->background(), DColor(0xd3, 0xd3, 0xd3)); // "lightgray"
         QCOMPARE(title->indent(), 12);
         QCOMPARE(r.document->firstChild()->style(), title);
 

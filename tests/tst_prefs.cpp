@@ -1,8 +1,8 @@
 // The viewer's preferences: general settings, display styles, their pages and the settings
 // they keep.
 
+#include "folio/styleeditor/dstyleview.h"
 #include "folio/styles/dstyleserialize.h"
-#include "folio/styles/dstyleview.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"
@@ -182,8 +182,8 @@ private Q_SLOTS:
         DStylePtr normal = styleNamed(pref.styles->styles, QStringLiteral("Normal"));
         normal->setFamily(QStringLiteral("Serif"));
         normal->setItalic(true);
-        normal->setColor(QColor());
-        normal->setBackground(QColor(250, 240, 230));
+        normal->setColor(DColor());
+        normal->setBackground(DColor(250, 240, 230));
         normal->setAlign(DStyle::AlignJustify);
         normal->setIndent(12);
 
@@ -206,7 +206,7 @@ private Q_SLOTS:
         QCOMPARE(back->size(), 10);
         QVERIFY(back->italic() && !back->bold());
         QVERIFY(!back->color().isValid()); // "the view's colour" survives, not the file's
-        QCOMPARE(back->background(), QColor(250, 240, 230));
+        QCOMPARE(back->background(), DColor(250, 240, 230));
         QCOMPARE(back->align(), DStyle::AlignJustify);
         QCOMPARE(back->indent(), 12);
         QCOMPARE(styleNamed(restored.styles->styles, QStringLiteral("Title0"))->size(), 20);
@@ -315,7 +315,7 @@ private Q_SLOTS:
 
         // Verdicts must read at a glance: failed in red, passed in green, the rest neither.
         for (const DStylePtr& style : page.styles) {
-            const QColor color = style->color();
+            const DColor color = style->color();
             QVERIFY2(color.isValid(), qPrintable(style->name()));
             if (style->name().endsWith(QLatin1String(" Failed")))
                 QVERIFY2(color.red() > 2 * color.green(), qPrintable(style->name()));
@@ -435,7 +435,7 @@ private Q_SLOTS:
     {
         DStyle style(QStringLiteral("Normal"));
         style.setSize(10);
-        style.setColor(QColor(Qt::black));
+        style.setColor(DColor(0, 0, 0));
         auto stored = std::make_unique<QAResGroup>(QStringLiteral("style"));
         stored->add<QAResString>(QStringLiteral("size"), QStringLiteral("12"));
         stored->add<QAResString>(QStringLiteral("color"), QStringLiteral("#ff0000"));
@@ -448,7 +448,7 @@ private Q_SLOTS:
         QVERIFY2(problem.contains(QStringLiteral("'size' is a string, not a int")),
                  qPrintable(problem));
         QCOMPARE(style.size(), 10);
-        QCOMPARE(style.color(), QColor(Qt::black));
+        QCOMPARE(style.color(), DColor(0, 0, 0));
         QCOMPARE(style.indent(), 0);
         QCOMPARE(style.align(), DStyle::AlignLeft);
         QVERIFY(style.bold());
@@ -468,16 +468,16 @@ private Q_SLOTS:
             style.setBold(align % 2);
             style.setItalic(!(align % 2));
             style.setUnderline(align == 3);
-            style.setColor(align % 2 ? QColor(1, 2, 3) : QColor());
-            style.setBackground(align % 2 ? QColor() : QColor(4, 5, 6));
+            style.setColor(align % 2 ? DColor(1, 2, 3) : DColor());
+            style.setBackground(align % 2 ? DColor() : DColor(4, 5, 6));
             style.setAlign(DStyle::Alignment(align));
             style.setIndent(align * 10);
 
             std::unique_ptr<QAResGroup> res = DStyleSerialize::styleToResources("style", style);
             QCOMPARE(res->name(), QStringLiteral("style"));
             DStyle copy(QStringLiteral("Title1 Failed"));
-            copy.setColor(Qt::green); // to be reset where the original has none
-            copy.setBackground(Qt::green);
+            copy.setColor(DColor(0, 255, 0)); // to be reset where the original has none
+            copy.setBackground(DColor(0, 255, 0));
             QVERIFY(DStyleSerialize::styleFromResources(res.get(), copy));
             QCOMPARE(copy.family(), style.family());
             QCOMPARE(copy.size(), style.size());
@@ -570,7 +570,7 @@ private Q_SLOTS:
         QVERIFY(heldByADocument->italic() && heldByADocument->bold());
         QCOMPARE(heldByADocument->align(), DStyle::AlignRight);
         QCOMPARE(heldByADocument->indent(), 40);
-        QCOMPARE(heldByADocument->color(), QColor(10, 20, 30));
+        QCOMPARE(heldByADocument->color(), DColor(10, 20, 30));
         QCOMPARE(heldByADocument->family(), family->itemData(family->count() - 1).toString());
         QCOMPARE(styleNamed(page.styles, QStringLiteral("Normal"))->size(), 10);
 

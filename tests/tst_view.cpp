@@ -8,6 +8,7 @@
 #include "folio/view/dblocks.h"
 #include "folio/view/dheightindex.h"
 #include "folio/view/dlayout.h"
+#include "folio/view/dqcolor.h"
 #include "folio/view/dreportwidget.h"
 
 #include <QBuffer>
@@ -712,6 +713,44 @@ private Q_SLOTS:
         QVERIFY(view.moveTo(QString(), QString(), QStringLiteral("end")));
         QVERIFY(view.search(QRegularExpression(QStringLiteral("bottom"))));
         QCOMPARE(view.selectedText(), QStringLiteral("bottom"));
+    }
+
+    // The documents' colours read every spelling the toolkit's colours read, to the same value,
+    // and refuse what it refuses.
+    void colourSpellingsReadAsTheToolkitReadsThem()
+    {
+        QStringList spellings;
+        for (const QString& name : QColor::colorNames())
+            spellings << name << name.toUpper() << QLatin1Char(' ') + name
+                      << name.left(2) + QStringLiteral(" \t") + name.mid(2);
+        spellings << QStringLiteral("transparent") << QStringLiteral("Transparent")
+                  << QStringLiteral("#abc") << QStringLiteral("#AbC") << QStringLiteral("#a0b1c2")
+                  << QStringLiteral("#80a0b1c2") << QStringLiteral("#123456789")
+                  << QStringLiteral("#123456789abc") << QStringLiteral("#fffFFFfff")
+                  << QStringLiteral("#000") << QStringLiteral("#ffffffffffff")
+                  << QString::fromUtf8("red\u4e00") << QString(250, QLatin1Char(' ')) + "red"
+                  << QString(300, QLatin1Char(' ')) + "red" << QString() << QStringLiteral("#")
+                  << QStringLiteral("#12") << QStringLiteral("#1234") << QStringLiteral("#12345")
+                  << QStringLiteral("#1234567") << QStringLiteral("#ggg") << QStringLiteral("#fff ")
+                  << QStringLiteral("#-12") << QStringLiteral("#+1234")
+                  << QStringLiteral("rgb(1,2,3)") << QStringLiteral("red\n")
+                  << QString::fromUtf8("r\u00c9d") << QString::fromUtf8("\u4e00red")
+                  << QStringLiteral("notacolour");
+        for (const QString& spelling : std::as_const(spellings)) {
+            const QColor expected = QColor::fromString(spelling);
+            const DColor read = DColor::fromString(spelling);
+            QVERIFY2(read.isValid() == expected.isValid(), qPrintable(spelling));
+            if (!expected.isValid())
+                continue;
+            QVERIFY2(read.rgba() == expected.rgba(), qPrintable(spelling));
+            QCOMPARE(read.name(), expected.name());
+            QCOMPARE(toQColor(read).rgba(), expected.rgba());
+            QCOMPARE(toDColor(expected), read);
+        }
+        QCOMPARE(DColor().name(), QColor().name());
+        QVERIFY(!toQColor(DColor()).isValid());
+        QVERIFY(!toDColor(QColor()).isValid());
+        QCOMPARE(DColor(300, -4, 17).name(), QStringLiteral("#ff0011"));
     }
 };
 

@@ -1,6 +1,7 @@
-#include "folio/styles/dstyleview.h"
+#include "folio/styleeditor/dstyleview.h"
 
 #include "folio/styles/dstyleserialize.h"
+#include "folio/view/dqcolor.h"
 #include "sdk/qacolorbutton.h"
 
 #include <QCheckBox>
@@ -240,10 +241,11 @@ void DStyleView::showCurrent()
         m_italic->setChecked(style->italic());
         m_underline->setChecked(style->underline());
         m_colorSet->setChecked(style->color().isValid());
-        m_color->setColor(style->color().isValid() ? style->color() : colors.color(QPalette::Text),
+        m_color->setColor(style->color().isValid() ? toQColor(style->color())
+                                                   : colors.color(QPalette::Text),
                           false);
         m_backgroundSet->setChecked(style->background().isValid());
-        m_background->setColor(style->background().isValid() ? style->background()
+        m_background->setColor(style->background().isValid() ? toQColor(style->background())
                                                              : colors.color(QPalette::Base),
                                false);
         m_align->setCurrentIndex(m_align->findData(int(style->align())));
@@ -276,9 +278,10 @@ void DStyleView::edited()
     else if (changed == m_underline)
         style->setUnderline(m_underline->isChecked());
     else if (changed == m_colorSet || changed == m_color)
-        style->setColor(m_colorSet->isChecked() ? m_color->color() : QColor());
+        style->setColor(m_colorSet->isChecked() ? toDColor(m_color->color()) : DColor());
     else if (changed == m_backgroundSet || changed == m_background)
-        style->setBackground(m_backgroundSet->isChecked() ? m_background->color() : QColor());
+        style->setBackground(m_backgroundSet->isChecked() ? toDColor(m_background->color())
+                                                          : DColor());
     else if (changed == m_align)
         style->setAlign(DStyle::Alignment(m_align->currentData().toInt()));
     else if (changed == m_indent)
@@ -302,10 +305,10 @@ void DStyleView::showInList(QListWidgetItem* item)
     item->setFont(font);
     const QPalette& colors = m_list->palette();
     item->setForeground(!style ? colors.color(QPalette::Disabled, QPalette::Text)
-                        : style->color().isValid() ? style->color()
+                        : style->color().isValid() ? toQColor(style->color())
                                                    : colors.color(QPalette::Text));
-    item->setBackground(style && style->background().isValid() ? QBrush(style->background())
-                                                               : QBrush());
+    item->setBackground(
+        style && style->background().isValid() ? QBrush(toQColor(style->background())) : QBrush());
 }
 
 // Renders a paragraph of text in the current style, as a document view would.
@@ -319,7 +322,7 @@ void DStyleView::showSample()
     block.setAlignment(DStyle::qtAlignment(style->align()));
     block.setLeftMargin(style->indent());
     if (style->background().isValid())
-        block.setBackground(style->background());
+        block.setBackground(toQColor(style->background()));
     QFont font = m_sample->font();
     if (!style->family().isEmpty())
         font.setFamily(style->family());
@@ -331,7 +334,7 @@ void DStyleView::showSample()
     QTextCharFormat chars;
     chars.setFont(font);
     if (style->color().isValid())
-        chars.setForeground(style->color());
+        chars.setForeground(toQColor(style->color()));
 
     QTextCursor cursor(m_sample->document());
     cursor.setBlockFormat(block);

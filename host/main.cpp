@@ -1,7 +1,7 @@
 // crcstudio: a desktop studio that loads the code review viewer plug-in and shows result files.
 
+#include "defects/defectstore.h"
 #include "host/defectshost.h"
-#include "host/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 

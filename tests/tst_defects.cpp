@@ -2,10 +2,10 @@
 // outline, open its context menu, choose the entry; the defect lands in the store, the output
 // window narrates the run, the Defects dock lists it, and crcview reads the store for scripts.
 
+#include "defects/defectstore.h"
 #include "host/defectsdock.h"
 #include "host/defectsettingsdialog.h"
 #include "host/defectshost.h"
-#include "host/defectstore.h"
 #include "host/defecttracker.h"
 #include "host/outputdock.h"
 #include "host/studiomainwindow.h"

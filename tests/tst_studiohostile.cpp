@@ -3,18 +3,18 @@
 // stores are read only when they are what they claim, and never without bound; the team's
 // client can neither flood the studio nor hold the store; a CSV cell is never a formula.
 
+#include "defects/defectstore.h"
+#include "defects/storeconnection.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
 #include "host/defectsdock.h"
 #include "host/defectsettingsdialog.h"
 #include "host/defectshost.h"
-#include "host/defectstore.h"
 #include "host/defecttracker.h"
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"
-#include "host/storeconnection.h"
 #include "host/studiomainwindow.h"
 #include "host/submitcommand.h"
 #include "sdk/qadialogs.h"

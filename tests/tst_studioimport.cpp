@@ -2,11 +2,11 @@
 // the File menu or dropped on the window, named after the original files, their findings
 // linked to the source lines, and bad logs refused with the place of the fault.
 
+#include "defects/defectstore.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
 #include "host/defectshost.h"
-#include "host/defectstore.h"
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceview.h"

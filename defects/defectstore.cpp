@@ -1,6 +1,6 @@
-#include "host/defectstore.h"
+#include "defects/defectstore.h"
 
-#include "host/storeconnection.h"
+#include "defects/storeconnection.h"
 
 #include <QDir>
 #include <QFileInfo>

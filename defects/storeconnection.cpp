@@ -1,4 +1,4 @@
-#include "host/storeconnection.h"
+#include "defects/storeconnection.h"
 
 #include <QSqlDriver>
 #include <QSqlError>

@@ -3,7 +3,7 @@
 // only and back.
 
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qadialogs.h"

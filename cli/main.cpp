@@ -9,7 +9,7 @@
 #include "import/importcache.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qailogmonitor.h"
 #include "viewer/qareporter.h"

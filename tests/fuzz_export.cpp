@@ -11,7 +11,7 @@
 #include "folio/export/dexporthtml.h"
 #include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 #include "sdk/qasafefile.h"
 #include "tests/pageoracle.h"
 

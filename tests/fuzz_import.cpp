@@ -6,7 +6,7 @@
 
 #include "import/resultimport.h"
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 #include "sdk/qasafefile.h"
 
 #include <QByteArray>

@@ -5,8 +5,8 @@
 #include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "model/qastxmlrodreader.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/qastxmlrodreader.h"
 
 #include <QBuffer>
 #include <QByteArray>

@@ -8,8 +8,8 @@
 #include "folio/model/dupdater.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "model/qastxmlrodreader.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/qastxmlrodreader.h"
 
 #include <QBuffer>
 #include <QSet>

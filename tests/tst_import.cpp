@@ -7,7 +7,7 @@
 #include "import/resultimport.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 #include "sdk/qasafefile.h"
 #include "tests/testkit.h"
 

@@ -3,10 +3,10 @@
 #include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "model/qastxmlrodreader.h"
-#include "model/reportloader.h"
-#include "tests/teststudio.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/qastxmlrodreader.h"
+#include "reader/reportloader.h"
+#include "tests/core/testprogress.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -287,18 +287,18 @@ private Q_SLOTS:
 
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        TestStudio studio;
+        TestProgress progress;
         QAstXmlRodReader reader;
-        QVERIFY(reader.parse(&file, &file, &studio));
+        QVERIFY(reader.parse(&file, &file, &progress));
         const int steps = int(markup.size() / 50);
-        QCOMPARE(studio.progressCalls,
-                 QStringList({QStringLiteral("start %1 Analysing run.crc Cancel").arg(steps),
-                              QStringLiteral("end")}));
-        QCOMPARE(studio.progressSteps.size(), 2 + 40);
+        QCOMPARE(progress.calls,
+                 QStringList({QStringLiteral("start %1 Analysing run.crc cancellable").arg(steps),
+                              QStringLiteral("finish")}));
+        QCOMPARE(progress.steps.size(), 2 + 40);
         QList<int> expected;
         for (int i = 0; i < 42; ++i)
             expected.append(qMin(i, steps - 1));
-        QCOMPARE(studio.progressSteps, expected);
+        QCOMPARE(progress.steps, expected);
 
         // Under 50 bytes there are no steps: every start tag reports -1.
         QFile small(dir.filePath(QStringLiteral("small.crc")));
@@ -306,18 +306,18 @@ private Q_SLOTS:
         small.write("<XROD><DOCUMENT/></XROD>");
         small.close();
         QVERIFY(small.open(QIODevice::ReadOnly));
-        TestStudio second;
+        TestProgress second;
         QAstXmlRodReader smallReader;
         QVERIFY(smallReader.parse(&small, &small, &second));
-        QCOMPARE(second.progressSteps, QList<int>({-1, -1}));
+        QCOMPARE(second.steps, QList<int>({-1, -1}));
 
-        // Without a studio nothing is reported.
+        // Without a progress nothing is reported.
         QVERIFY(small.seek(0));
         QAstXmlRodReader quiet;
         QVERIFY(quiet.parse(&small, &small, nullptr));
     }
 
-    // A cancel in the studio stops the reading soon after, as a failure that says "cancelled"
+    // A cancel stops the reading soon after, as a failure that says "cancelled"
     // and gives no record; a cancel after the last look still counts; without one, nothing is
     // marked cancelled.
     void cancelStopsTheReadingWithoutARecord()
@@ -333,28 +333,28 @@ private Q_SLOTS:
         out.write(wrap(nodes));
         out.close();
 
-        TestStudio studio;
-        studio.cancelAfterSteps = 2000;
+        TestProgress progress;
+        progress.cancelAfterSteps = 2000;
         ReportLoadError error;
-        QVERIFY(!loadReport(path, {}, &studio, &error));
+        QVERIFY(!loadReport(path, {}, &progress, &error));
         QVERIFY(error.cancelled);
         QCOMPARE(error.message, QStringLiteral("cancelled"));
-        QVERIFY(studio.progressSteps.size() >= 2000);
-        QVERIFY(studio.progressSteps.size() <= 2000 + 1024); // not read to its end
-        QCOMPARE(studio.progressCalls.last(), QStringLiteral("end"));
+        QVERIFY(progress.steps.size() >= 2000);
+        QVERIFY(progress.steps.size() <= 2000 + 1024); // not read to its end
+        QCOMPARE(progress.calls.last(), QStringLiteral("finish"));
 
         const QString small = dir.filePath(QStringLiteral("small.crc"));
         QFile smallOut(small);
         QVERIFY(smallOut.open(QIODevice::WriteOnly));
         smallOut.write(wrap("<XROD:NODE name='n' type='t' state='ok' sum='1'/>"));
         smallOut.close();
-        TestStudio late;
+        TestProgress late;
         late.cancelAfterSteps = 0;
         error = {};
         QVERIFY(!loadReport(small, {}, &late, &error));
         QVERIFY(error.cancelled);
 
-        TestStudio patient;
+        TestProgress patient;
         error = {};
         QVERIFY(loadReport(path, {}, &patient, &error));
         QVERIFY(!error.cancelled);

@@ -2,8 +2,8 @@
 // use (picture cache, dialogs).
 
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "model/qastxmlrodreader.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/qastxmlrodreader.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qapixmapcenter.h"
 #include "tests/teststudio.h"

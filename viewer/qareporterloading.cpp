@@ -8,19 +8,21 @@
 #include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/reportloader.h"
 #include "prefs/qareporterprefgeneral.h"
+#include "reader/reportloader.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qaoutputwindow.h"
 #include "sdk/studiointerface.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qartoolbar.h"
+#include "viewer/studioreadprogress.h"
 
 #include <QFileInfo>
 #include <QHash>
 #include <QMainWindow>
 #include <QSet>
 #include <QStatusBar>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -38,7 +40,9 @@ bool QAReporter::readFiles(const QStringList& files, bool skipShown,
                            std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
                            QStringList* reasons) const
 {
-    StudioInterface* studio = hostStudio();
+    std::optional<StudioReadProgress> progress;
+    if (StudioInterface* studio = hostStudio())
+        progress.emplace(studio);
     const DStyleList styles = currentStyles();
     QSet<QString> seen;
     QHash<QString, DDocument*> documentByTag;
@@ -49,7 +53,9 @@ bool QAReporter::readFiles(const QStringList& files, bool skipShown,
         seen.insert(path);
         ReportLoadError error;
         std::unique_ptr<QAReporterData> record =
-            QFileInfo::exists(path) ? loadReport(path, styles, studio, &error) : nullptr;
+            QFileInfo::exists(path)
+                ? loadReport(path, styles, progress ? &*progress : nullptr, &error)
+                : nullptr;
         if (error.cancelled) {
             read->clear();
             failed->clear();
@@ -316,9 +322,12 @@ void QAReporter::reload(const QString&)
 
 std::unique_ptr<DDocument> QAReporter::readXrdFile(const QString& path, QString* reason) const
 {
+    std::optional<StudioReadProgress> progress;
+    if (StudioInterface* studio = hostStudio())
+        progress.emplace(studio);
     ReportLoadError error;
     std::unique_ptr<QAReporterData> record =
-        loadReport(path, currentStyles(), hostStudio(), &error);
+        loadReport(path, currentStyles(), progress ? &*progress : nullptr, &error);
     if (!record && reason)
         *reason = error.line > 0 ? QStringLiteral("%1:%2:%3: %4")
                                        .arg(path)

@@ -1,10 +1,10 @@
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 
 #include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "model/qastxmlrodreader.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/qastxmlrodreader.h"
 #include "sdk/qasafefile.h"
 
 #include <QFile>
@@ -13,7 +13,7 @@
 namespace {
 
 std::unique_ptr<QAReporterData> readReport(const QString& path, const DStyleList& styles,
-                                           StudioInterface* studio, ReportLoadError* error)
+                                           ReadProgress* progress, ReportLoadError* error)
 {
     // Only regular files: a FIFO or a device would block or never end.
     QFile file(path);
@@ -25,7 +25,7 @@ std::unique_ptr<QAReporterData> readReport(const QString& path, const DStyleList
     QAstXmlRodReader reader;
     QAstXmlRodHandler* handler = reader.handler();
     handler->setStyles(styles);
-    if (!reader.parse(&file, &file, studio)) {
+    if (!reader.parse(&file, &file, progress)) {
         QString message = reader.errorString();
         if (message.endsWith(QLatin1Char('\n')))
             message.chop(1);
@@ -47,10 +47,10 @@ std::unique_ptr<QAReporterData> readReport(const QString& path, const DStyleList
 } // namespace
 
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
-                                           StudioInterface* studio, ReportLoadError* error)
+                                           ReadProgress* progress, ReportLoadError* error)
 {
     try {
-        return readReport(path, styles, studio, error);
+        return readReport(path, styles, progress, error);
     } catch (const std::bad_alloc&) {
         // What was read so far went with the reader; the message needs little memory.
         *error = {QStringLiteral("out of memory: reading the file needs more memory than this "

@@ -10,8 +10,7 @@
 
 class QAReporterDataTree;
 class QAReporterNode;
-class QFile;
-class StudioInterface;
+class ReadProgress;
 template <class T> class QTree;
 
 // Reads the result elements woven into a document: "XROD" opens a result tree, each
@@ -40,8 +39,8 @@ public:
     // assignments made before the missing attribute stay done.
     bool setAttributes(QAReporterNode* node, const DAmlAttributes& attributes);
 
-    // Report progress to `studio` while reading `file`; null for both reads without progress.
-    void setProgressTarget(QFile* file, StudioInterface* studio);
+    // Report progress to `progress` while reading; null reads without progress.
+    void setProgress(ReadProgress* progress) { m_progress = progress; }
 
     // Progress of the current reading, shared by all readers of the process: one step per start
     // tag, out of an estimate of one step per 50 bytes of the file.
@@ -69,8 +68,7 @@ private:
     bool startNode(const DAmlAttributes& attributes);
     bool endNode();
 
-    QFile* m_file = nullptr;
-    StudioInterface* m_studio = nullptr;
+    ReadProgress* m_progress = nullptr;
     // Nodes still waiting for the first item of their section; not owned.
     std::vector<QAReporterNode*> m_pending;
     std::unique_ptr<QAReporterDataTree> m_dataTree;

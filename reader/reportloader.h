@@ -6,7 +6,7 @@
 #include <memory>
 
 class QAReporterData;
-class StudioInterface;
+class ReadProgress;
 
 // Where and why reading a file failed. `line` and `column` are 0 when the file could not be
 // opened at all; `message` ends without a line feed. `cancelled` is set when the user stopped
@@ -20,8 +20,8 @@ struct ReportLoadError
 };
 
 // Reads the result file at `path` into a new record, its document items styled from `styles`.
-// With a studio, the studio shows the progress and the user may cancel the reading. On failure
-// or a cancel returns null and fills `error`; running out of memory is such a failure, and what
-// was read so far is freed before it returns.
+// With a `progress`, the reading reports to it and the user may cancel it. On failure or a
+// cancel returns null and fills `error`; running out of memory is such a failure, and what was
+// read so far is freed before it returns.
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
-                                           StudioInterface* studio, ReportLoadError* error);
+                                           ReadProgress* progress, ReportLoadError* error);

@@ -8,7 +8,7 @@
 class QAReporterDataTree;
 class QAstXmlRodHandler;
 class QFile;
-class StudioInterface;
+class ReadProgress;
 template <class T> class QTree;
 
 // Reads one result file in one pass: the result tree, the report document, the list of item
@@ -21,10 +21,10 @@ public:
 
     QAstXmlRodHandler* handler() const { return m_handler.get(); }
 
-    // Reads `source`. With both `file` and `studio`, the studio shows the progress meanwhile, and
-    // a cancel there stops the reading as a failure (see QAstXmlRodHandler::cancelled()). Throws
-    // std::bad_alloc when memory runs out, the progress display ended.
-    bool parse(QIODevice* source, QFile* file, StudioInterface* studio);
+    // Reads `source`. With both `file` and `progress`, the progress is reported meanwhile, and a
+    // cancel there stops the reading as a failure (see QAstXmlRodHandler::cancelled()). Throws
+    // std::bad_alloc when memory runs out, the progress finished.
+    bool parse(QIODevice* source, QFile* file, ReadProgress* progress);
 
     QAReporterDataTree* dataTree() const;
     QTree<QString>* typeTree() const;

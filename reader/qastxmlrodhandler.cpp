@@ -1,8 +1,8 @@
-#include "model/qastxmlrodhandler.h"
+#include "reader/qastxmlrodhandler.h"
 
 #include "folio/reader/damlattributes.h"
 #include "model/qareporterdatatree.h"
-#include "sdk/studiointerface.h"
+#include "reader/readprogress.h"
 
 #include <QCoreApplication>
 #include <limits>
@@ -43,12 +43,6 @@ QAstXmlRodHandler::ElementType QAstXmlRodHandler::findType(const QString& qName)
     return DocumentElement;
 }
 
-void QAstXmlRodHandler::setProgressTarget(QFile* file, StudioInterface* studio)
-{
-    m_file = file;
-    m_studio = studio;
-}
-
 bool QAstXmlRodHandler::startDocument()
 {
     m_cancelled = false;
@@ -64,17 +58,17 @@ bool QAstXmlRodHandler::startDocument()
 
 bool QAstXmlRodHandler::reportProgress()
 {
-    // The studio is asked whether the user cancelled once every so many tags, which costs
-    // nothing next to reading them.
+    // Whether the user cancelled is asked once every so many tags, which costs nothing next to
+    // reading them.
     constexpr int tagsPerCancelCheck = 1024;
     if (progressStep < progressSteps)
-        m_studio->setProgress(progressStep++);
+        m_progress->advance(progressStep++);
     else
-        m_studio->setProgress(progressSteps - 1);
+        m_progress->advance(progressSteps - 1);
     if (++m_tagsSinceCancelCheck < tagsPerCancelCheck)
         return true;
     m_tagsSinceCancelCheck = 0;
-    if (!m_studio->progressCancelled())
+    if (!m_progress->cancelled())
         return true;
     setCancelled();
     return false;
@@ -88,7 +82,7 @@ void QAstXmlRodHandler::setCancelled()
 
 bool QAstXmlRodHandler::startElement(const QString& qName, const DAmlAttributes& attributes)
 {
-    if (m_studio && m_file && !reportProgress())
+    if (m_progress && !reportProgress())
         return false;
     switch (findType(qName)) {
     case XrodElement:

@@ -1,9 +1,9 @@
-#include "model/qastxmlrodreader.h"
+#include "reader/qastxmlrodreader.h"
 
 #include "folio/model/ddocument.h"
 #include "model/qareporterdatatree.h"
-#include "model/qastxmlrodhandler.h"
-#include "sdk/studiointerface.h"
+#include "reader/qastxmlrodhandler.h"
+#include "reader/readprogress.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -21,28 +21,28 @@ QAstXmlRodReader::QAstXmlRodReader() : m_handler(std::make_unique<QAstXmlRodHand
 
 QAstXmlRodReader::~QAstXmlRodReader() = default;
 
-bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* studio)
+bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, ReadProgress* progress)
 {
     QAstXmlRodHandler::progressStep = 0;
-    if (!studio || !file) {
-        m_handler->setProgressTarget(nullptr, nullptr);
+    if (!progress || !file) {
+        m_handler->setProgress(nullptr);
         return DAmlReader::parse(source);
     }
-    m_handler->setProgressTarget(file, studio);
+    m_handler->setProgress(progress);
     QAstXmlRodHandler::progressSteps = int(qMin<qint64>(file->size() / bytesPerStep, INT_MAX));
-    studio->startProgress(QAstXmlRodHandler::progressSteps,
-                          QCoreApplication::translate("Reporter", "Analysing %1")
-                              .arg(QFileInfo(file->fileName()).fileName()),
-                          QCoreApplication::translate("Reporter", "Cancel"));
+    progress->start(QAstXmlRodHandler::progressSteps,
+                    QCoreApplication::translate("Reporter", "Analysing %1")
+                        .arg(QFileInfo(file->fileName()).fileName()),
+                    true);
     bool accepted = false;
     try {
         accepted = DAmlReader::parse(source);
     } catch (const std::bad_alloc&) {
-        studio->endProgress(); // the caller frees what was read and says why
+        progress->finish(); // the caller frees what was read and says why
         throw;
     }
     // A cancel after the last check still counts: the user asked for nothing to change.
-    if (accepted && studio->progressCancelled()) {
+    if (accepted && progress->cancelled()) {
         m_handler->setCancelled();
         accepted = false;
     }
@@ -53,7 +53,7 @@ bool QAstXmlRodReader::parse(QIODevice* source, QFile* file, StudioInterface* st
         m_handler->takeTypeTree();
         m_handler->takeDocument();
     }
-    studio->endProgress();
+    progress->finish();
     return accepted;
 }
 

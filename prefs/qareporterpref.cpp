@@ -3,13 +3,12 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/studiointerface.h"
-
-#include <QDir>
+#include "session/sessioncontext.h"
 
 QAReporterPref::QAReporterPref(StudioInterface* studio) : QObject(nullptr), studio(studio)
 {
     const QString styleFile =
-        styleFilePath(studio ? studio->installDirectory() : QStringLiteral("."));
+        SessionContext::styleFilePath(studio ? studio->installDirectory() : QStringLiteral("."));
     general = std::make_unique<QAReporterPrefGeneral>(
         tr("Code Review Viewer", "Code review Plugin Preference First Item Title"),
         QStringLiteral("pref-crc"), QStringLiteral("pref-cr"), studio);
@@ -20,12 +19,6 @@ QAReporterPref::QAReporterPref(StudioInterface* studio) : QObject(nullptr), stud
 }
 
 QAReporterPref::~QAReporterPref() = default;
-
-QString QAReporterPref::styleFilePath(const QString& installDirectory)
-{
-    return installDirectory + QDir::separator() + QStringLiteral("lib") + QDir::separator() +
-           QStringLiteral("reporterstyle.aml");
-}
 
 std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
 {

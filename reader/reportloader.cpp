@@ -59,3 +59,20 @@ std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList
         return nullptr;
     }
 }
+
+QString ReportLoadError::describe(const QString& path) const
+{
+    if (line > 0)
+        return QStringLiteral("%1:%2:%3: %4").arg(path).arg(line).arg(column).arg(message);
+    return QStringLiteral("%1: %2").arg(path, message);
+}
+
+std::unique_ptr<DDocument> readXrdFile(const QString& path, const DStyleList& styles,
+                                       ReadProgress* progress, QString* reason)
+{
+    ReportLoadError error;
+    std::unique_ptr<QAReporterData> record = loadReport(path, styles, progress, &error);
+    if (!record && reason)
+        *reason = error.describe(path);
+    return record ? std::move(record->document) : nullptr;
+}

@@ -5,6 +5,7 @@
 #include <QString>
 #include <memory>
 
+class DDocument;
 class QAReporterData;
 class ReadProgress;
 
@@ -17,6 +18,9 @@ struct ReportLoadError
     int line = 0;
     int column = 0;
     bool cancelled = false;
+
+    // "PATH:LINE:COLUMN: message", or "PATH: message" where there is no place.
+    QString describe(const QString& path) const;
 };
 
 // Reads the result file at `path` into a new record, its document items styled from `styles`.
@@ -25,3 +29,8 @@ struct ReportLoadError
 // read so far is freed before it returns.
 std::unique_ptr<QAReporterData> loadReport(const QString& path, const DStyleList& styles,
                                            ReadProgress* progress, ReportLoadError* error);
+
+// Reads one report document (a result file's nodes and totals are left out). Null when it cannot
+// be read, with the reason ("FILE:LINE:COLUMN: message") in `reason` when given.
+std::unique_ptr<DDocument> readXrdFile(const QString& path, const DStyleList& styles,
+                                       ReadProgress* progress, QString* reason = nullptr);

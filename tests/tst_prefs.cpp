@@ -8,6 +8,7 @@
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/qacolorbutton.h"
 #include "sdk/qaresfile.h"
+#include "session/sessioncontext.h"
 #include "tests/teststudio.h"
 
 #include <QApplication>
@@ -56,7 +57,7 @@ public:
             file.write(styles);
     }
     QString path() const { return m_dir.path(); }
-    QString styleFile() const { return QAReporterPref::styleFilePath(m_dir.path()); }
+    QString styleFile() const { return SessionContext::styleFilePath(m_dir.path()); }
 
 private:
     QTemporaryDir m_dir;

@@ -11,6 +11,7 @@
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaiprogressmonitor.h"
 #include "sdk/trackwellinterface.h"
+#include "session/reportsession.h"
 #include "tests/teststudio.h"
 #include "viewer/qareporter.h"
 #include "viewer/qareportermanager.h"
@@ -78,7 +79,7 @@ ScriptedDialogs* scriptDialogs()
 QStringList tags(const QAReporter& window)
 {
     QStringList result;
-    for (const auto& record : window.dataList())
+    for (const auto& record : window.session().records())
         result.append(record->document->tag());
     return result;
 }
@@ -102,6 +103,27 @@ QModelIndex entryIn(const QAReporter& window, int row, const QModelIndex& parent
 int entriesBelow(const QAReporter& window, const QModelIndex& parent)
 {
     return window.outline()->model()->rowCount(parent);
+}
+
+QDockWidget* summaryDock(const QAReporter& window)
+{
+    return window.findChild<QDockWidget*>(QStringLiteral("summaryDock"));
+}
+
+// The status help of the commands menu's entry `id`.
+QString helpText(const QAReporter& window, int id)
+{
+    for (const QAction* action : window.commandsMenu()->actions()) {
+        if (!action->isSeparator() && action->data().toInt() == id)
+            return action->statusTip();
+    }
+    return QString();
+}
+
+// The context menu's entry that files the entry it was opened on.
+QAction* submitEntry(const QAReporter& window)
+{
+    return window.contextPopup()->actions().at(1);
 }
 
 void open(QAReporter& window, QStringList files)
@@ -137,7 +159,7 @@ private Q_SLOTS:
         ScriptedDialogs* dialogs = scriptDialogs();
         QAReporter window(QStringLiteral("Results"), QPixmap());
         open(window, {a, a, missing, c});
-        QCOMPARE(window.dataList().size(), size_t(2));
+        QCOMPARE(window.session().records().size(), size_t(2));
         QCOMPARE(dialogs->asked.size(), 1);
         QCOMPARE(dialogs->asked.first().title, QStringLiteral("Test Report"));
         QCOMPARE(dialogs->asked.first().text,
@@ -151,10 +173,10 @@ private Q_SLOTS:
         QVERIFY(!window.contain(missing));
 
         // A file already held is neither read again nor reported.
-        const QAReporterData* held = window.dataList().front().get();
+        const QAReporterData* held = window.session().records().front().get();
         open(window, {a});
-        QCOMPARE(window.dataList().size(), size_t(2));
-        QCOMPARE(window.dataList().front().get(), held);
+        QCOMPARE(window.session().records().size(), size_t(2));
+        QCOMPARE(window.session().records().front().get(), held);
         QCOMPARE(dialogs->asked.size(), 1);
         QCOMPARE(window.fileList(), QStringList({a}));
         QADialogs::install(nullptr);
@@ -183,7 +205,7 @@ private Q_SLOTS:
         window.displayreport(); // the next pass renames the remaining duplicate once more
         QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1", "summary1_1_1"}));
         window.reload();
-        QCOMPARE(window.dataList().size(), size_t(1)); // only the last list is read again
+        QCOMPARE(window.session().records().size(), size_t(1)); // only the last list is read again
         QADialogs::install(nullptr);
     }
 
@@ -195,16 +217,14 @@ private Q_SLOTS:
         const QString b = files.add(QStringLiteral("b.crc"), report("rb", node("y", "R", "ko", 1)));
         QAReporter one(QStringLiteral("One"), QPixmap());
         open(one, {a});
-        QVERIFY(!one.headerShown());
-        QVERIFY(one.headerDock()->isHidden());
-        QVERIFY(one.headerDocument());
-        QCOMPARE(one.headerDocument()->tag(), QStringLiteral("index"));
+        QVERIFY(summaryDock(one)->isHidden());
+        QVERIFY(one.session().summary());
+        QCOMPARE(one.session().summary()->tag(), QStringLiteral("index"));
 
         QAReporter two(QStringLiteral("Two"), QPixmap());
         open(two, {a, b});
-        QVERIFY(two.headerShown());
-        QVERIFY(!two.headerDock()->isHidden());
-        QCOMPARE(two.dockWidgetArea(two.headerDock()), Qt::TopDockWidgetArea);
+        QVERIFY(!summaryDock(two)->isHidden());
+        QCOMPARE(two.dockWidgetArea(summaryDock(two)), Qt::TopDockWidgetArea);
         QADialogs::install(nullptr);
     }
 
@@ -228,13 +248,14 @@ private Q_SLOTS:
         window.failedtests();
         QCOMPARE(dialogs->asked.size(), 1);
         QVERIFY(!bar->isFiltered());
-        QCOMPARE(window.validator().active(), 0u);
+        QCOMPARE(window.session().validator().active(), 0u);
 
         dialogs->buttons = {QMessageBox::No};
         window.failedtests();
         QCOMPARE(dialogs->asked.size(), 2);
         QVERIFY(bar->isFiltered());
-        QCOMPARE(window.validator().active(), unsigned(QAReporterNodeValidator::AttrState));
+        QCOMPARE(window.session().validator().active(),
+                 unsigned(QAReporterNodeValidator::AttrState));
         QCOMPARE(entriesBelow(window, entryIn(window, 0)), 0); // nothing failed
 
         window.alltests();
@@ -242,7 +263,7 @@ private Q_SLOTS:
         QCOMPARE(entriesBelow(window, entryIn(window, 0)), 1);
         window.alltests(); // already complete: the toolbar stays as it is
         QVERIFY(!bar->isFiltered());
-        QVERIFY(window.isAnalysed());
+        QVERIFY(window.session().isAnalysed());
 
         const QString c = files.add(QStringLiteral("c.crc"), report("rc", node("z", "R", "ko", 1)));
         open(window, {c});
@@ -291,7 +312,7 @@ private Q_SLOTS:
                                        node("s", "RuleSet", "ok", 1)));
         QAReporter window(QStringLiteral("Types"), QPixmap());
         open(window, {a});
-        QCOMPARE(window.typeNames(), QStringList({"File", "Rule", "RuleSet"}));
+        QCOMPARE(window.session().typeNames(), QStringList({"File", "Rule", "RuleSet"}));
         QCOMPARE(entriesBelow(window, entryIn(window, 0)), 3);
         window.setTypeVisible(QStringLiteral("Rule"), false); // also hides RuleSet
         QCOMPARE(entriesBelow(window, entryIn(window, 0)), 1);
@@ -402,20 +423,20 @@ private Q_SLOTS:
         Q_EMIT menu->aboutToShow();
         QVERIFY(menu->actions().at(3)->isChecked());
         QVERIFY(!menu->actions().at(4)->isChecked());
-        QCOMPARE(window.validator().typeExpressions().size(), 1);
-        QCOMPARE(window.validator().typeExpressions().first().pattern(), QStringLiteral("Metric"));
+        QCOMPARE(window.session().validator().typeExpressions().size(), 1);
+        QCOMPARE(window.session().validator().typeExpressions().first().pattern(),
+                 QStringLiteral("Metric"));
 
-        QCOMPARE(window.helpText(102), QStringLiteral("Reload the current report"));
-        QCOMPARE(window.helpText(100), QStringLiteral("Display complete report"));
+        QCOMPARE(helpText(window, 102), QStringLiteral("Reload the current report"));
+        QCOMPARE(helpText(window, 100), QStringLiteral("Display complete report"));
         const int printHeaderId = menu->actions().at(9)->data().toInt(); // the menu was rebuilt
-        QCOMPARE(window.helpText(printHeaderId), QStringLiteral("Show or hide Print Header"));
+        QCOMPARE(helpText(window, printHeaderId), QStringLiteral("Show or hide Print Header"));
         window.highlighted(102);
         QCOMPARE(studioWindow.statusBar()->currentMessage(),
                  QStringLiteral("Reload the current report"));
 
         menu->actions().at(8)->trigger(); // "Show header": the dock goes
-        QVERIFY(!window.headerShown());
-        QVERIFY(window.headerDock()->isHidden());
+        QVERIFY(summaryDock(window)->isHidden());
         QVERIFY(!menu->actions().at(9)->isEnabled());
 
         window.desactivated();
@@ -448,7 +469,7 @@ private Q_SLOTS:
         QAReporter window(QStringLiteral("Links"), QPixmap());
         open(window, {main});
         QHash<QString, DLink*> links;
-        QList<DItem*> pending{window.filter()->filtered().front()->document.get()};
+        QList<DItem*> pending{window.session().filtered().front()->document.get()};
         while (!pending.isEmpty()) {
             for (DItem* item = pending.takeLast(); item; item = item->next()) {
                 if (auto* link = dcast<DLink>(item))
@@ -474,13 +495,13 @@ private Q_SLOTS:
         window.resolveLink(links.value(QStringLiteral("e"))); // a tag: no reload
         window.resolveLink(links.value(QStringLiteral("f"))); // nothing at all
         QCOMPARE(window.fileList(), QStringList({main}));
-        QCOMPARE(window.dataList().size(), size_t(1));
+        QCOMPARE(window.session().records().size(), size_t(1));
 
         window.resolveLink(links.value(QStringLiteral("g"))); // another result file, relative
         QCOMPARE(window.fileList(), QStringList({QFileInfo(main).path() + QDir::separator() +
                                                  QStringLiteral("other.crc")}));
-        QCOMPARE(window.dataList().size(), size_t(1));
-        QCOMPARE(window.dataList().front()->document->tag(), QStringLiteral("otherdoc"));
+        QCOMPARE(window.session().records().size(), size_t(1));
+        QCOMPARE(window.session().records().front()->document->tag(), QStringLiteral("otherdoc"));
         QVERIFY(QFileInfo(window.fileList().first()) == QFileInfo(other));
 
         QAReporter empty(QStringLiteral("Empty"), QPixmap());
@@ -735,13 +756,13 @@ private Q_SLOTS:
         QARListView* outline = window.outline();
         const QModelIndex file = entryIn(window, 0);
         outline->setCurrentIndex(file);
-        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
-        QVERIFY(!window.submitEntry()->isEnabled()); // a whole file cannot be filed
+        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Report"));
+        QVERIFY(!submitEntry(window)->isEnabled()); // a whole file cannot be filed
         outline->setCurrentIndex(entryIn(window, 1, file));
-        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Report"));
-        QVERIFY(window.submitEntry()->isEnabled());
+        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Report"));
+        QVERIFY(submitEntry(window)->isEnabled());
         outline->setCurrentIndex(entryIn(window, 0, file));
-        QCOMPARE(window.submitEntry()->text(), QStringLiteral("&Submit Trackwell Defect Report"));
+        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Defect Report"));
 
         studio().output.clear();
         window.submitTrackwell();

@@ -2,21 +2,19 @@
 #include "viewer/qareporter.h"
 #include "viewer/qareporterhost.h"
 
-#include "filter/qareporterfilter.h"
-#include "filter/qareporternodevalidator.h"
-#include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
-#include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qares.h"
 #include "sdk/studiointerface.h"
-#include "sdk/trackwellinterface.h"
+#include "session/placehistory.h"
+#include "session/reportsession.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
+#include "viewer/studiosessioncontext.h"
 
 #include <QCloseEvent>
 #include <QDockWidget>
@@ -58,8 +56,8 @@ QAReporterManager* QAReporter::manager()
 
 QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* parent,
                        Qt::WindowFlags flags, bool activate)
-    : QAStViewerWindow(parent, flags), m_validator(std::make_unique<QAReporterNodeValidator>()),
-      m_title(title)
+    : QAStViewerWindow(parent, flags), m_context(std::make_unique<StudioSessionContext>()),
+      m_session(std::make_unique<ReportSession>(m_context.get())), m_title(title)
 {
     setActivateDisplay(activate);
     if (s_manager)
@@ -74,9 +72,11 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     const QStringList searchPaths = studio ? studio->documentSearchPath() : QStringList();
 
     m_headerDock = new QDockWidget(this);
+    m_headerDock->setObjectName(QStringLiteral("summaryDock"));
     m_headerDock->setFeatures(QDockWidget::DockWidgetClosable);
     m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
     m_headerView = new DReportWidget(m_headerDock);
+    m_headerView->setObjectName(QStringLiteral("summaryView"));
     m_headerView->setSearchPaths(searchPaths);
     // A strip of the summary at first, taller when dragged: little margin, so the strip shows
     // the first row.
@@ -86,6 +86,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerDock->hide(); // docked once there are two reports to sum up
 
     m_documentView = new DReportWidget(this);
+    m_documentView->setObjectName(QStringLiteral("reportView"));
     m_documentView->setSearchPaths(searchPaths);
     m_documentView->setMargin(5);
     setCentralWidget(m_documentView);
@@ -93,11 +94,13 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
+    m_outline->setObjectName(QStringLiteral("reportOutline"));
     m_outline->header()->setSectionResizeMode(1, QHeaderView::Fixed);
     m_outline->header()->resizeSection(1, 20);
     m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
 
     m_contextPopup = new QARPopupMenu(m_outline);
+    m_contextPopup->setObjectName(QStringLiteral("outlineContextMenu"));
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);
@@ -131,11 +134,6 @@ QAReporter::~QAReporter()
         s_manager->remove(this);
     m_documentView->clearDocs();
     m_headerView->clearDocs();
-    m_outline->clear();
-    m_filter.reset();
-    m_validator.reset();
-    m_headerDocument.reset();
-    m_dataList.clear();
     delete m_outline.data();
 }
 
@@ -177,17 +175,29 @@ QMenu* QAReporter::commandsMenu() const
     return m_commandsMenu;
 }
 
+const QStringList& QAReporter::fileList() const
+{
+    return m_session->files();
+}
+
+bool QAReporter::canGoBack() const
+{
+    return m_session->history().canGoBack();
+}
+
+bool QAReporter::canGoForward() const
+{
+    return m_session->history().canGoForward();
+}
+
 void QAReporter::setFiles(QStringList* files, QStringList* other, ViewerMode mode)
 {
     QAStViewerWindow::setFiles(files, other, mode);
-    m_fileList = files ? *files : QStringList();
-    analyse(m_fileList);
+    m_session->setFiles(files ? *files : QStringList());
+    analyse(m_session->files());
     if (mode != Console)
         return;
-    if (!node().name.isEmpty())
-        std::cout << "TestNode: " << node().name.toLocal8Bit().constData() << "\n";
-    std::cout << "\t[" << testPassed() << "] Test Case Passed\n";
-    std::cout << "\t[" << testFailed() << "] Test Case Failed\n";
+    std::cout << m_session->consoleSummary(node().name).toLocal8Bit().constData();
     std::cout.flush();
 }
 

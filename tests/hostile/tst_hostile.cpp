@@ -4,7 +4,7 @@
 // outside the export folder, and no external entity is ever read. The importers, in crcview and
 // in crcstudio, end with a message naming the log when memory runs out.
 
-#include "tests/pageoracle.h"
+#include "tests/hostile/pageoracle.h"
 #include "tests/testkit.h"
 
 #include <QDir>

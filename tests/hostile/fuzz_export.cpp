@@ -13,9 +13,9 @@
 #include "model/qareporterdata.h"
 #include "reader/reportloader.h"
 #include "sdk/qasafefile.h"
-#include "tests/pageoracle.h"
+#include "tests/hostile/pageoracle.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -62,8 +62,7 @@ void checkTheFolder(const QString& root, const QString& input, const QString& ou
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(*argc, *argv);
+    static QCoreApplication app(*argc, *argv);
     return 0;
 }
 

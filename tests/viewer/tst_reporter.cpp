@@ -19,7 +19,6 @@
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
 
-#include <QDate>
 #include <QDir>
 #include <QDockWidget>
 #include <QMainWindow>
@@ -74,14 +73,6 @@ ScriptedDialogs* scriptDialogs()
     ScriptedDialogs* scripted = dialogs.get();
     QADialogs::install(std::move(dialogs));
     return scripted;
-}
-
-QStringList tags(const QAReporter& window)
-{
-    QStringList result;
-    for (const auto& record : window.session().records())
-        result.append(record->document->tag());
-    return result;
 }
 
 QStringList outlineFiles(const QAReporter& window)
@@ -179,33 +170,6 @@ private Q_SLOTS:
         QCOMPARE(window.session().records().front().get(), held);
         QCOMPARE(dialogs->asked.size(), 1);
         QCOMPARE(window.fileList(), QStringList({a}));
-        QADialogs::install(nullptr);
-    }
-
-    void documentTagsAreMadeUnique()
-    {
-        Files files;
-        scriptDialogs();
-        QAReporter window(QStringLiteral("Tags"), QPixmap());
-        const QString a =
-            files.add(QStringLiteral("a.crc"), report("summary", node("x", "R", "ok", 1)));
-        const QString b =
-            files.add(QStringLiteral("b.crc"), report("summary", node("y", "R", "ok", 1)));
-        open(window, {a, b});
-        QCOMPARE(tags(window), QStringList({"summary", "summary1"}));
-
-        const QString c =
-            files.add(QStringLiteral("c.crc"), report("summary1", node("z", "R", "ok", 1)));
-        const QString d =
-            files.add(QStringLiteral("d.crc"), report("summary1", node("w", "R", "ok", 1)));
-        open(window, {c});
-        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1"}));
-        open(window, {d});
-        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1", "summary1_1"}));
-        window.displayreport(); // the next pass renames the remaining duplicate once more
-        QCOMPARE(tags(window), QStringList({"summary", "summary1", "summary1_1", "summary1_1_1"}));
-        window.reload();
-        QCOMPARE(window.session().records().size(), size_t(1)); // only the last list is read again
         QADialogs::install(nullptr);
     }
 
@@ -628,83 +592,6 @@ private Q_SLOTS:
         QADialogs::install(nullptr);
     }
 
-    // A cancel while the linked report files are written stops those pages, but the summary
-    // is still written; a report document given alone is exported as its own page.
-    void cancelAmongLinkedPagesKeepsTheSummary()
-    {
-        Files files;
-        files.add(QStringLiteral("one.xrd"),
-                  "<DOCUMENT tag='o'><PARAGRAPH>1</PARAGRAPH></DOCUMENT>");
-        files.add(QStringLiteral("two.xrd"),
-                  "<DOCUMENT tag='t'><PARAGRAPH>2</PARAGRAPH></DOCUMENT>");
-        const QString a = files.add(
-            QStringLiteral("a.crc"),
-            report("ra", "<XROD:NODE name='f' type='R' state='ko' sum='1'><SECTION>"
-                         "<LINK target='xrdlink://one.xrd'>1</LINK>"
-                         "<LINK target='xrdlink://two.xrd'>2</LINK></SECTION></XROD:NODE>"));
-        QAReporter window(QStringLiteral("Cancel"), QPixmap());
-        open(window, {a});
-        // The user presses Abort once the first linked page is begun.
-        struct AbortOnLinked : QAIProgressMonitor
-        {
-            void setTotalSteps(int) override {}
-            void setProgress(int) override {}
-            void setLabelText(const QString& text) override
-            {
-                aborted = aborted || text.contains(QLatin1String("one"));
-            }
-            bool isCanceled() const override { return aborted; }
-            bool aborted = false;
-        } progress;
-        QTemporaryDir out;
-        QVERIFY(!window.exportHTML(out.path(), QStringLiteral("index.html"), &progress, nullptr));
-        QVERIFY(progress.aborted);
-        // The page begun may end; the next one is not begun.
-        QStringList pages = QDir(out.path()).entryList({QStringLiteral("*.html")}, QDir::Files);
-        QCOMPARE(pages, QStringList({"index.html", "one.html", "ra.html"}));
-
-        QAReporter alone(QStringLiteral("Alone"), QPixmap());
-        open(alone, {files.path(QStringLiteral("one.xrd"))});
-        QTemporaryDir second;
-        QVERIFY(alone.exportHTML(second.path(), QStringLiteral("index.html"), nullptr, nullptr));
-        pages = QDir(second.path()).entryList({QStringLiteral("*.html")}, QDir::Files);
-        QCOMPARE(pages, QStringList({"index.html", "o.html"}));
-    }
-
-    // The summary page as published: a heading with the files and the date, the totals, a bar
-    // of the results, the failed items leading to their sections; every other page leads back.
-    void summaryPageIsPublishable()
-    {
-        Files files;
-        const QString a = files.add(
-            QStringLiteral("a.crc"),
-            report("ra", node("good", "Rule", "ok", 3) +
-                             "<XROD:NODE name='bad &lt;one&gt;' type='Rule' state='ko' sum='2'>"
-                             "<SECTION tag='s1'><PARAGRAPH>x</PARAGRAPH></SECTION></XROD:NODE>"));
-        const QString b =
-            files.add(QStringLiteral("b.crc"), report("rb", node("worse", "Metric", "ko", 1)));
-        QAReporter window(QStringLiteral("Publish"), QPixmap());
-        open(window, {a, b});
-        QTemporaryDir out;
-        QVERIFY(window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, nullptr));
-        QFile index(out.filePath(QStringLiteral("index.html")));
-        QVERIFY(index.open(QIODevice::ReadOnly));
-        const QString page = QString::fromUtf8(index.readAll());
-        for (const QString& expected :
-             {QStringLiteral("<h1>Code review results</h1>"), QStringLiteral("a.crc, b.crc"),
-              QDate::currentDate().toString(Qt::ISODate),
-              QStringLiteral("3 passed, 3 failed, 0 inconclusive, 6 in all"),
-              QStringLiteral("<svg class=\"bar\""), QStringLiteral("fill=\"#c62828\""),
-              QStringLiteral("<a href=\"ra.html#s1\">bad &lt;one&gt;</a>"),
-              QStringLiteral("<a href=\"rb.html\">worse</a>")})
-            QVERIFY2(page.contains(expected), qPrintable(expected));
-        QVERIFY(!page.contains(QLatin1String(">good</a>"))); // passed items are not listed
-        QVERIFY(!page.contains(QLatin1String("<nav class=\"back\"")));
-        QFile report(out.filePath(QStringLiteral("rb.html")));
-        QVERIFY(report.open(QIODevice::ReadOnly));
-        QVERIFY(report.readAll().contains("<nav class=\"back\"><a href=\"index.html\">"));
-    }
-
     void submittingADefect()
     {
         struct Tracker : TrackwellInterface
@@ -799,22 +686,6 @@ private Q_SLOTS:
                  QStringList({"Submit Defect Report ...\n", "broken\n", "Stopped.\n"}));
         studio().tracker = nullptr;
         QADialogs::install(nullptr);
-    }
-
-    void readingAReportDocument()
-    {
-        Files files;
-        const QString xrd =
-            files.add(QStringLiteral("detail.xrd"),
-                      "<DOCUMENT tag='metrics'><PARAGRAPH>x</PARAGRAPH></DOCUMENT>");
-        QAReporter window(QStringLiteral("Xrd"), QPixmap());
-        std::unique_ptr<DDocument> document = window.readXrdFile(xrd);
-        QVERIFY(document);
-        QCOMPARE(document->tag(), QStringLiteral("metrics"));
-        QVERIFY(!window.readXrdFile(files.path(QStringLiteral("none.xrd"))));
-        QVERIFY(!window.readXrdFile(files.add(QStringLiteral("bad.xrd"), "<DOCUMENT>")));
-        QCOMPARE(window.testPassed(), 0);
-        QCOMPARE(window.testFailed(), 0);
     }
 };
 

@@ -316,6 +316,26 @@ private Q_SLOTS:
         QADialogs::install(nullptr);
     }
 
+    // The studio's tests find the window's parts by these names.
+    void partsAreNamed()
+    {
+        scriptDialogs();
+        QAReporter window(QStringLiteral("Names"), QPixmap());
+        QCOMPARE(window.findChild<DReportWidget*>(QStringLiteral("reportView")),
+                 window.documentView());
+        QCOMPARE(window.findChild<QDockWidget*>(QStringLiteral("summaryDock")),
+                 window.headerDock());
+        QCOMPARE(window.findChild<DReportWidget*>(QStringLiteral("summaryView")),
+                 window.headerView());
+        // The outline shows in the studio's outline area, not in the window.
+        QCOMPARE(window.outline()->objectName(), QStringLiteral("reportOutline"));
+        QCOMPARE(window.outline()->findChild<QMenu*>(QStringLiteral("outlineContextMenu")),
+                 window.contextPopup());
+        window.activated();
+        QCOMPARE(window.findChild<QMenu*>(QStringLiteral("codeReviewMenu")), window.commandsMenu());
+        QADialogs::install(nullptr);
+    }
+
     void closingRemovesTheMenuOfTheActiveWindowOnly()
     {
         scriptDialogs();

@@ -353,8 +353,7 @@ private Q_SLOTS:
                  qPrintable(describe(QStringLiteral("convert"), input, run)));
         QVERIFY2(QFileInfo(converted).size() < (1 << 20),
                  qPrintable(QString::number(QFileInfo(converted).size())));
-        QVERIFY(
-            testkit::readFile(converted).contains("(cut here: the rest is in bomb.sarif)"));
+        QVERIFY(testkit::readFile(converted).contains("(cut here: the rest is in bomb.sarif)"));
     }
 
     // A log too large for the memory the importer may take ends with a message naming it, in
@@ -387,19 +386,20 @@ private Q_SLOTS:
             for (const QStringList& arguments :
                  {QStringList{QStringLiteral("convert"), input, QStringLiteral("-o"), out},
                   QStringList{QStringLiteral("dump"), QStringLiteral("--count"), input}}) {
-                const Run run = runLimited(QStringLiteral(CRCVIEW_PATH), arguments, Limits{cpuSeconds, limit});
+                const Run run =
+                    runLimited(QStringLiteral(CRCVIEW_PATH), arguments, Limits{cpuSeconds, limit});
                 QVERIFY2(run.finished && !run.crashed && run.status == exitUnreadable &&
                              run.err.contains(input + QStringLiteral(": not enough memory")),
                          qPrintable(describe(arguments.first(), input, run)));
             }
             QVERIFY(!QFile::exists(out));
         }
-        const Run studio =
-            runLimited(QStringLiteral(CRCSTUDIO_PATH),
-                    {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("settings.xml")),
-                     QStringLiteral("--defects"), m_dir.filePath(QStringLiteral("defects.sqlite")),
-                     QStringLiteral("--exit-after-open"), log},
-                    Limits{cpuSeconds, limit});
+        const Run studio = runLimited(
+            QStringLiteral(CRCSTUDIO_PATH),
+            {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("settings.xml")),
+             QStringLiteral("--defects"), m_dir.filePath(QStringLiteral("defects.sqlite")),
+             QStringLiteral("--exit-after-open"), log},
+            Limits{cpuSeconds, limit});
         QVERIFY2(
             studio.finished && !studio.crashed && studio.status == exitUnreadable &&
                 studio.err.contains(QStringLiteral("crcstudio: These results cannot be read:\n") +

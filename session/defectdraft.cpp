@@ -1,5 +1,7 @@
 #include "session/defectdraft.h"
 
+#include "sdk/trackwellinterface.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -38,4 +40,41 @@ DefectDraft DefectDraft::forItem(const QString& caption, const QString& workspac
     draft.attachmentLabel = tr("Report File");
     draft.attachmentPath = QDir::toNativeSeparators(reportFile.absoluteFilePath());
     return draft;
+}
+
+bool DefectDraft::submitTo(TrackwellInterface& tracker,
+                           const std::function<void(const QString&)>& log) const
+{
+    const auto echo = [&] {
+        if (log && tracker.activatedCmdLine())
+            log(QString::fromLocal8Bit(tracker.getCmdLine()) + QLatin1Char('\n'));
+    };
+    const auto error = [&] {
+        if (log)
+            log(QString::fromLocal8Bit(tracker.getErrorMessage()) + QLatin1Char('\n'));
+    };
+    const auto stopped = [&] {
+        error();
+        if (log)
+            log(tr("Stopped.\n"));
+        return false;
+    };
+    const auto warnIfFailed = [&](quint16 result) {
+        echo();
+        if (!result && log) {
+            log(tr("Warning ...\n"));
+            error();
+        }
+    };
+    const quint16 opened = tracker.open();
+    echo();
+    if (!opened)
+        return stopped();
+    warnIfFailed(tracker.setHeadline(headline.toLocal8Bit().constData()));
+    warnIfFailed(tracker.setDescription(description.toLocal8Bit().constData()));
+    warnIfFailed(tracker.attachFile(attachmentLabel.toLocal8Bit().constData(),
+                                    attachmentPath.toLocal8Bit().constData()));
+    const quint16 submitted = tracker.submit(0);
+    echo();
+    return submitted ? true : stopped();
 }

@@ -124,10 +124,9 @@ void QAReporter::submitTrackwell()
         return;
     QAOutputWindow* output = studio->outputWindow();
     studio->activateOutput();
-    const auto log = [output](const QString& text) {
-        if (output)
-            output->appendOutput(text);
-    };
+    std::function<void(const QString&)> log = [](const QString&) {};
+    if (output)
+        log = [output](const QString& text) { output->appendOutput(text); };
     TrackwellInterface* tracker = studio->trackwellInterface();
     if (!tracker) {
         log(tr("Submit Defect Report Failed ...\n"));
@@ -152,35 +151,5 @@ void QAReporter::submitTrackwell()
         studio->caption(), studioNode.workspace, studioNode.name, outline->fileInfo(entry),
         entry.data().toString(), node ? node->data->type : QString());
 
-    const auto echo = [&] {
-        if (tracker->activatedCmdLine() && output)
-            log(QString::fromLocal8Bit(tracker->getCmdLine()) + QLatin1Char('\n'));
-    };
-    const auto error = [&] {
-        log(QString::fromLocal8Bit(tracker->getErrorMessage()) + QLatin1Char('\n'));
-    };
-    const auto warnIfFailed = [&](quint16 result) {
-        echo();
-        if (!result) {
-            log(tr("Warning ...\n"));
-            error();
-        }
-    };
-    const quint16 opened = tracker->open();
-    echo();
-    if (!opened) {
-        error();
-        log(tr("Stopped.\n"));
-        return;
-    }
-    warnIfFailed(tracker->setHeadline(draft.headline.toLocal8Bit().constData()));
-    warnIfFailed(tracker->setDescription(draft.description.toLocal8Bit().constData()));
-    warnIfFailed(tracker->attachFile(draft.attachmentLabel.toLocal8Bit().constData(),
-                                     draft.attachmentPath.toLocal8Bit().constData()));
-    const quint16 submitted = tracker->submit(0);
-    echo();
-    if (!submitted) {
-        error();
-        log(tr("Stopped.\n"));
-    }
+    draft.submitTo(*tracker, output ? log : nullptr);
 }

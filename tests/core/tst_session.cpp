@@ -8,6 +8,7 @@
 #include "model/qareporterdatatree.h"
 #include "sdk/qailogmonitor.h"
 #include "sdk/qaiprogressmonitor.h"
+#include "sdk/trackwellinterface.h"
 #include "session/defectdraft.h"
 #include "session/failurewalk.h"
 #include "session/reportsession.h"
@@ -453,6 +454,77 @@ private Q_SLOTS:
         draft = DefectDraft::forItem(QStringLiteral("S"), QStringLiteral("ws"), QString(), file,
                                      QStringLiteral("x"), QStringLiteral("T"));
         QCOMPARE(draft.headline, QStringLiteral("Srun.crc:x"));
+    }
+
+    // The tracker gets the draft step by step; a failed step is said, a failed opening or
+    // submission stops the filing.
+    void defectsAreHandedToTheTrackerStepByStep()
+    {
+        struct Tracker : TrackwellInterface
+        {
+            quint16 open() override { return step("open", openResult); }
+            quint16 setHeadline(const char* text) override
+            {
+                headline = QString::fromLocal8Bit(text);
+                return step("headline", headlineResult);
+            }
+            quint16 setDescription(const char*) override { return step("description", 1); }
+            quint16 attachFile(const char* label, const char* path) override
+            {
+                attachment =
+                    QString::fromLocal8Bit(label) + QLatin1Char('=') + QString::fromLocal8Bit(path);
+                return step("attach", 1);
+            }
+            quint16 submit(int) override { return step("submit", submitResult); }
+            const char* getCmdLine() override { return "cmd"; }
+            int activatedCmdLine() const override { return echo; }
+            const char* getErrorMessage() const override { return "broken"; }
+            quint16 step(const char* name, quint16 result)
+            {
+                steps.append(QString::fromLatin1(name));
+                return result;
+            }
+            QStringList steps;
+            QString headline, attachment;
+            quint16 openResult = 1, headlineResult = 1, submitResult = 1;
+            int echo = 0;
+        } tracker;
+        const DefectDraft draft = DefectDraft::forItem(
+            QStringLiteral("S"), QString(), QString(), QFileInfo(QStringLiteral("/r/run.crc")),
+            QStringLiteral("bad"), QStringLiteral("Rule"));
+        QStringList said;
+        const auto log = [&said](const QString& text) { said.append(text); };
+
+        QVERIFY(draft.submitTo(tracker, log));
+        QCOMPARE(tracker.steps,
+                 QStringList({"open", "headline", "description", "attach", "submit"}));
+        QCOMPARE(tracker.headline, QStringLiteral("Srun.crc:bad"));
+        QCOMPARE(tracker.attachment, QStringLiteral("Report File=") +
+                                         QDir::toNativeSeparators(QStringLiteral("/r/run.crc")));
+        QVERIFY(said.isEmpty());
+
+        tracker.steps.clear();
+        tracker.headlineResult = 0;
+        tracker.echo = 1;
+        QVERIFY(draft.submitTo(tracker, log)); // a failed step is no failed filing
+        QCOMPARE(tracker.steps.size(), 5);
+        QCOMPARE(said, QStringList({"cmd\n", "cmd\n", "Warning ...\n", "broken\n", "cmd\n", "cmd\n",
+                                    "cmd\n"}));
+
+        said.clear();
+        tracker.steps.clear();
+        tracker.submitResult = 0;
+        tracker.echo = 0;
+        QVERIFY(!draft.submitTo(tracker, log));
+        QCOMPARE(said.mid(said.size() - 2), QStringList({"broken\n", "Stopped.\n"}));
+
+        said.clear();
+        tracker.steps.clear();
+        tracker.openResult = 0;
+        QVERIFY(!draft.submitTo(tracker, log));
+        QCOMPARE(tracker.steps, QStringList({"open"}));
+        QCOMPARE(said, QStringList({"broken\n", "Stopped.\n"}));
+        QVERIFY(!draft.submitTo(tracker, nullptr)); // nowhere to say it: said nowhere
     }
 
     // The pages of the reports as shown, of the report files they link to (and those these link

@@ -6,16 +6,11 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <memory>
-#include <vector>
 
-class DDocument;
-class DItem;
 class DLink;
 class DReportWidget;
 class QAction;
-class QAReporterData;
 class QAReporterManager;
-class QAReporterNode;
 class QAReporterPref;
 class QARListView;
 class QARPopupMenu;
@@ -62,22 +57,15 @@ public:
     bool loadCancelled() const { return m_loadCancelled; }
     void analyseData();
     void refreshContents() override;
-    void updateView();
-    void updateListView();
     Q_INVOKABLE bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
-    // Reads one report document; the caller owns it. Null when it cannot be read, with the
-    // reason ("FILE:LINE:COLUMN: message") in `reason` when given.
-    std::unique_ptr<DDocument> readXrdFile(const QString& path, QString* reason = nullptr) const;
 
     // Writes the displayed reports, the report files they link to and the summary as HTML pages
     // into `directory`; `index` takes no part (the summary is always "index.html").
     bool exportHTML(const QString& directory, const QString& index, QAIProgressMonitor* progress,
                     QAILogMonitor* log) override;
 
-    // The displayed node whose section holds `item`, or null.
-    QAReporterNode* searchReporterNode(DItem* item) const;
     // Stores the studio's node and shows its last name in the caption.
     void setNode(const nodeData& node) override;
 
@@ -166,6 +154,10 @@ private:
     // Reads `files` (each once, and with `skipHeld` none held already) and shows them; false,
     // with nothing changed, when the user cancelled.
     bool readAndShow(const QStringList& files, bool skipHeld);
+    // The filtered records into the views, the summary into the header; their entries into the
+    // outline.
+    void updateView();
+    void updateListView();
     void setupToolBar(bool on);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();

@@ -179,11 +179,6 @@ void QAReporter::reload(const QString&)
     reload();
 }
 
-std::unique_ptr<DDocument> QAReporter::readXrdFile(const QString& path, QString* reason) const
-{
-    return m_session->readXrdFile(path, reason);
-}
-
 void QAReporter::displayKO()
 {
     m_session->setFailedOnly(true);

@@ -77,11 +77,6 @@ void QAReporter::scrollToTag(const QString& tag, int, int)
     moveDoc(tag);
 }
 
-QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
-{
-    return m_session->searchReporterNode(item);
-}
-
 void QAReporter::resolveLink(DLink* link)
 {
     const ReportSession::LinkAction action = m_session->followLink(link);

@@ -95,6 +95,7 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     welcome->setObjectName(QStringLiteral("welcome"));
     m_welcome = welcome;
     m_tabs = new QTabWidget(m_central);
+    m_tabs->setObjectName(QStringLiteral("tabs"));
     m_tabs->setTabsClosable(true);
     m_tabs->setMovable(true);
     m_tabs->setDocumentMode(true);

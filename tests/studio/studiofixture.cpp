@@ -1,6 +1,5 @@
 #include "tests/studio/studiofixture.h"
 
-#include "host/defectshost.h"
 #include "host/studiomainwindow.h"
 
 #include <QAbstractScrollArea>
@@ -295,7 +294,7 @@ void StudioFixture::quit()
 
 void StudioFixture::useDefectStore(const QString& store)
 {
-    m_window->defects()->setStorePath(store);
+    m_window->setDefectStore(store);
 }
 
 // --- Files ------------------------------------------------------------------------------------

@@ -68,18 +68,19 @@ private:
     // The title names the tab shown; the commands follow what it can do.
     void tabsChanged();
 
-    // Declared in the order they are made; the tabs go first when the window is destroyed.
+    // The tabs go first when the window is destroyed, while all else is whole (see the
+    // destructor); the others go in the reverse order of these lines.
+    std::unique_ptr<StudioTabs> m_tabs;
     OutputDock* m_output;
     ProgressPanel* m_progress;
-    std::unique_ptr<StudioTabs> m_tabs;
     RecentFiles* m_recent;
     std::unique_ptr<SourceRoots> m_roots;
     std::unique_ptr<StudioSettings> m_settings;
     StudioCommands* m_commands;
     std::unique_ptr<StudioServices> m_services;
     std::unique_ptr<StudioComponent> m_component;
-    std::unique_ptr<DefectsHost> m_defects;
     std::unique_ptr<PluginLibrary> m_plugin;
     QString m_pluginError;
     QPointer<PreferencesDialog> m_preferences;
+    std::unique_ptr<DefectsHost> m_defects;
 };

@@ -97,9 +97,9 @@ void StudioTabs::addViewer(QAStViewerWindow* viewer)
     updateTab(viewer);
 }
 
-bool StudioTabs::holds(const QAStViewerWindow* viewer) const
+bool StudioTabs::holds(QAStViewerWindow* viewer) const
 {
-    return viewer && m_tabs->indexOf(const_cast<QAStViewerWindow*>(viewer)) >= 0;
+    return viewer && m_tabs->indexOf(viewer) >= 0;
 }
 
 void StudioTabs::show(QWidget* page)

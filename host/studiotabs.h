@@ -31,7 +31,7 @@ public:
     void addViewer(QAStViewerWindow* viewer);
     // Whether `viewer` is one of the tabs (a window whose tab was closed may still be on its
     // way out).
-    bool holds(const QAStViewerWindow* viewer) const;
+    bool holds(QAStViewerWindow* viewer) const;
     void show(QWidget* page);
     // Shows `path` at `line` in its tab, which is made when the file is not shown yet; false
     // with `error` when the file cannot be shown.

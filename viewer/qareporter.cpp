@@ -73,10 +73,13 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     setWindowIcon(icon);
     const QStringList searchPaths = studio ? studio->documentSearchPath() : QStringList();
 
+    // The names by which tests and style sheets find the parts of the window.
     m_headerDock = new QDockWidget(this);
+    m_headerDock->setObjectName(QStringLiteral("summaryDock"));
     m_headerDock->setFeatures(QDockWidget::DockWidgetClosable);
     m_headerDock->setAllowedAreas(Qt::TopDockWidgetArea);
     m_headerView = new DReportWidget(m_headerDock);
+    m_headerView->setObjectName(QStringLiteral("summaryView"));
     m_headerView->setSearchPaths(searchPaths);
     // A strip of the summary at first, taller when dragged: little margin, so the strip shows
     // the first row.
@@ -86,6 +89,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerDock->hide(); // docked once there are two reports to sum up
 
     m_documentView = new DReportWidget(this);
+    m_documentView->setObjectName(QStringLiteral("reportView"));
     m_documentView->setSearchPaths(searchPaths);
     m_documentView->setMargin(5);
     setCentralWidget(m_documentView);
@@ -93,11 +97,13 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
+    m_outline->setObjectName(QStringLiteral("reportOutline"));
     m_outline->header()->setSectionResizeMode(1, QHeaderView::Fixed);
     m_outline->header()->resizeSection(1, 20);
     m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
 
     m_contextPopup = new QARPopupMenu(m_outline);
+    m_contextPopup->setObjectName(QStringLiteral("outlineContextMenu"));
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);

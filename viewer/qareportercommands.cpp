@@ -101,6 +101,7 @@ void QAReporter::createToolMenu()
     if (!hostStudio())
         return;
     m_commandsMenu = new QMenu(m_title, this);
+    m_commandsMenu->setObjectName(QStringLiteral("codeReviewMenu"));
     connect(m_commandsMenu, &QMenu::aboutToShow, this, &QAReporter::updateToolMenu);
     connect(m_commandsMenu, &QMenu::hovered, this,
             [this](QAction* action) { highlighted(action->data().toInt()); });

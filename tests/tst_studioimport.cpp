@@ -33,6 +33,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -67,6 +68,25 @@ QPoint linkPoint(DFolioView* view, const QString& target)
         }
     }
     return QPoint(-1, -1);
+}
+
+// The first link to `target` in the documents a view shows, or null.
+const DLink* linkTo(DFolioView* view, const QString& target)
+{
+    for (DDocument* document : view->documents()) {
+        std::vector<const DItem*> open{document};
+        while (!open.empty()) {
+            const DItem* item = open.back();
+            open.pop_back();
+            if (const DLink* link = dcast<DLink>(item); link && link->target() == target)
+                return link;
+            if (const DItemContainer* container = item->asContainer()) {
+                for (const DItem* child = container->firstChild(); child; child = child->next())
+                    open.push_back(child);
+            }
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -299,6 +319,51 @@ private Q_SLOTS:
         QVERIFY2(m_dialogs->asked.first().text.contains(log + QStringLiteral(":2:1: ")),
                  qPrintable(m_dialogs->asked.first().text));
         QCOMPARE(activeReporter()->testFailed(), 1);
+    }
+
+    // pytest's report (see data/import) opens grouped by class, and a failed test's stack trace
+    // keeps its lines in the document view: the place at its end, a link, is drawn as many
+    // lines below the start of the trace as the trace has lines before it.
+    void junitClassesAndTraces()
+    {
+        m_dialogs->files.append({data + QStringLiteral("/pytest-pyflakes-xunit1.xml")});
+        menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        QAReporter* viewer = activeReporter();
+        QVERIFY(viewer);
+        QCOMPARE(viewer->testFailed(), 5);
+        QARListView* outline = viewer->outline();
+        const QAbstractItemModel* entries = outline->model();
+        const QModelIndexList classes =
+            entries->match(entries->index(0, 0), Qt::DisplayRole,
+                           QStringLiteral("pyflakes.test.test_api.IntegrationTests"), -1,
+                           Qt::MatchExactly | Qt::MatchRecursive);
+        QCOMPARE(classes.size(), 1);
+        QCOMPARE(classes.first().parent().data().toString(), QStringLiteral("pytest"));
+        QCOMPARE(entries->rowCount(classes.first()), 5);
+        const QModelIndex failed = entries->index(0, 0, classes.first());
+        QCOMPARE(failed.data().toString(), QStringLiteral("test_errors_io"));
+        outline->scrollTo(failed);
+        QTest::mouseClick(outline->viewport(), Qt::LeftButton, {},
+                          outline->visualRect(failed).center());
+        QCOMPARE(outline->currentIndex(), failed);
+
+        DFolioView* document = viewer->documentView();
+        // The test's own place, counted from 0 in the report, shown from 1.
+        QVERIFY(linkPoint(document, QStringLiteral("pyflakes/test/test_api.py line 763")).x() >= 0);
+        const DLink* end = linkTo(document, QStringLiteral("pyflakes/test/test_api.py line 772"));
+        QVERIFY(end);
+        const DItem* trace = end->parent();
+        const QString text = static_cast<const DText*>(trace->asContainer()->firstChild())->text();
+        QVERIFY(text.startsWith(QLatin1String("self = <pyflakes.test.test_api.IntegrationTests")));
+        const QRect traceRect = document->itemRect(trace);
+        const QRect endRect = document->itemRect(end);
+        QVERIFY(endRect.height() > 0);
+        const int linesBefore = int(text.count(QLatin1Char('\n')));
+        QVERIFY2(endRect.top() - traceRect.top() >= linesBefore * endRect.height() - 1,
+                 qPrintable(QStringLiteral("%1 lines, the link %2 px below, lines of %3 px")
+                                .arg(linesBefore)
+                                .arg(endRect.top() - traceRect.top())
+                                .arg(endRect.height())));
     }
 
     // Dropped on the window, a JUnit report opens like a result file; a broken log is refused

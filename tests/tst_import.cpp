@@ -660,7 +660,8 @@ private Q_SLOTS:
             "<testcase classname='pkg.test_a.TestX' name='t' file='pkg/test_a.py' line='7'>"
             "<failure message='m'>Traceback (most recent call last):\n"
             "  File \"pkg/test_a.py\", line 9, in t\n    assert f()\n"
-            "  File \"/usr/lib/python3/lib.py\", line 12, in f\nAssertionError</failure>"
+            "  File \"/usr/lib/python3/lib.py\", line 12, in f\nAssertionError at 12:30:45, "
+            "see http://host:8080/x.c:5</failure>"
             "</testcase>"
             "<testcase classname='other' name='u' file='pkg/u.py' line='4'/>"
             "<testcase classname='pkg.test_a.TestX' name='t'/>"
@@ -687,6 +688,8 @@ private Q_SLOTS:
         QVERIFY(imported.markup.contains("<LINK target=\"pkg/test_a.py line 1\""));
         QVERIFY(imported.markup.contains("<LINK target=\"pkg/test_a.py line 8\""));
         QVERIFY(imported.markup.contains("<LINK target=\"pkg/u.py line 4\""));
+        QVERIFY(imported.markup.contains(", line 12</LINK>, in f\nAssertionError at 12:30:45, "
+                                         "see http://host:8080/x.c:5</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(
             "  File <LINK target=\"pkg/test_a.py line 9\">\"pkg/test_a.py\", line 9</LINK>, in "
             "t\n    assert f()\n  File <LINK target=\"/usr/lib/python3/lib.py line 12\">"));

@@ -18,6 +18,7 @@
 #include "tests/studiotestkit.h"
 #include "tests/testkit.h"
 #include "viewer/qareporter.h"
+#include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
 
 #include <QApplication>
@@ -364,6 +365,35 @@ private Q_SLOTS:
                                 .arg(linesBefore)
                                 .arg(endRect.top() - traceRect.top())
                                 .arg(endRect.height())));
+    }
+
+    // A log of several runs (clang's analyzer, one run per file, see data/import) shows a run
+    // per tool run, titled by its tool: the clean ones are marked passed, the others failed.
+    void cleanRunsPassed()
+    {
+        m_dialogs->files.append({data + QStringLiteral("/clang-merged.sarif")});
+        menuEntry(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
+        QAReporter* viewer = activeReporter();
+        QVERIFY(viewer);
+        const QAbstractItemModel* entries = viewer->outline()->model();
+        const QModelIndex log = entries->index(0, 0);
+        QCOMPARE(log.data().toString(), QStringLiteral("clang-merged.sarif"));
+        QCOMPARE(entries->rowCount(log), 81);
+        int passed = 0;
+        int failed = 0;
+        for (int row = 0; row < entries->rowCount(log); ++row) {
+            const QModelIndex run = entries->index(row, 0, log);
+            QCOMPARE(run.data().toString(), QStringLiteral("Debian clang version 14.0.6"));
+            const qint64 verdict = run.siblingAtColumn(1)
+                                       .data(Qt::DecorationRole)
+                                       .value<QIcon>()
+                                       .pixmap(16)
+                                       .cacheKey();
+            passed += verdict == QARIcons::testOk().cacheKey();
+            failed += verdict == QARIcons::testFailed().cacheKey();
+        }
+        QCOMPARE(passed, 74);
+        QCOMPARE(failed, 7);
     }
 
     // Dropped on the window, a JUnit report opens like a result file; a broken log is refused

@@ -145,10 +145,15 @@ bool fromPytest(Bytes suiteName, Bytes file, Bytes className)
 // A part of a case's key: '|' separates the parts, a backslash escapes either in a part.
 void appendKeyPart(QByteArray& key, Bytes part)
 {
-    for (const char c : part) {
-        if (c == '|' || c == '\\')
-            key.append('\\');
-        key.append(c);
+    for (qsizetype special = 0; !part.isEmpty(); part = part.sliced(special + 1)) {
+        for (special = 0; special < part.size(); ++special) {
+            if (part.at(special) == '|' || part.at(special) == '\\')
+                break;
+        }
+        key.append(part.first(special));
+        if (special == part.size())
+            break;
+        key.append('\\').append(part.at(special));
     }
 }
 

@@ -54,9 +54,13 @@ bool isPlaceNumber(QByteArrayView text, qsizetype digits)
 
 QByteArray ResultKeys::make(const char* kind, QByteArrayView content)
 {
-    if (content.size() <= MaxContent)
-        return kind + (':' + content.toByteArray());
-    return kind + ('#' + QCryptographicHash::hash(content, QCryptographicHash::Sha1).toHex());
+    QByteArray key(kind);
+    if (content.size() <= MaxContent) {
+        key.reserve(key.size() + 1 + content.size());
+        return key.append(':').append(content);
+    }
+    return key.append('#').append(
+        QCryptographicHash::hash(content, QCryptographicHash::Sha1).toHex());
 }
 
 QByteArray ResultKeys::hashed(const char* kind, std::initializer_list<QByteArrayView> parts)
@@ -66,7 +70,7 @@ QByteArray ResultKeys::hashed(const char* kind, std::initializer_list<QByteArray
         hash.addData(part);
         hash.addData(QByteArrayView("", 1));
     }
-    return kind + (':' + hash.result().toHex());
+    return QByteArray(kind).append(':').append(hash.result().toHex());
 }
 
 QByteArray ResultKeys::withoutSpace(QByteArrayView text)
@@ -108,16 +112,19 @@ QByteArray ResultKeys::withoutPlaces(QByteArrayView text)
 
 QByteArray ResultKeys::unique(const QByteArray& key)
 {
-    const auto found = m_next.constFind(key);
+    const auto digest = [](QByteArrayView text) { return quint64(qHash(text, 0)); };
+    const quint64 given = digest(key);
+    const auto found = m_next.constFind(given);
     if (found == m_next.constEnd()) {
-        m_next.insert(key, 2);
+        m_next.insert(given, 2);
         return key;
     }
     for (int occurrence = found.value();; ++occurrence) {
         QByteArray candidate = key + '#' + QByteArray::number(occurrence);
-        if (!m_next.contains(candidate)) {
-            m_next.insert(key, occurrence + 1);
-            m_next.insert(candidate, 2);
+        const quint64 next = digest(candidate);
+        if (!m_next.contains(next)) {
+            m_next.insert(given, occurrence + 1);
+            m_next.insert(next, 2);
             return candidate;
         }
     }

@@ -240,7 +240,7 @@ const Value* SarifRunWriter::ruleOf(const Value& result, QByteArray* id) const
 QByteArray SarifRunWriter::keyOf(const Value& result, const QByteArray& ruleId, const Value* rule,
                                  const Place& place)
 {
-    std::vector<std::pair<Bytes, Bytes>> prints;
+    std::vector<std::pair<Bytes, Bytes>>& prints = m_prints;
     const auto collect = [&prints](const Value* fingerprints) {
         prints.clear();
         if (!fingerprints || !fingerprints->IsObject())
@@ -255,14 +255,16 @@ QByteArray SarifRunWriter::keyOf(const Value& result, const QByteArray& ruleId, 
     collect(member(&result, "fingerprints"));
     if (!prints.empty()) {
         const auto& [name, value] = prints.front();
-        return m_keys.unique(
-            ResultKeys::make("fp", name.toByteArray() + '=' + value.toByteArray()));
+        QByteArray print;
+        print.reserve(name.size() + 1 + value.size());
+        print.append(name).append('=').append(value);
+        return m_keys.unique(ResultKeys::make("fp", print));
     }
     collect(member(&result, "partialFingerprints"));
     if (!prints.empty()) {
         QByteArray all;
         for (const auto& [name, value] : prints)
-            all += (all.isEmpty() ? "" : ";") + name.toByteArray() + '=' + value.toByteArray();
+            all.append(all.isEmpty() ? "" : ";").append(name).append('=').append(value);
         return m_keys.unique(ResultKeys::make("pfp", all));
     }
     const QByteArray uri = place.found ? place.file.name.toUtf8() : place.logicalName.toByteArray();

@@ -8,6 +8,7 @@
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
+#include <utility>
 #include <vector>
 
 class CappedText;
@@ -119,6 +120,7 @@ private:
     QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
     std::vector<FileGroup> m_groups;
     ResultKeys m_keys;
+    std::vector<std::pair<Bytes, Bytes>> m_prints; // the fingerprints of a result, by name
     qsizetype m_resultCount = 0;
     Verdict m_verdict = Verdict::NotEvaluated; // of the whole run
     int m_fileLevel = 1; // title level of the File nodes: one deeper under a Run node

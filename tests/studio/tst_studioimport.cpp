@@ -11,8 +11,10 @@
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QLabel>
 #include <QProgressBar>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
@@ -213,6 +215,80 @@ private Q_SLOTS:
         QCOMPARE(said.size(), 1);
         QVERIFY2(said.first().contains(log + QStringLiteral(":2:1: ")), qPrintable(said.first()));
         QCOMPARE(totals(m_studio.summaryText()), QStringLiteral("Total 1 0 1"));
+    }
+
+    // pytest's report (see data/import) opens grouped by class, a failed test's place is given
+    // from 1 although pytest counts from 0, and its stack trace keeps its lines as drawn.
+    void junitClassesAndTraces()
+    {
+        QVERIFY(m_studio.open({data + QStringLiteral("/pytest-pyflakes-xunit1.xml")}));
+        QCOMPARE(totals(m_studio.summaryText()), QStringLiteral("Total 5 723 18 746"));
+        const QModelIndex tests = entryStartingWith(
+            QStringLiteral("pyflakes.test.test_api.IntegrationTests"), Qt::MatchExactly);
+        QVERIFY(tests.isValid());
+        QCOMPARE(tests.parent().data().toString(), QStringLiteral("pytest"));
+        QCOMPARE(m_studio.outline()->model()->rowCount(tests), 5);
+        const QModelIndex failed = m_studio.outline()->model()->index(0, 0, tests);
+        QCOMPARE(failed.data().toString(), QStringLiteral("test_errors_io"));
+        QVERIFY(m_studio.clickEntry(failed));
+
+        const QStringList links = m_studio.drawnLinks(m_studio.documentView());
+        QVERIFY2(links.contains(QStringLiteral("pyflakes/test/test_api.py line 763")),
+                 qPrintable(links.join(QLatin1Char('\n'))));
+        const QStringList lines = m_studio.shownLines();
+        const qsizetype start = lines.indexOf(QRegularExpression(
+            QStringLiteral("^self = <pyflakes\\.test\\.test_api\\.IntegrationTests.*")));
+        QVERIFY2(start >= 0, qPrintable(lines.join(QLatin1Char('\n'))));
+        QVERIFY2(start + 1 < lines.size() &&
+                     lines.at(start + 1).trimmed().startsWith(QLatin1String("def test_errors_io")),
+                 qPrintable(lines.join(QLatin1Char('\n'))));
+    }
+
+    // A log of several runs (clang's analyzer, one run per file, see data/import) shows a run
+    // per tool run, titled by its tool: the clean ones drawn as passed, the others as failed.
+    void cleanRunsPassed()
+    {
+        QVERIFY(m_studio.open({data + QStringLiteral("/clang-merged.sarif")}));
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        const QModelIndex log = entries->index(0, 0);
+        QCOMPARE(log.data().toString(), QStringLiteral("clang-merged.sarif"));
+        QCOMPARE(entries->rowCount(log), 81);
+        const auto verdictIcon = [](const QModelIndex& entry) {
+            return entry.siblingAtColumn(1)
+                .data(Qt::DecorationRole)
+                .value<QIcon>()
+                .pixmap(16)
+                .toImage();
+        };
+        // Runs drawn alike are counted together; a finding below a run is drawn as failed.
+        QList<QImage> icons;
+        QList<int> counts;
+        QModelIndex finding;
+        int titled = 0;
+        for (int row = 0; row < entries->rowCount(log); ++row) {
+            const QModelIndex run = entries->index(row, 0, log);
+            titled += run.data().toString() == QLatin1String("Debian clang version 14.0.6");
+            const QImage icon = verdictIcon(run);
+            const qsizetype known = icons.indexOf(icon);
+            if (known < 0) {
+                icons.append(icon);
+                counts.append(1);
+            } else {
+                ++counts[known];
+            }
+            if (!finding.isValid() && entries->rowCount(run) > 0) {
+                finding = run;
+                while (entries->rowCount(finding) > 0)
+                    finding = entries->index(0, 0, finding);
+            }
+        }
+        QCOMPARE(titled, 81);
+        QCOMPARE(icons.size(), 2);
+        QVERIFY(finding.isValid());
+        const qsizetype failedRuns = icons.indexOf(verdictIcon(finding));
+        QVERIFY(failedRuns >= 0);
+        QCOMPARE(counts.at(failedRuns), 7);
+        QCOMPARE(counts.at(1 - failedRuns), 74);
     }
 
     // Dropped on the window, a JUnit report opens like a result file; a broken log is refused

@@ -39,20 +39,12 @@ public:
     // dock reads the store only when another program changed it since.
     void refresh();
 
-    // The defects shown, in the order shown.
-    QList<Defect> shownDefects() const;
-
-    QTableView* table() const { return m_table; }
-    QLineEdit* filterBox() const { return m_filter; }
-    QPushButton* closeButton() const { return m_close; }
-    QPushButton* reopenButton() const { return m_reopen; }
-    QPushButton* exportButton() const { return m_export; }
-    QLabel* message() const { return m_message; }
-
 Q_SIGNALS:
     void openRequested(const Defect& defect);
 
 private:
+    // The defects shown, in the order shown.
+    QList<Defect> shownDefects() const;
     // An empty model with the column titles.
     QStandardItemModel* newModel();
     // What changes in the store file with every change to it; empty when it cannot be read.

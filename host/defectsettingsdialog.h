@@ -5,7 +5,6 @@
 #include <QDialog>
 
 class QCheckBox;
-class QDialogButtonBox;
 class QLineEdit;
 class QSpinBox;
 
@@ -23,14 +22,8 @@ public:
     // Refuses a submit command that cannot be run as it stands, saying why.
     void accept() override;
 
-    QLineEdit* commandEdit() const { return m_command; }
-    QSpinBox* timeLimitSpin() const { return m_timeLimit; }
-    QCheckBox* echoBox() const { return m_echo; }
-    QDialogButtonBox* buttons() const { return m_buttons; }
-
 private:
     QLineEdit* m_command;
     QSpinBox* m_timeLimit;
     QCheckBox* m_echo;
-    QDialogButtonBox* m_buttons;
 };

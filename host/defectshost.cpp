@@ -4,14 +4,16 @@
 #include "host/defectsdock.h"
 #include "host/defectsettingsdialog.h"
 #include "host/defecttracker.h"
-#include "host/outputdock.h"
-#include "host/studiomainwindow.h"
+#include "host/studiosettings.h"
+#include "host/studiotabs.h"
 #include "sdk/qadialogs.h"
 #include "sdk/qaresfile.h"
 #include "sdk/qastviewerwindow.h"
+#include "sdk/studiointerface.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMainWindow>
 #include <QMenu>
 #include <QStatusBar>
 #include <QTreeView>
@@ -30,18 +32,21 @@ QTreeView* outlineOf(const QAStViewerWindow* viewer)
 
 } // namespace
 
-DefectsHost::DefectsHost(StudioMainWindow* studio, QAResStore* settings)
-    : m_studio(studio), m_settings(settings),
+DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const StudioTabs* tabs,
+                         StudioInterface* studio, QDockWidget* besides,
+                         std::function<QAStViewerWindow*(const QString&)> open)
+    : m_window(window), m_settings(settings), m_tabs(tabs), m_studio(studio),
+      m_open(std::move(open)),
       m_tracker(std::make_unique<DefectTracker>(DefectStore::defaultPath()))
 {
-    m_settings->addProducer(this);
+    m_settings->store()->addProducer(this);
     m_tracker->setItemLocator([this] { return selectedItemPath(); });
     m_tracker->setStudio(studio);
 
-    m_dock = new DefectsDock(studio);
-    studio->addDockWidget(Qt::BottomDockWidgetArea, m_dock);
-    studio->tabifyDockWidget(studio->output(), m_dock);
-    studio->output()->raise();
+    m_dock = new DefectsDock(window);
+    window->addDockWidget(Qt::BottomDockWidgetArea, m_dock);
+    window->tabifyDockWidget(besides, m_dock);
+    besides->raise();
     m_dock->setStorePath(m_tracker->storePath());
     connect(m_tracker.get(), &DefectTracker::filed, m_dock, &DefectsDock::refresh);
     connect(m_dock, &DefectsDock::openRequested, this, &DefectsHost::showDefect);
@@ -49,18 +54,13 @@ DefectsHost::DefectsHost(StudioMainWindow* studio, QAResStore* settings)
 
 DefectsHost::~DefectsHost()
 {
-    m_settings->removeProducer(this);
+    m_settings->store()->removeProducer(this);
 }
 
 DefectTracker* DefectsHost::tracker()
 {
     loadSettings();
     return m_tracker.get();
-}
-
-DefectsDock* DefectsHost::dock() const
-{
-    return m_dock;
 }
 
 void DefectsHost::setStorePath(const QString& path)
@@ -81,7 +81,7 @@ void DefectsHost::loadSettings()
     if (m_settingsLoaded)
         return;
     m_settingsLoaded = true;
-    const QARes* group = m_settings->root()->child(groupName);
+    const QARes* group = m_settings->store()->root()->child(groupName);
     if (!group || !group->toResGroup())
         return;
     DefectTrackerSettings settings;
@@ -114,15 +114,15 @@ DefectSettingsDialog* DefectsHost::showSettings()
     }
     loadSettings();
     auto* dialog =
-        new DefectSettingsDialog(m_tracker->settings(), m_tracker->storePath(), m_studio);
+        new DefectSettingsDialog(m_tracker->settings(), m_tracker->storePath(), m_window);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &QDialog::accepted, this, [this, dialog] {
         m_tracker->setSettings(dialog->settings());
         QString error;
-        if (m_studio->saveSettings(&error))
-            m_studio->statusBar()->showMessage(tr("Settings saved"), 5000);
+        if (m_settings->save(&error))
+            m_window->statusBar()->showMessage(tr("Settings saved"), 5000);
         else
-            QADialogs::warning(m_studio, m_studio->caption(), error);
+            QADialogs::warning(m_window, m_studio->caption(), error);
     });
     m_dialog = dialog;
     dialog->open();
@@ -131,7 +131,7 @@ DefectSettingsDialog* DefectsHost::showSettings()
 
 QStringList DefectsHost::selectedItemPath() const
 {
-    const QTreeView* outline = outlineOf(m_studio->activeViewer());
+    const QTreeView* outline = outlineOf(m_tabs->activeViewer());
     QStringList path;
     for (QModelIndex item = outline ? outline->currentIndex().siblingAtColumn(0) : QModelIndex();
          item.isValid(); item = item.parent())
@@ -143,7 +143,7 @@ void DefectsHost::showDefect(const Defect& defect)
 {
     const QString title = tr("Defect %1").arg(defect.id);
     if (defect.file.isEmpty() || !QFileInfo::exists(defect.file)) {
-        QADialogs::warning(m_studio, title,
+        QADialogs::warning(m_window, title,
                            defect.file.isEmpty()
                                ? tr("Defect %1 names no result file.").arg(defect.id)
                                : tr("The result file %1 of defect %2 is not there any more.")
@@ -151,7 +151,7 @@ void DefectsHost::showDefect(const Defect& defect)
                                      .arg(defect.id));
         return;
     }
-    QTreeView* outline = outlineOf(m_studio->openFiles({defect.file}));
+    QTreeView* outline = outlineOf(m_open(defect.file));
     if (!outline)
         return; // the plug-in said why
     // Down the outline, one level per part of the item's path.
@@ -169,7 +169,7 @@ void DefectsHost::showDefect(const Defect& defect)
             break;
     }
     if (!found.isValid()) {
-        m_studio->statusBar()->showMessage(
+        m_window->statusBar()->showMessage(
             tr("The item %1 of defect %2 is not shown in the outline")
                 .arg(defect.item())
                 .arg(defect.id),

@@ -4,14 +4,19 @@
 
 #include <QObject>
 #include <QPointer>
+#include <functional>
 #include <memory>
 
 class DefectSettingsDialog;
 class DefectTracker;
 class DefectsDock;
-class QAResStore;
+class QAStViewerWindow;
+class QDockWidget;
+class QMainWindow;
 class QMenu;
-class StudioMainWindow;
+class StudioInterface;
+class StudioSettings;
+class StudioTabs;
 struct Defect;
 
 // Everything of the studio about defects: the tracker the plug-in files into, the Defects dock,
@@ -21,12 +26,15 @@ class DefectsHost : public QObject, public QAResProducer
     Q_OBJECT
 
 public:
-    // Adds the dock to `studio`; the settings are read from `settings` when first needed.
-    DefectsHost(StudioMainWindow* studio, QAResStore* settings);
+    // Adds the dock to `window`, in the place of `besides`; the settings are read from
+    // `settings` when first needed. Filing takes the item selected in the viewer shown in
+    // `tabs`; a defect's row opens its result file with `open`.
+    DefectsHost(QMainWindow* window, StudioSettings* settings, const StudioTabs* tabs,
+                StudioInterface* studio, QDockWidget* besides,
+                std::function<QAStViewerWindow*(const QString&)> open);
     ~DefectsHost() override;
 
     DefectTracker* tracker();
-    DefectsDock* dock() const;
     // Files defects into `path` from now on, in place of the user's data location.
     void setStorePath(const QString& path);
 
@@ -43,8 +51,11 @@ private:
     QStringList selectedItemPath() const;
     void showDefect(const Defect& defect);
 
-    StudioMainWindow* m_studio;
-    QAResStore* m_settings;
+    QMainWindow* m_window;
+    StudioSettings* m_settings;
+    const StudioTabs* m_tabs;
+    StudioInterface* m_studio;
+    std::function<QAStViewerWindow*(const QString&)> m_open;
     bool m_settingsLoaded = false;
     std::unique_ptr<DefectTracker> m_tracker;
     QPointer<DefectsDock> m_dock; // the studio's child

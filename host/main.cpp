@@ -1,7 +1,6 @@
 // crcstudio: a desktop studio that loads the code review viewer plug-in and shows result files.
 
 #include "defects/defectstore.h"
-#include "host/defectshost.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 
@@ -124,12 +123,12 @@ int main(int argc, char** argv)
 
     StudioMainWindow window(pluginPath, settingsPath);
     if (parser.isSet(defectsOption))
-        window.defects()->setStorePath(parser.value(defectsOption));
+        window.setDefectStore(parser.value(defectsOption));
     if (!window.plugin()) {
         std::cerr << "crcstudio: " << window.pluginError().toLocal8Bit().constData() << "\n";
         // Only a screen someone looks at gets the message box: a headless run would wait forever.
         if (QGuiApplication::platformName() != QLatin1String("offscreen"))
-            QADialogs::warning(nullptr, window.caption(), window.pluginError());
+            QADialogs::warning(nullptr, QCoreApplication::applicationName(), window.pluginError());
         return 1;
     }
     window.show();

@@ -24,8 +24,3 @@ void OutputDock::logMessage(const QString& message)
 {
     appendOutput(message);
 }
-
-QString OutputDock::contents() const
-{
-    return m_text->toPlainText();
-}

@@ -19,9 +19,6 @@ public:
     void appendOutput(const QString& text) override;
     void logMessage(const QString& message) override;
 
-    QString contents() const;
-    QPlainTextEdit* textView() const { return m_text; }
-
 private:
     QPlainTextEdit* m_text;
 };

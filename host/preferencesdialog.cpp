@@ -101,18 +101,6 @@ PreferencePageInterface* PreferencesDialog::currentPage() const
     return index >= 0 && index < int(m_pages.size()) ? m_pages[index].page : nullptr;
 }
 
-bool PreferencesDialog::showPage(const QString& tag)
-{
-    for (QTreeWidgetItemIterator it(m_tree); *it; ++it) {
-        const int index = (*it)->data(0, Qt::UserRole).toInt();
-        if (m_pages[index].page->tag() == tag) {
-            m_tree->setCurrentItem(*it);
-            return true;
-        }
-    }
-    return false;
-}
-
 void PreferencesDialog::accept()
 {
     applyPages();

@@ -29,14 +29,6 @@ public:
 
     void applyAll();
     void restoreDefaults();
-    // The page shown; null when the tree is empty.
-    PreferencePageInterface* currentPage() const;
-    // Shows the page of the given tag; false when there is none.
-    bool showPage(const QString& tag);
-
-    QTreeWidget* pageTree() const { return m_tree; }
-    QDialogButtonBox* buttons() const { return m_buttons; }
-
     void accept() override;
     void reject() override;
 
@@ -51,6 +43,8 @@ private:
         QWidget* widget;
     };
     void addPages(PreferencePageInterface* root);
+    // The page shown; null when the tree is empty.
+    PreferencePageInterface* currentPage() const;
     void applyPages();
 
     QTreeWidget* m_tree;

@@ -42,6 +42,7 @@ bool isUserInput(QEvent::Type type)
 
 ProgressPanel::ProgressPanel(QWidget* parent) : QWidget(parent)
 {
+    setObjectName(QStringLiteral("progress"));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     m_label = new QLabel(this);

@@ -36,10 +36,6 @@ public:
     // How often the display repaints during an operation, at most.
     static constexpr int repaintInterval = 50; // ms
 
-    QLabel* label() const { return m_label; }
-    QProgressBar* bar() const { return m_bar; }
-    QPushButton* cancelButton() const { return m_cancel; }
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 

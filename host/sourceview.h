@@ -19,9 +19,7 @@ public:
     const QString& path() const { return m_path; }
     // Highlights line `line` (from 1) and scrolls it into view; lines past the end go to the last.
     void showLine(int line);
-    int highlightedLine() const { return m_line; }
-    // The margin on the left that numbers the lines.
-    QWidget* lineNumbers() const { return m_lineNumbers; }
+    // The width of the margin on the left that numbers the lines.
     int lineNumberWidth() const;
 
 protected:

@@ -61,17 +61,33 @@ void MarkupWriter::text(QByteArrayView utf8)
     flushIfFull();
 }
 
-void MarkupWriter::lines(QByteArrayView utf8, const char* style)
+void MarkupWriter::code(QByteArrayView utf8, const char* style, const std::vector<SourceRef>& links)
 {
-    while (!utf8.isEmpty()) {
-        const qsizetype end = utf8.indexOf('\n');
-        const QByteArrayView line = end < 0 ? utf8 : utf8.first(end);
-        if (!line.trimmed().isEmpty())
-            element("PARAGRAPH", line, {{"style", style}});
-        if (end < 0)
-            break;
-        utf8 = utf8.sliced(end + 1);
+    const auto blank = [](QByteArrayView text) { return text.trimmed().isEmpty(); };
+    const QByteArrayView kept = utf8.trimmed();
+    if (kept.isEmpty())
+        return;
+    // From the start of the first line that is not blank, its indent kept, to the last character
+    // that is not.
+    const qsizetype first = kept.data() - utf8.data();
+    const qsizetype end = first + kept.size();
+    open("PARAGRAPH", {{"style", style}});
+    qsizetype at = utf8.first(first).lastIndexOf('\n') + 1;
+    for (const SourceRef& link : links) {
+        if (link.start < at || link.end > end)
+            continue;
+        const QByteArrayView before = utf8.sliced(at, link.start - at);
+        // White space alone between two elements is not read as text: it goes with the link.
+        const bool joined = blank(before);
+        if (!joined)
+            text(before);
+        const qsizetype from = joined ? at : link.start;
+        element("LINK", utf8.sliced(from, link.end - from),
+                {{"target", link.path + " line " + QByteArray::number(link.line)}});
+        at = link.end;
     }
+    text(utf8.sliced(at, end - at));
+    close();
 }
 
 void MarkupWriter::escape(QByteArrayView utf8, bool attribute)

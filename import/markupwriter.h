@@ -1,5 +1,7 @@
 #pragma once
 
+#include "import/sourcerefs.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <initializer_list>
@@ -28,9 +30,10 @@ public:
     // in `titleStyle`; close() ends it.
     void openSection(QByteArrayView titleStyle, QByteArrayView title);
     void text(QByteArrayView utf8);
-    // Each line of a text as a paragraph of `style`, blank lines left out: the document view
-    // does not break lines inside a paragraph.
-    void lines(QByteArrayView utf8, const char* style);
+    // A text whose lines and spaces are kept (code, a stack trace, captured output) as one
+    // paragraph of a preformatted `style`, without the blank lines around it; each of `links`
+    // (places in `utf8`) becomes a link to its source line, in the paragraph's face.
+    void code(QByteArrayView utf8, const char* style, const std::vector<SourceRef>& links = {});
     void raw(QByteArrayView markup) { m_buffer.append(markup.data(), markup.size()); }
 
     // Closes what is still open and hands the last bytes to the file; false when a write failed.

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QUrl>
 #include <algorithm>
+#include <utility>
 
 using namespace SarifJson;
 
@@ -23,6 +24,29 @@ Verdict verdictOfKind(Bytes kind)
     if (kind == "pass")
         return Verdict::Passed;
     return Verdict::NotEvaluated; // review, open, notApplicable, informational
+}
+
+// The level of a result as SARIF defaults it: its own, "none" for a result that is not a
+// failure, its rule's, else "warning". A level SARIF does not know reads as the default.
+Bytes levelOf(const Value& result, const Value* rule)
+{
+    const auto known = [](Bytes level) {
+        return level == "error" || level == "warning" || level == "note" || level == "none";
+    };
+    const Bytes own = textOf(member(&result, "level"));
+    if (known(own))
+        return own;
+    const Bytes kind = textOf(member(&result, "kind"));
+    if (!kind.isEmpty() && kind != "fail")
+        return "none";
+    const Bytes configured = textOf(member(member(rule, "defaultConfiguration"), "level"));
+    return known(configured) ? configured : Bytes("warning");
+}
+
+// The code a place shows, as the tool wrote it.
+Bytes snippetOf(const Value* region)
+{
+    return textOf(member(member(region, "snippet"), "text"));
 }
 
 // The style a message takes from its level.
@@ -213,6 +237,45 @@ const Value* SarifRunWriter::ruleOf(const Value& result, QByteArray* id) const
     return rule;
 }
 
+QByteArray SarifRunWriter::keyOf(const Value& result, const QByteArray& ruleId, const Value* rule,
+                                 const Place& place)
+{
+    std::vector<std::pair<Bytes, Bytes>>& prints = m_prints;
+    const auto collect = [&prints](const Value* fingerprints) {
+        prints.clear();
+        if (!fingerprints || !fingerprints->IsObject())
+            return;
+        for (const auto& entry : fingerprints->GetObject()) {
+            const Bytes value = textOf(&entry.value);
+            if (!value.isEmpty())
+                prints.emplace_back(textOf(&entry.name), value);
+        }
+        std::sort(prints.begin(), prints.end());
+    };
+    collect(member(&result, "fingerprints"));
+    if (!prints.empty()) {
+        const auto& [name, value] = prints.front();
+        QByteArray print;
+        print.reserve(name.size() + 1 + value.size());
+        print.append(name).append('=').append(value);
+        return m_keys.unique(ResultKeys::make("fp", print));
+    }
+    collect(member(&result, "partialFingerprints"));
+    if (!prints.empty()) {
+        QByteArray all;
+        for (const auto& [name, value] : prints)
+            all.append(all.isEmpty() ? "" : ";").append(name).append('=').append(value);
+        return m_keys.unique(ResultKeys::make("pfp", all));
+    }
+    const QByteArray uri = place.found ? place.file.name.toUtf8() : place.logicalName.toByteArray();
+    const Bytes snippet = snippetOf(place.region);
+    const QByteArray text =
+        !snippet.trimmed().isEmpty()
+            ? ResultKeys::withoutSpace(snippet)
+            : ResultKeys::withoutPlaces(messageOf(member(&result, "message"), rule));
+    return m_keys.unique(ResultKeys::hashed("hash", {ruleId, uri, text}));
+}
+
 QByteArray SarifRunWriter::messageOf(const Value* message, const Value* rule) const
 {
     Bytes text = textOf(member(message, "text"));
@@ -313,7 +376,7 @@ bool SarifRunWriter::group(const QString& where, ImportError* error)
             fileGroup.rules.push_back(std::move(ruleGroup));
         }
         RuleGroup& ruleGroup = fileGroup.rules[size_t(ruleIndex.value())];
-        ruleGroup.results.push_back(&result);
+        ruleGroup.results.push_back({&result, keyOf(result, ruleId, rule, place)});
         const Verdict verdict = verdictOfKind(textOf(member(&result, "kind")));
         ruleGroup.verdict = std::max(ruleGroup.verdict, verdict);
         fileGroup.verdict = std::max(fileGroup.verdict, verdict);
@@ -331,6 +394,9 @@ QByteArray SarifRunWriter::toolTitle() const
     Bytes version = textOf(member(m_driver, "version"));
     if (version.isEmpty())
         version = textOf(member(m_driver, "semanticVersion"));
+    // A version that names the tool ("Debian clang version 14.0.6") says it all.
+    if (QString::fromUtf8(version).contains(QString::fromUtf8(title), Qt::CaseInsensitive))
+        return version.toByteArray();
     if (!version.isEmpty())
         title += ' ' + version.toByteArray();
     return title;
@@ -353,8 +419,10 @@ bool SarifRunWriter::write(const QString& where, int runIndex, Placement placeme
         m_out.element("TITLE", title, {{"style", "Title0"}});
         m_fileLevel = 1;
     } else {
-        m_out.open("XROD:NODE", {{"name", title}, {"type", "Run"}, {"state", stateOf(m_verdict)}});
-        m_out.openSection(titleStyle(1, m_verdict), title);
+        // A run is passed unless a result of it failed: a clean run is one that passed.
+        const Verdict verdict = m_verdict == Verdict::Failed ? Verdict::Failed : Verdict::Passed;
+        m_out.open("XROD:NODE", {{"name", title}, {"type", "Run"}, {"state", stateOf(verdict)}});
+        m_out.openSection(titleStyle(1, verdict), title);
         m_fileLevel = 2;
     }
     const QByteArray count = m_resultCount == 0
@@ -413,8 +481,8 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
     const Bytes help = textOf(member(rule.rule, "helpUri"));
     if (!help.isEmpty())
         m_out.element("PARAGRAPH", ruleText("Help: " + help.toByteArray()), {{"style", "Normal"}});
-    for (const Value* result : rule.results)
-        writeFinding(file, *result, rule.rule);
+    for (const Finding& finding : rule.results)
+        writeFinding(file, rule, finding);
     m_out.close();
     m_out.close();
 }
@@ -450,8 +518,11 @@ void SarifRunWriter::writeLocationLine(const char* label, const FileGroup& owner
     m_out.close();
 }
 
-void SarifRunWriter::writeFinding(const FileGroup& file, const Value& result, const Value* rule)
+void SarifRunWriter::writeFinding(const FileGroup& file, const RuleGroup& ruleGroup,
+                                  const Finding& finding)
 {
+    const Value& result = *finding.result;
+    const Value* rule = ruleGroup.rule;
     const Verdict verdict = verdictOfKind(textOf(member(&result, "kind")));
     const QByteArray message = messageOf(member(&result, "message"), rule);
     const Value* locations = member(&result, "locations");
@@ -465,15 +536,24 @@ void SarifRunWriter::writeFinding(const FileGroup& file, const Value& result, co
         name += (name.isEmpty() ? "" : ": ") + shortMessage.toUtf8();
     if (name.isEmpty())
         name = "(no message)";
-    m_out.open("XROD:NODE",
-               {{"name", name}, {"type", "Finding"}, {"state", stateOf(verdict)}, {"sum", "1"}});
+    const Bytes level = levelOf(result, rule);
+    if (ruleGroup.id.isEmpty())
+        m_out.open("XROD:NODE", {{"name", name},
+                                 {"type", "Finding"},
+                                 {"state", stateOf(verdict)},
+                                 {"sum", "1"},
+                                 {"key", finding.key},
+                                 {"level", level}});
+    else
+        m_out.open("XROD:NODE", {{"name", name},
+                                 {"type", "Finding"},
+                                 {"state", stateOf(verdict)},
+                                 {"sum", "1"},
+                                 {"key", finding.key},
+                                 {"level", level},
+                                 {"rule", ruleGroup.id}});
     m_out.openSection(titleStyle(m_fileLevel + 2, verdict), name);
 
-    Bytes level = textOf(member(&result, "level"));
-    if (level.isEmpty())
-        level = textOf(member(member(rule, "defaultConfiguration"), "level"));
-    if (level.isEmpty())
-        level = "warning";
     m_out.open("PARAGRAPH", {{"style", levelStyle(level)}});
     m_out.text(level);
     m_out.text(": ");
@@ -481,12 +561,12 @@ void SarifRunWriter::writeFinding(const FileGroup& file, const Value& result, co
     m_out.close();
 
     writeLocationLine("At ", file, place, Bytes());
-    Bytes snippet = textOf(member(member(place.region, "snippet"), "text"));
+    Bytes snippet = snippetOf(place.region);
     if (snippet.isEmpty()) {
         const Value* physical = member(elementOf(locations, 0), "physicalLocation");
-        snippet = textOf(member(member(member(physical, "contextRegion"), "snippet"), "text"));
+        snippet = snippetOf(member(physical, "contextRegion"));
     }
-    m_out.lines(snippet, "Array");
+    m_out.code(snippet, "Code");
 
     if (const Value* related = member(&result, "relatedLocations"); related && related->IsArray()) {
         for (const Value& location : related->GetArray())

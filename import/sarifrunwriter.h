@@ -2,11 +2,13 @@
 
 #include "import/jsonallocator.h"
 #include "import/resultimport.h"
+#include "import/resultkeys.h"
 #include "import/verdict.h"
 
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
+#include <utility>
 #include <vector>
 
 class CappedText;
@@ -59,11 +61,18 @@ private:
         bool found = false;
     };
 
+    // A result and what identifies it in its run.
+    struct Finding
+    {
+        const Value* result;
+        QByteArray key;
+    };
+
     struct RuleGroup
     {
         QByteArray id;
         const Value* rule = nullptr;
-        std::vector<const Value*> results;
+        std::vector<Finding> results;
         Verdict verdict = Verdict::NotEvaluated;
     };
 
@@ -80,11 +89,15 @@ private:
     QByteArray toolTitle() const;
     void writeFile(const FileGroup& file);
     void writeRule(const FileGroup& file, const RuleGroup& rule);
-    void writeFinding(const FileGroup& file, const Value& result, const Value* rule);
+    void writeFinding(const FileGroup& file, const RuleGroup& rule, const Finding& finding);
     void writeLocationLine(const char* label, const FileGroup& owner, const Place& place,
                            Bytes message);
 
     const Value* ruleOf(const Value& result, QByteArray* id) const;
+    // The fingerprint that sorts first by name, else every partial fingerprint by name, else a
+    // hash of the rule, the file and the code or message, unique in the run.
+    QByteArray keyOf(const Value& result, const QByteArray& ruleId, const Value* rule,
+                     const Place& place);
     // A message, filled with its arguments, and a text of a rule: kept up to the limits of
     // captured text, with a note naming the log where cut.
     QByteArray messageOf(const Value* message, const Value* rule) const;
@@ -106,6 +119,8 @@ private:
     QHash<QByteArray, const Value*> m_rulesById;
     QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
     std::vector<FileGroup> m_groups;
+    ResultKeys m_keys;
+    std::vector<std::pair<Bytes, Bytes>> m_prints; // the fingerprints of a result, by name
     qsizetype m_resultCount = 0;
     Verdict m_verdict = Verdict::NotEvaluated; // of the whole run
     int m_fileLevel = 1; // title level of the File nodes: one deeper under a Run node

@@ -28,6 +28,9 @@ public:
     QString stat; // verdict: QSOK, QSKO, QSNE or anything else (no verdict)
     QString icon; // picture file name
     QString base; // directory that relative source paths of the item start from
+    // What identifies the result across runs (the converter's "key" attribute), empty when the
+    // file gives none.
+    QString key;
 };
 
 // Debug dump: name, type, state and tag, then the kinds of the bounding items when set.

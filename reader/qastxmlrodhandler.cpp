@@ -187,6 +187,9 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
 
     if (attributes.contains("base"))
         node->base = attributes.value("base");
+    // Every node has a key of its own: not pooled. Other attributes are not kept.
+    if (const char* key = attributes.raw("key"))
+        node->key = QString::fromUtf8(key);
     return true;
 }
 

@@ -71,6 +71,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     setWindowIcon(icon);
     const QStringList searchPaths = studio ? studio->documentSearchPath() : QStringList();
 
+    // The names by which tests and style sheets find the parts of the window.
     m_headerDock = new QDockWidget(this);
     m_headerDock->setObjectName(QStringLiteral("summaryDock"));
     m_headerDock->setFeatures(QDockWidget::DockWidgetClosable);

@@ -130,8 +130,12 @@ QString DHTMLWriter::cssRules(const QList<std::pair<const DStyle*, QString>>& cl
     static const char* const aligns[] = {"left", "center", "right", "justify"};
     for (const auto& [style, name] : classes) {
         css += QLatin1Char('.') + name + QLatin1String(" {");
-        if (const QString family = cssFamily(style->family()); !family.isEmpty())
-            css += QStringLiteral(" font-family: \"%1\", sans-serif;").arg(family);
+        const QString family = cssFamily(style->family());
+        const QLatin1String generic(style->pre() ? "monospace" : "sans-serif");
+        if (!family.isEmpty())
+            css += QStringLiteral(" font-family: \"%1\", %2;").arg(family, generic);
+        else if (style->pre())
+            css += QStringLiteral(" font-family: %1;").arg(generic);
         if (style->size() > 0)
             css += QStringLiteral(" font-size: %1pt;").arg(style->size());
         if (style->bold())
@@ -150,6 +154,8 @@ QString DHTMLWriter::cssRules(const QList<std::pair<const DStyle*, QString>>& cl
             css += QStringLiteral(" text-align: %1;").arg(QLatin1String(aligns[style->align()]));
         if (style->indent() > 0)
             css += QStringLiteral(" margin-left: %1px;").arg(style->indent());
+        if (style->pre())
+            css += QLatin1String(" white-space: pre-wrap;");
         css += QLatin1String(" }\n");
     }
     return css;

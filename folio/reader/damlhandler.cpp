@@ -379,6 +379,7 @@ bool DAmlHandler::defineStyle(const DAmlAttributes& attributes)
     style->setColor(in.color("color"));
     style->setBackground(in.color("background"));
     style->setIndent(in.integer("indent", 0));
+    style->setPre(in.boolean("pre"));
     const QString align = in.text("align");
     DStyle::Alignment alignment = DStyle::AlignLeft;
     if (!align.isEmpty() && !DStyle::alignFromName(align, &alignment)) {

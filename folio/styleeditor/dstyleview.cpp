@@ -32,6 +32,7 @@ void copyProperties(const DStyle& from, DStyle& to)
     to.setBackground(from.background());
     to.setAlign(from.align());
     to.setIndent(from.indent());
+    to.setPre(from.pre());
 }
 
 // A check box that switches a colour on, beside the button that chooses it.

@@ -48,6 +48,10 @@ public:
     // Left indent in pixels.
     int indent() const { return m_indent; }
     void setIndent(int pixels) { m_indent = pixels; }
+    // Preformatted text (code, stack traces): line breaks and spaces kept, in a fixed-width
+    // face when the family names none.
+    bool pre() const { return m_pre; }
+    void setPre(bool on) { m_pre = on; }
 
     // The alignment as Qt spells it.
     static Qt::Alignment qtAlignment(Alignment align);
@@ -67,6 +71,7 @@ private:
     DColor m_background;
     Alignment m_align = AlignLeft;
     int m_indent = 0;
+    bool m_pre = false;
 };
 
 using DStylePtr = QExplicitlySharedDataPointer<DStyle>;

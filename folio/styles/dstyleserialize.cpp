@@ -43,6 +43,8 @@ public:
             align(res);
         else if (name == QLatin1String("indent"))
             integer(res, 0, DStyleSerialize::maxIndent, &DStyle::setIndent);
+        else if (name == QLatin1String("pre"))
+            boolean(res, &DStyle::setPre);
     }
 
     const QString& problem() const { return m_problem; }
@@ -141,6 +143,7 @@ std::unique_ptr<QAResGroup> DStyleSerialize::styleToResources(const QString& nam
     addColor(*group, QStringLiteral("background"), style.background());
     group->add<QAResString>(QStringLiteral("align"), DStyle::alignName(style.align()));
     group->add<QAResInt>(QStringLiteral("indent"), style.indent());
+    group->add<QAResBoolean>(QStringLiteral("pre"), style.pre());
     return group;
 }
 

@@ -10,7 +10,7 @@ class QAResGroup;
 // Keeps styles in the settings tree. A style becomes a group:
 //   string "name", string "family", int "size", booleans "bold", "italic", "underline",
 //   rgb "color" or boolean "default_color" (true: the view's colour), the same for "background",
-//   string "align" (left, center, right, justify), int "indent".
+//   string "align" (left, center, right, justify), int "indent", boolean "pre".
 class DStyleSerialize
 {
 public:

@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QImageReader>
 #include <QPainter>
@@ -135,6 +136,8 @@ QString cssOf(const DStyle* style)
         css += QStringLiteral("color:%1;").arg(style->color().name());
     if (style->background().isValid())
         css += QStringLiteral("background-color:%1;").arg(style->background().name());
+    if (style->pre())
+        css += QStringLiteral("white-space:pre-wrap;");
     return css;
 }
 
@@ -196,8 +199,16 @@ QFont DLayoutContext::fontOf(const DStyle* style) const
     if (found != m_fonts.cend())
         return *found;
     QFont styled = font;
-    if (!style->family().isEmpty())
+    if (style->pre()) {
+        // Fixed width, also where the style's family is not installed.
+        const QString fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+        styled.setFamilies(style->family().isEmpty() ? QStringList{fixed}
+                                                     : QStringList{style->family(), fixed});
+        styled.setStyleHint(QFont::Monospace);
+        styled.setFixedPitch(true);
+    } else if (!style->family().isEmpty()) {
         styled.setFamilies({style->family(), font.family()});
+    }
     if (style->size() > 0)
         styled.setPointSize(style->size());
     styled.setBold(style->bold());
@@ -285,6 +296,9 @@ void DBlockLayout::collectText()
         run.style = m_block.style;
         if (m_block.first)
             appendInline(run, m_block.first, m_block.last, m_block.style);
+        // Preformatted text breaks its lines where it says (a line separator keeps the length).
+        if (run.style && run.style->pre())
+            run.text.replace(QLatin1Char('\n'), QChar::LineSeparator);
         m_runs.push_back(std::move(run));
     } else if (m_block.kind == DBlock::Row) {
         for (DItem* cell = m_block.owner->asContainer()->firstChild(); cell; cell = cell->next()) {

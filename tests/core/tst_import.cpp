@@ -1,6 +1,9 @@
 // Analyzer and test results turned into result files: real tool outputs, the corners of SARIF
 // and JUnit XML, bad input, and the cache the viewer reads them from.
 
+#include "folio/model/ddocument.h"
+#include "folio/reader/damlhandler.h"
+#include "folio/reader/damlreader.h"
 #include "import/cappedtext.h"
 #include "import/importcache.h"
 #include "import/markupwriter.h"
@@ -11,6 +14,7 @@
 #include "sdk/qasafefile.h"
 #include "tests/testkit.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -19,6 +23,7 @@
 #include <QTest>
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -34,6 +39,7 @@ struct Imported
     QByteArray markup;
     std::unique_ptr<QAReporterData> record;
     QStringList nodes; // "depth type name state [base]", in reading order
+    QStringList keys;  // the key of each node, in the same order
     QString readError;
 
     bool ok() const { return record != nullptr; }
@@ -61,6 +67,7 @@ Imported import(const QString& input, const QString& output)
         if (!node->base.isEmpty())
             line += QLatin1Char(' ') + node->base;
         imported.nodes.append(line);
+        imported.keys.append(node->key);
     }
     return imported;
 }
@@ -92,6 +99,63 @@ QByteArray result(const QByteArray& uri, int line, const QByteArray& extra = QBy
 Run crcview(const QStringList& arguments)
 {
     return testkit::runCrcview(arguments, 120000);
+}
+
+// A result of rule R1 at `line` of `uri`, with `snippet` when not null.
+QByteArray finding(const QByteArray& uri, int line, const QByteArray& snippet,
+                   const QByteArray& message, const QByteArray& extra = QByteArray())
+{
+    const QByteArray code =
+        snippet.isNull() ? QByteArray() : ",\"snippet\":{\"text\":\"" + snippet + "\"}";
+    return "{\"ruleId\":\"R1\",\"message\":{\"text\":\"" + message +
+           "\"},\"locations\":[{\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"" + uri +
+           "\"},\"region\":{\"startLine\":" + QByteArray::number(line) + code + "}}}]" + extra +
+           "}";
+}
+
+// The keys of the nodes of `type`, in reading order.
+QStringList keysOf(const Imported& imported, const QString& type)
+{
+    QStringList keys;
+    for (qsizetype i = 0; i < imported.nodes.size(); ++i) {
+        if (imported.nodes.at(i).section(QLatin1Char(' '), 1, 1) == type)
+            keys.append(imported.keys.at(i));
+    }
+    return keys;
+}
+
+// The shipped display styles, as the viewer reads them.
+DStyleList shippedStyles()
+{
+    QFile file(data + QStringLiteral("/../../../data/lib/reporterstyle.aml"));
+    DAmlHandler handler;
+    handler.setEnabledLocalStyle(true);
+    DAmlReader reader(&handler);
+    if (!file.open(QIODevice::ReadOnly) || !reader.parse(&file))
+        return {};
+    return handler.localStyles();
+}
+
+// The first paragraph of `document` in the style `style` whose text holds `text`.
+DItem* paragraphWith(DDocument* document, const QString& style, const QString& text)
+{
+    std::vector<DItem*> open{document};
+    while (!open.empty()) {
+        DItem* item = open.back();
+        open.pop_back();
+        if (item->type() == DItem::Paragraph && item->style() && item->style()->name() == style) {
+            const DItemContainer* paragraph = item->asContainer();
+            for (const DItem* child = paragraph->firstChild(); child; child = child->next()) {
+                if (const DText* piece = dcast<DText>(child); piece && piece->text().contains(text))
+                    return item;
+            }
+        }
+        if (const DItemContainer* container = item->asContainer()) {
+            for (DItem* child = container->firstChild(); child; child = child->next())
+                open.push_back(child);
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -415,6 +479,271 @@ private Q_SLOTS:
         QCOMPARE(error.text(), path("folder.sarif") + notRegular);
     }
 
+    // What identifies a finding from one run to the next, kept as its node's key and read back
+    // with the node: without fingerprints, a hash of the rule, the file and the code (or else
+    // the message) without white space and the numbers of lines and columns. A finding that only
+    // moved keeps its key, one in a renamed file or with another message gets another, and equal
+    // findings of a run are numbered in the order they come.
+    void sarifIdentity()
+    {
+        const QByteArray base =
+            finding("a.c", 3, "  p = gets(buf);", "gets used") + "," +
+            finding("a.c", 9, QByteArray(), "x declared at line 2, column 5 is never used") + "," +
+            finding("a.c", 12, "free(p);", "freed twice") + "," +
+            finding("a.c", 20, "free(p);", "freed twice");
+        const QByteArray head =
+            finding("a.c", 30, "p =  gets( buf );\\n", "gets used") + "," +
+            finding("a.c", 41, QByteArray(), "x declared at line 33, column 9 is never used") +
+            "," + finding("a.c", 50, "free(p);", "freed twice") + "," +
+            finding("a.c", 60, "free(p);", "freed twice") + "," +
+            finding("b.c", 3, "  p = gets(buf);", "gets used") + "," +
+            finding("a.c", 9, QByteArray(), "y declared at line 2, column 5 is never used");
+        const Imported before = importText("base.sarif", sarif(base));
+        QVERIFY2(before.ok(), qPrintable(before.error.text() + before.readError));
+        const Imported after = importText("head.sarif", sarif(head));
+        QVERIFY2(after.ok(), qPrintable(after.error.text() + after.readError));
+        // Shown by file, then rule, in the order of the log.
+        const QStringList was = keysOf(before, QStringLiteral("Finding"));
+        const QStringList is = keysOf(after, QStringLiteral("Finding"));
+        QCOMPARE(was.size(), 4);
+        QCOMPARE(is.size(), 6);
+        for (const QString& key : was + is)
+            QVERIFY2(QRegularExpression(QStringLiteral("^hash:[0-9a-f]{40}(#[0-9]+)?$"))
+                         .match(key)
+                         .hasMatch(),
+                     qPrintable(key));
+        QCOMPARE(is.mid(0, 4), was);                           // moved, reindented, renumbered
+        QCOMPARE(was.at(3), was.at(2) + QStringLiteral("#2")); // the same code twice
+        QCOMPARE(is.at(4).size(), was.at(0).size());
+        QVERIFY(is.at(4) != was.at(0)); // renamed file: b.c is shown after a.c
+        QVERIFY(is.at(5) != was.at(1)); // another variable
+        QCOMPARE(before.nodes.filter(QStringLiteral(" Finding ")).size(), 4);
+
+        // Fingerprints come first, the first by name of several, then the partial ones, all of
+        // them by name; a long one is given by its hash. The kinds never meet.
+        const QByteArray printed =
+            finding("a.c", 1, "same();", "m",
+                    ",\"fingerprints\":{\"b/v1\":\"two\",\"a/v1\":\"one\"},"
+                    "\"partialFingerprints\":{\"primaryLocationLineHash\":\"abc:1\"}") +
+            "," +
+            finding("a.c", 2, "same();", "m",
+                    ",\"partialFingerprints\":{\"primaryLocationLineHash\":\"abc:1\","
+                    "\"other/v2\":\"q\"}") +
+            "," + finding("a.c", 3, "same();", "m", ",\"fingerprints\":{\"a/v1\":\"one\"}") + "," +
+            finding("a.c", 4, "same();", "m",
+                    ",\"fingerprints\":{\"long\":\"" + QByteArray(300, 'f') + "\"}") +
+            "," + finding("a.c", 5, "same();", "m", ",\"fingerprints\":{\"empty\":\"\"}");
+        const Imported prints = importText("prints.sarif", sarif(printed));
+        QVERIFY2(prints.ok(), qPrintable(prints.error.text() + prints.readError));
+        const QStringList keys = keysOf(prints, QStringLiteral("Finding"));
+        QCOMPARE(keys.size(), 5);
+        QCOMPARE(keys.at(0), QStringLiteral("fp:a/v1=one"));
+        QCOMPARE(keys.at(1), QStringLiteral("pfp:other/v2=q;primaryLocationLineHash=abc:1"));
+        QCOMPARE(keys.at(2), QStringLiteral("fp:a/v1=one#2"));
+        QVERIFY2(
+            QRegularExpression(QStringLiteral("^fp#[0-9a-f]{40}$")).match(keys.at(3)).hasMatch(),
+            qPrintable(keys.at(3)));
+        QVERIFY2(keys.at(4).startsWith(QLatin1String("hash:")), qPrintable(keys.at(4)));
+        QVERIFY(prints.markup.contains("key=\"fp:a/v1=one\""));
+
+        // flawfinder gives each finding a fingerprint of its own.
+        const Imported flawfinder =
+            import(data + QStringLiteral("/flawfinder.sarif"), path("ffkeys.crc"));
+        QVERIFY(flawfinder.ok());
+        const QStringList flawKeys = keysOf(flawfinder, QStringLiteral("Finding"));
+        QCOMPARE(flawKeys.size(), 7);
+        QCOMPARE(QSet<QString>(flawKeys.begin(), flawKeys.end()).size(), 7);
+        for (const QString& key : flawKeys)
+            QVERIFY2(key.startsWith(QLatin1String("fp:contextHash/v1=")), qPrintable(key));
+    }
+
+    // Each finding carries its level as SARIF defaults it (its own, "none" for a result that is
+    // not a failure, its rule's, else "warning") and its rule, for the display and the gates.
+    void sarifLevelsAndRules()
+    {
+        QByteArray log = sarif(result("\"uri\":\"a.c\"", 1, ",\"level\":\"error\"") + "," +
+                               result("\"uri\":\"a.c\"", 2) + "," +
+                               result("\"uri\":\"a.c\"", 3, ",\"kind\":\"pass\"") + "," +
+                               result("\"uri\":\"a.c\"", 4, ",\"level\":\"loud\"") + "," +
+                               result("\"uri\":\"a.c\"", 5).replace("\"R1\"", "\"R2\"") + "," +
+                               "{\"message\":{\"text\":\"no rule\"},\"level\":\"none\"}");
+        log.replace("\"helpUri\"", "\"defaultConfiguration\":{\"level\":\"note\"},\"helpUri\"");
+        const Imported imported = importText("levels.sarif", log);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QStringList found;
+        static const QRegularExpression finding(
+            QStringLiteral("type=\"Finding\"[^>]* level=\"([a-z]+)\"( rule=\"([^\"]*)\")?>"));
+        for (auto match = finding.globalMatch(QString::fromUtf8(imported.markup));
+             match.hasNext();) {
+            const QRegularExpressionMatch next = match.next();
+            found.append(next.captured(1) + QLatin1Char(' ') + next.captured(3));
+        }
+        QCOMPARE(found,
+                 (QStringList{"error R1", "note R1", "none R1", "note R1", "warning R2", "none "}));
+        QVERIFY(imported.markup.contains(">note: goto used</PARAGRAPH>"));
+    }
+
+    // A log of several runs: each run is titled by its own tool, and a run is passed unless a
+    // result of it failed, a clean one too. clang's analyzer, one log per file merged into one
+    // (see data/import), names itself in its version.
+    void sarifRunsOfSeveralTools()
+    {
+        const Imported clang = import(data + QStringLiteral("/clang-merged.sarif"), path("cm.crc"));
+        QVERIFY2(clang.ok(), qPrintable(clang.error.text() + clang.readError));
+        const QStringList runs = clang.nodes.filter(QRegularExpression(QStringLiteral("^1 Run ")));
+        QCOMPARE(runs.size(), 81);
+        QCOMPARE(runs.filter(QStringLiteral("1 Run Debian clang version 14.0.6 ok")).size(), 74);
+        QCOMPARE(runs.filter(QStringLiteral("1 Run Debian clang version 14.0.6 ko")).size(), 7);
+        QCOMPARE(totals(clang), QStringLiteral("0/20/-1"));
+
+        const QByteArray lint = sarif(result("\"uri\":\"a.c\"", 1));
+        const QByteArray mixed = lint.chopped(2) +
+                                 ",{\"tool\":{\"driver\":{\"name\":\"scan\",\"semanticVersion\":"
+                                 "\"3.0\"}},\"results\":[]},{\"tool\":{\"driver\":{}}}]}";
+        const Imported imported = importText("mixed.sarif", mixed);
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        QCOMPARE(imported.nodes.filter(QRegularExpression(QStringLiteral("^1 Run "))),
+                 (QStringList{"1 Run lint 1.2 ko", "1 Run scan 3.0 ok", "1 Run Unnamed tool ok"}));
+        QVERIFY(imported.markup.contains("<TITLE style=\"Title1 Passed\">scan 3.0</TITLE>"));
+    }
+
+    // pytest's report (see data/import): its 746 tests grouped by class under the suite, each
+    // class with the verdict and counts of its tests, two tests of one name told apart by their
+    // class and their key. pytest counts `line` from 0; the places in a trace count from 1 and
+    // are links. A case of another tool with a Python file counts from 1. Equal cases of a
+    // suite are numbered; a class whose cases are apart is a node per run of them.
+    void junitGroupedByClass()
+    {
+        const Imported pytest =
+            import(data + QStringLiteral("/pytest-pyflakes-xunit1.xml"), path("py.crc"));
+        QVERIFY2(pytest.ok(), qPrintable(pytest.error.text() + pytest.readError));
+        QCOMPARE(totals(pytest), QStringLiteral("723/5/18"));
+        const QStringList tests =
+            pytest.nodes.filter(QRegularExpression(QStringLiteral("^3 Test ")));
+        QCOMPARE(tests.size(), 746);
+        QCOMPARE(pytest.nodes.filter(QRegularExpression(QStringLiteral("^2 Class "))).size(), 27);
+        QCOMPARE(pytest.nodes.size(), 1 + 27 + 746);
+        QCOMPARE(pytest.nodes.at(1),
+                 QStringLiteral("2 Class pyflakes.test.test_api.TestIterSourceCode ok"));
+        QVERIFY(pytest.markup.contains("<PARAGRAPH style=\"Normal\">17 tests: 16 passed, 1 "
+                                       "skipped.</PARAGRAPH>")); // CheckTests
+        QVERIFY(pytest.nodes.contains(
+            QStringLiteral("2 Class pyflakes.test.test_api.IntegrationTests ko")));
+        QVERIFY(
+            pytest.markup.contains("<PARAGRAPH style=\"Normal\">5 tests: 5 failed.</PARAGRAPH>"));
+        const QStringList keys = keysOf(pytest, QStringLiteral("Test"));
+        QCOMPARE(QSet<QString>(keys.begin(), keys.end()).size(), 746);
+        QCOMPARE(tests.filter(QStringLiteral(" test_errors_io ")).size(), 2);
+        QVERIFY(keys.contains(
+            QStringLiteral("junit:pytest|pyflakes.test.test_api.IntegrationTests|test_errors_io")));
+        QVERIFY(keys.contains(
+            QStringLiteral("junit:pytest|pyflakes.test.test_api.TestMain|test_errors_io")));
+        // test_emptyDirectory is at line="114": the line 115 of its file.
+        QVERIFY(pytest.markup.contains("<LINK target=\"pyflakes/test/test_api.py line 115\" "
+                                       "style=\"Link\">pyflakes/test/test_api.py line 115</LINK>"));
+        QVERIFY(pytest.markup.contains("<LINK target=\"pyflakes/test/test_api.py line 772\">"
+                                       "pyflakes/test/test_api.py:772</LINK>: AssertionError"));
+        QVERIFY(pytest.markup.contains("<PARAGRAPH style=\"Code Failed\">AssertionError: Tuples "
+                                       "differ: ('', \"/usr/bin/python3: can't open file "
+                                       "'/tmp/[76 chars]\", 2) != ('', '/tmp/tmp1acrcscs/temp: "
+                                       "No such file or directory\\n', 1)\n\nFirst differing "
+                                       "element 1:\n"));
+
+        Imported imported = importText(
+            "cases.xml",
+            "<testsuites><testsuite name='mine'>"
+            "<testcase classname='pkg.test_a.TestX' name='t' file='pkg/test_a.py' line='0'/>"
+            "<testcase classname='pkg.test_a.TestX' name='t' file='pkg/test_a.py' line='7'>"
+            "<failure message='m'>Traceback (most recent call last):\n"
+            "  File \"pkg/test_a.py\", line 9, in t\n    assert f()\n"
+            "  File \"/usr/lib/python3/lib.py\", line 12, in f\nAssertionError at 12:30:45, "
+            "see http://host:8080/x.c:5</failure>"
+            "</testcase>"
+            "<testcase classname='other' name='u' file='pkg/u.py' line='4'/>"
+            "<testcase classname='pkg.test_a.TestX' name='t'/>"
+            "</testsuite>"
+            "<testsuite name='a'><testcase classname='b|c' name='d'/></testsuite>"
+            "<testsuite name='a|b'><testcase classname='c' name='d'/></testsuite>"
+            "</testsuites>");
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        const QString base = QLatin1Char(' ') + m_dir.path() + QLatin1Char('/');
+        QCOMPARE(imported.nodes,
+                 (QStringList{QStringLiteral("1 Suite mine ko") + base,
+                              QStringLiteral("2 Class pkg.test_a.TestX ko"),
+                              QStringLiteral("3 Test t ok"), QStringLiteral("3 Test t ko"),
+                              QStringLiteral("2 Class other ok"), QStringLiteral("3 Test u ok"),
+                              QStringLiteral("2 Class pkg.test_a.TestX ok"),
+                              QStringLiteral("3 Test t ok"), QStringLiteral("1 Suite a ok") + base,
+                              QStringLiteral("2 Class b|c ok"), QStringLiteral("3 Test d ok"),
+                              QStringLiteral("1 Suite a|b ok") + base,
+                              QStringLiteral("2 Class c ok"), QStringLiteral("3 Test d ok")}));
+        QCOMPARE(keysOf(imported, QStringLiteral("Test")),
+                 (QStringList{"junit:mine|pkg.test_a.TestX|t", "junit:mine|pkg.test_a.TestX|t#2",
+                              "junit:mine|other|u", "junit:mine|pkg.test_a.TestX|t#3",
+                              "junit:a|b\\|c|d", "junit:a\\|b|c|d"}));
+        QVERIFY(imported.markup.contains("<LINK target=\"pkg/test_a.py line 1\""));
+        QVERIFY(imported.markup.contains("<LINK target=\"pkg/test_a.py line 8\""));
+        QVERIFY(imported.markup.contains("<LINK target=\"pkg/u.py line 4\""));
+        QVERIFY(imported.markup.contains(", line 12</LINK>, in f\nAssertionError at 12:30:45, "
+                                         "see http://host:8080/x.c:5</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(
+            "  File <LINK target=\"pkg/test_a.py line 9\">\"pkg/test_a.py\", line 9</LINK>, in "
+            "t\n    assert f()\n  File <LINK target=\"/usr/lib/python3/lib.py line 12\">"));
+
+        // jest writes one class for both cases of a suite that did not run, of one name.
+        const Imported jest = import(data + QStringLiteral("/jest-junit.xml"), path("jest.crc"));
+        QVERIFY2(jest.ok(), qPrintable(jest.error.text() + jest.readError));
+        QCOMPARE(keysOf(jest, QStringLiteral("Test")).mid(0, 2),
+                 (QStringList{"junit:gensync/test/index.test.js|Test suite failed to "
+                              "run|gensync/test/index.test.js",
+                              "junit:gensync/test/index.test.js|Test suite failed to "
+                              "run|gensync/test/index.test.js#2"}));
+        QCOMPARE(jest.nodes.filter(QStringLiteral(" Class ")).size(), 1);
+    }
+
+    // Code frames, stack traces and snippets keep their lines and spaces: the converted file
+    // marks them preformatted (the document view lays such text out line by line, see tst_view),
+    // and the exported page keeps them (pre-wrap, monospace).
+    void preformattedText()
+    {
+        const QString jest = data + QStringLiteral("/jest-junit.xml");
+        const Imported imported = import(jest, path("frames.crc"));
+        QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
+        const QByteArray frame = "      201 |   });\n      202 |\n    &gt; 203 |   describe(";
+        QVERIFY(imported.markup.contains("<PARAGRAPH style=\"Code\">  \xE2\x97\x8F Test suite"));
+        QVERIFY(imported.markup.contains(frame));
+        QVERIFY(imported.markup.contains(
+            "\n      at describe (<LINK target=\"gensync/test/index.test.js line 203\">"
+            "gensync/test/index.test.js:203:3</LINK>)\n      at Object.describe ("));
+        const Imported flawfinder =
+            import(data + QStringLiteral("/flawfinder.sarif"), path("snippets.crc"));
+        QVERIFY(
+            flawfinder.markup.contains("<PARAGRAPH style=\"Code\">    gets(line);</PARAGRAPH>"));
+
+        const DStyleList styles = shippedStyles();
+        QVERIFY(!styles.isEmpty());
+        ReportLoadError error;
+        const std::unique_ptr<QAReporterData> record =
+            loadReport(path("frames.crc"), styles, nullptr, &error);
+        QVERIFY2(record, qPrintable(error.message));
+        DItem* paragraph = paragraphWith(record->document.get(), QStringLiteral("Code"),
+                                         QStringLiteral("      202 |\n"));
+        QVERIFY(paragraph);
+        QVERIFY(paragraph->style()->pre());
+
+        const QString pages = path("framepages");
+        const Run run = crcview({QStringLiteral("export"), pages, jest});
+        QCOMPARE(run.status, 0);
+        const QByteArray page = readFile(pages + QStringLiteral("/tests.html"));
+        QVERIFY2(page.contains(".s-Code { font-family: \"Monospace\", monospace;"),
+                 page.constData());
+        static const QRegularExpression code(
+            QStringLiteral("\\.s-Code \\{[^}]* white-space: pre-wrap; \\}"));
+        QVERIFY(code.match(QString::fromUtf8(page)).hasMatch());
+        QVERIFY(page.contains("<p class=\"s-Code\">  \xE2\x97\x8F Test suite failed to run\n\n"));
+        QVERIFY(page.contains(frame));
+    }
+
     // Sections are numbered through the whole output, and their titles escaped, whichever
     // importer opens them.
     void markupSections()
@@ -470,24 +799,31 @@ private Q_SLOTS:
         QCOMPARE(imported.nodes, (QStringList{
                                      QStringLiteral("1 Suite outer ko") + base,
                                      QStringLiteral("2 Suite inner ko") + base,
-                                     QStringLiteral("3 Test ok1 ok"),
-                                     QStringLiteral("3 Test broke ko"),
+                                     QStringLiteral("3 Class a.B ko"),
+                                     QStringLiteral("4 Test ok1 ok"),
+                                     QStringLiteral("4 Test broke ko"),
                                      QStringLiteral("2 Test skip NE"),
                                      QStringLiteral("2 Test wrong ko"),
                                      QStringLiteral("1 Suite skips NE") + base,
                                      QStringLiteral("2 Test s NE"),
                                      QStringLiteral("1 Suite go ok") + base,
-                                     QStringLiteral("2 Test TestOk ok"),
+                                     QStringLiteral("2 Class pkg ok"),
+                                     QStringLiteral("3 Test TestOk ok"),
                                  }));
         QCOMPARE(totals(imported), QStringLiteral("2/2/2"));
         QVERIFY(imported.markup.contains("title=\"all\""));
         QVERIFY(imported.markup.contains("Error: NPE (java.lang.NPE)"));
-        QVERIFY(imported.markup.contains(">at a.B.main(B.java:3)</PARAGRAPH>"));
+        // The trace keeps its lines, each place in it a link beside the report.
+        QVERIFY(imported.markup.contains(
+            "<PARAGRAPH style=\"Code\">at a.B.broke(<LINK target=\"B.java line "
+            "12\">B.java:12</LINK>)"
+            "\nat a.B.main(<LINK target=\"B.java line 3\">B.java:3</LINK>)</PARAGRAPH>"));
         QVERIFY(imported.markup.contains("Skipped: not on Linux"));
         QVERIFY(imported.markup.contains("<LINK target=\"tests/test_x.py line 17\""));
         QVERIFY(imported.markup.contains("Standard output</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">ok pkg</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">set up</PARAGRAPH>")); // before a nested suite
+        QVERIFY(imported.markup.contains("1 passed, 1 failed.</PARAGRAPH>")); // of class a.B
 
         for (const char* encoding : {"ISO-8859-1", "windows-1252"}) {
             imported =
@@ -518,8 +854,8 @@ private Q_SLOTS:
             importText("long.xml", "<testsuite name='t'><testcase name='c'><system-out>" + output +
                                        "</system-out></testcase></testsuite>");
         QVERIFY2(imported.ok(), qPrintable(imported.error.text() + imported.readError));
-        QVERIFY(imported.markup.contains(">line 199</PARAGRAPH>"));
-        QVERIFY(!imported.markup.contains(">line 200</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains("\nline 199</PARAGRAPH>"));
+        QVERIFY(!imported.markup.contains("line 200"));
         QVERIFY(imported.markup.contains("(cut here: 4800 more lines in long.xml)"));
 
         QByteArray many = "<testsuites><testsuite name='many'>";
@@ -576,8 +912,7 @@ private Q_SLOTS:
         QCOMPARE(totals(imported), QStringLiteral("2/1/-1"));
         QVERIFY(imported.markup.endsWith("</XROD>\n"));
         QCOMPARE(imported.markup.count("</XROD>"), 1);
-        QVERIFY(imported.markup.contains(">before</PARAGRAPH>"));
-        QVERIFY(imported.markup.contains(">after</PARAGRAPH>"));
+        QVERIFY(imported.markup.contains(">before\n\nafter</PARAGRAPH>"));
         QVERIFY(imported.markup.contains(">real</PARAGRAPH>"));
     }
 
@@ -795,8 +1130,10 @@ private Q_SLOTS:
              it.hasNext();)
             beside.append(QFileInfo(it.next()).fileName());
         beside.sort();
-        QCOMPARE(beside, (QStringList{"README.md", "clang-analyzer.sarif", "clean.c", "copy.c",
-                                      "ctest-junit.xml", "flawfinder.sarif", "leak.c", "tmp.c"}));
+        QCOMPARE(beside,
+                 (QStringList{"README.md", "clang-analyzer.sarif", "clang-merged.sarif", "clean.c",
+                              "copy.c", "ctest-junit.xml", "flawfinder.sarif", "jest-junit.xml",
+                              "leak.c", "pytest-pyflakes-xunit1.xml", "tmp.c"}));
     }
 };
 

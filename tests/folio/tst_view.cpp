@@ -13,6 +13,8 @@
 
 #include <QBuffer>
 #include <QClipboard>
+#include <QFontInfo>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QMimeData>
 #include <QPainter>
@@ -713,6 +715,42 @@ private Q_SLOTS:
         QVERIFY(view.moveTo(QString(), QString(), QStringLiteral("end")));
         QVERIFY(view.search(QRegularExpression(QStringLiteral("bottom"))));
         QCOMPARE(view.selectedText(), QStringLiteral("bottom"));
+    }
+
+    // Preformatted text (code frames, stack traces) is laid out line by line as it is written,
+    // spaces kept, in a fixed-width face.
+    void preformattedTextKeepsItsLines()
+    {
+        DStylePtr code(new DStyle(QStringLiteral("Code")));
+        code->setFamily(QStringLiteral("Monospace"));
+        code->setSize(9);
+        code->setPre(true);
+        QByteArray frame;
+        for (int line = 1; line <= 14; ++line)
+            frame += (line > 1 ? "\n" : "") + QByteArray(line % 3, ' ') + "    " +
+                     QByteArray::number(line) + " |   call(" + QByteArray::number(line) + ");";
+        const std::unique_ptr<DDocument> document =
+            read("<DOCUMENT tag='d'><PARAGRAPH style='Code'>" + frame + "</PARAGRAPH></DOCUMENT>",
+                 {code});
+        DBlockList blocks;
+        blocks.appendDocument(document.get());
+        const DBlock* block = nullptr;
+        for (const DBlock& candidate : blocks.blocks()) {
+            if (candidate.style == code.data())
+                block = &candidate;
+        }
+        QVERIFY(block);
+        DLayoutContext context;
+        context.width = 4000; // no line is wrapped
+        DBlockLayout layout(*block, context);
+        layout.layOut();
+        const QString text = layout.plainText();
+        QCOMPARE(int(text.count(QLatin1Char('\n'))) + 1, 14);
+        QVERIFY(text.contains(QLatin1String("\n      5 |   call(5);\n")));
+        const QFont font = context.fontOf(code.data());
+        QVERIFY(QFontInfo(font).fixedPitch());
+        QVERIFY2(layout.height() >= 14 * QFontMetricsF(font).lineSpacing(),
+                 qPrintable(QString::number(layout.height())));
     }
 
     // The documents' colours read every spelling the toolkit's colours read, to the same value,

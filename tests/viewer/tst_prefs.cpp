@@ -309,7 +309,9 @@ private Q_SLOTS:
         QAReporterPref pref(&studio);
         const QAReporterPrefStyles& page = *pref.styles;
         QVERIFY2(page.styleFileError().isEmpty(), qPrintable(page.styleFileError()));
-        QCOMPARE(page.styleNames, fixedStyleNames());
+        // The fixed names, then the preformatted styles of code and stack traces.
+        QCOMPARE(page.styleNames, fixedStyleNames() + (QStringList{QStringLiteral("Code"),
+                                                                   QStringLiteral("Code Failed")}));
         QCOMPARE(page.translations.size(), 28);
         for (const QString& name : fixedStyleNames())
             QVERIFY2(page.translations.contains(name), qPrintable(name));
@@ -473,6 +475,7 @@ private Q_SLOTS:
             style.setBackground(align % 2 ? DColor() : DColor(4, 5, 6));
             style.setAlign(DStyle::Alignment(align));
             style.setIndent(align * 10);
+            style.setPre(align % 2);
 
             std::unique_ptr<QAResGroup> res = DStyleSerialize::styleToResources("style", style);
             QCOMPARE(res->name(), QStringLiteral("style"));
@@ -489,6 +492,7 @@ private Q_SLOTS:
             QCOMPARE(copy.background(), style.background());
             QCOMPARE(copy.align(), style.align());
             QCOMPARE(copy.indent(), style.indent());
+            QCOMPARE(copy.pre(), style.pre());
         }
     }
 

@@ -4,20 +4,16 @@
 
 #include "defects/defectstore.h"
 #include "host/defectsdock.h"
-#include "host/defectsettingsdialog.h"
-#include "host/defectshost.h"
-#include "host/defecttracker.h"
-#include "host/outputdock.h"
 #include "host/studiomainwindow.h"
-#include "sdk/qadialogs.h"
+#include "sdk/qaresfile.h"
 #include "sdk/qastviewerwindow.h"
-#include "tests/studiotestkit.h"
+#include "tests/studio/studiofixture.h"
 #include "tests/testkit.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QContextMenuEvent>
 #include <QCryptographicHash>
+#include <QDialog>
 #include <QDialogButtonBox>
 #include <QHeaderView>
 #include <QJsonArray>
@@ -25,7 +21,7 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
+#include <QPointer>
 #include <QProcess>
 #include <QPushButton>
 #include <QSpinBox>
@@ -37,12 +33,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
+#include <algorithm>
 
 namespace {
 
 using namespace testkit;
-
-const QString submitEntry = QStringLiteral("&Submit Trackwell Defect Report");
 
 QString sha256(const QString& path)
 {
@@ -131,111 +126,29 @@ class TestDefects : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    std::unique_ptr<StudioMainWindow> m_studio;
-    ScriptedDialogs* m_dialogs = nullptr;
+    StudioFixture m_studio;
     QString m_store;
-    int m_outputMark = 0;
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
     QString settingsPath() const { return path(QStringLiteral("settings.xml")); }
 
-    QTreeView* outline() const { return qobject_cast<QTreeView*>(m_studio->currentOutline()); }
-
-    DefectsDock* dock() const { return m_studio->defects()->dock(); }
-
-    // The entry shown at `itemPath`, by the names drawn from the file entry down.
-    static QModelIndex findItem(const QTreeView* tree, const QStringList& itemPath)
+    // The value `key` of the DEFECTS group of the settings file, as saved.
+    QString savedSetting(const QString& key) const
     {
-        const QAbstractItemModel* entries = tree->model();
-        QModelIndex found;
-        for (const QString& text : itemPath) {
-            const QModelIndex parent = found;
-            found = QModelIndex();
-            for (int i = 0; i < entries->rowCount(parent) && !found.isValid(); ++i) {
-                if (entries->index(i, 0, parent).data().toString() == text)
-                    found = entries->index(i, 0, parent);
-            }
-            if (!found.isValid())
-                return {};
-        }
-        return found;
+        QString error;
+        const std::unique_ptr<QAResGroup> saved = QAResFile::read(settingsPath(), &error);
+        const QARes* group = saved ? saved->child(QStringLiteral("DEFECTS")) : nullptr;
+        const QARes* value =
+            group && group->toResGroup() ? group->toResGroup()->child(key) : nullptr;
+        return value && value->toResString() ? value->toResString()->value() : error;
     }
 
-    // Clicks the item in the outline, then right-clicks it and chooses the entry of its context
-    // menu with the keyboard.
-    bool fileFromOutline(const QStringList& itemPath, const QString& entry = submitEntry)
-    {
-        QTreeView* tree = outline();
-        const QModelIndex item = tree ? findItem(tree, itemPath) : QModelIndex();
-        if (!item.isValid())
-            return false;
-        tree->scrollTo(item);
-        const QPoint at = tree->visualRect(item).center();
-        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, at);
-        if (tree->currentIndex() != item)
-            return false;
-        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at,
-                                     tree->viewport()->mapToGlobal(at));
-        QApplication::sendEvent(tree->viewport(), &rightClick);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu)
-            return false;
-        QAction* chosen = nullptr;
-        for (QAction* action : menu->actions()) {
-            if (action->text() == entry)
-                chosen = action;
-        }
-        if (!chosen || !chosen->isEnabled()) {
-            menu->close();
-            return false;
-        }
-        menu->setActiveAction(chosen);
-        QTest::keyClick(menu, Qt::Key_Return);
-        return !menu->isVisible();
-    }
-
-    // What the output window gained since the last call, one message a line.
-    QStringList newOutput()
-    {
-        QStringList lines = m_studio->output()->contents().split(QLatin1Char('\n'));
-        if (lines.size() == 1 && lines.first().isEmpty())
-            lines.clear();
-        const QStringList fresh = lines.mid(m_outputMark);
-        m_outputMark = int(lines.size());
-        return fresh;
-    }
-
-    QAction* menuEntry(const QString& menuTitle, const QString& text) const
-    {
-        return menuAction(*m_studio, menuTitle, text);
-    }
-
-    // Tools > Defect Tracker..., fills the dialog in as a user would, OK.
+    // Tools > Defect Tracker..., filled in as a user does, OK; the settings file has them.
     void configure(const QString& command, int seconds, bool echo)
     {
-        QAction* entry = menuEntry(QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."));
-        QVERIFY(entry);
-        entry->trigger();
-        auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
-        QVERIFY(dialog && dialog->isVisible());
-        QVERIFY(dialog->findChild<QLabel*>()->text().contains(m_store));
-        dialog->commandEdit()->selectAll();
-        QTest::keyClick(dialog->commandEdit(), Qt::Key_Delete);
-        QTest::keyClicks(dialog->commandEdit(), command);
-        dialog->timeLimitSpin()->selectAll();
-        QTest::keyClicks(dialog->timeLimitSpin(), QString::number(seconds));
-        if (dialog->echoBox()->isChecked() != echo)
-            QTest::mouseClick(dialog->echoBox(), Qt::LeftButton, {},
-                              QPoint(4, dialog->echoBox()->height() / 2));
-        QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
-        QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
-        const DefectTrackerSettings settings = m_studio->defects()->tracker()->settings();
-        QCOMPARE(settings.submitCommand, command);
-        QCOMPARE(settings.timeLimitSeconds, seconds);
-        QCOMPARE(settings.echoCommandLines, echo);
-        QFile saved(settingsPath());
-        QVERIFY(saved.open(QIODevice::ReadOnly));
-        const QByteArray xml = saved.readAll();
+        QVERIFY(m_studio.configureTracker(command, seconds, echo));
+        QCOMPARE(savedSetting(QStringLiteral("submit_command")), command);
+        const QByteArray xml = readFile(settingsPath());
         QVERIFY(xml.contains(
             QStringLiteral("<int name=\"time_limit\" value=\"%1\"/>").arg(seconds).toUtf8()));
         QVERIFY(xml.contains(echo ? "<boolean name=\"echo_command_lines\" value=\"true\"/>"
@@ -245,55 +158,79 @@ class TestDefects : public QObject
     void useStore(const QString& store)
     {
         m_store = store;
-        m_studio->defects()->setStorePath(store);
+        m_studio.useDefectStore(store);
     }
 
-    QAStViewerWindow* openCopy(const char* name, const QString& as)
+    bool openCopy(const char* name, const QString& as)
     {
         QFile::remove(as);
-        if (!QFile::copy(example(name), as))
-            return nullptr;
-        return m_studio->openFiles({as});
+        return QFile::copy(example(name), as) && m_studio.open({as});
     }
+
+    // The studio's node of the viewer shown (its workspace and test), which crcstudio itself
+    // never sets: a studio that runs tests hands it to its viewers through the SDK.
+    void setStudioNode(const QString& workspace, const QString& test)
+    {
+        auto* viewer = qobject_cast<QAStViewerWindow*>(m_studio.tabs()->currentWidget());
+        QVERIFY(viewer);
+        viewer->setNode({workspace, test});
+    }
+
+    // Clicks the first row of the Defects dock, then goes down `row` rows with the keyboard.
+    void selectDefect(int row)
+    {
+        QTableView* table = m_studio.defectsTable();
+        QVERIFY(table && table->model()->rowCount() > row);
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
+        for (int i = 0; i < row; ++i)
+            QTest::keyClick(table, Qt::Key_Down);
+        QCOMPARE(table->currentIndex().row(), row);
+    }
+
+    QPushButton* button(const QString& text) const { return m_studio.defectsButton(text); }
+
+    // The items of the defects shown, top to bottom.
+    QStringList shownItems() { return m_studio.defectsColumn(DefectsDock::ItemColumn); }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_dir.isValid());
-        auto dialogs = std::make_unique<ScriptedDialogs>();
-        m_dialogs = dialogs.get();
-        QADialogs::install(std::move(dialogs));
         // The tracker's settings of an earlier run are in force from the start.
-        QFile settings(settingsPath());
-        QVERIFY(settings.open(QIODevice::WriteOnly));
-        settings.write("<resources version=\"1\"><group name=\"DEFECTS\">"
-                       "<string name=\"submit_command\" value=\"client {id}\"/>"
-                       "<int name=\"time_limit\" value=\"42\"/>"
-                       "<boolean name=\"echo_command_lines\" value=\"true\"/>"
-                       "</group></resources>");
-        settings.close();
-        m_studio = std::make_unique<StudioMainWindow>(pluginPath, settingsPath());
-        QVERIFY2(m_studio->plugin(), qPrintable(m_studio->pluginError()));
-        m_studio->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_studio.get()));
-        const DefectTrackerSettings loaded = m_studio->defects()->tracker()->settings();
-        QCOMPARE(loaded.submitCommand, QStringLiteral("client {id}"));
-        QCOMPARE(loaded.timeLimitSeconds, 42);
-        QVERIFY(loaded.echoCommandLines);
+        QVERIFY(writeFile(settingsPath(), "<resources version=\"1\"><group name=\"DEFECTS\">"
+                                          "<string name=\"submit_command\" value=\"client {id}\"/>"
+                                          "<int name=\"time_limit\" value=\"42\"/>"
+                                          "<boolean name=\"echo_command_lines\" value=\"true\"/>"
+                                          "</group></resources>"));
+        QVERIFY(m_studio.start(settingsPath()));
+        QPointer<QDialog> dialog = m_studio.openTrackerDialog();
+        QVERIFY(dialog);
+        auto* command =
+            qobject_cast<QLineEdit*>(fieldLabelled(dialog, QStringLiteral("Submit command:")));
+        auto* limit = qobject_cast<QSpinBox*>(fieldLabelled(dialog, QStringLiteral("Time limit:")));
+        QVERIFY(command && limit);
+        QCOMPARE(command->text(), QStringLiteral("client {id}"));
+        QCOMPARE(limit->value(), 42);
+        for (QCheckBox* box : dialog->findChildren<QCheckBox*>())
+            QVERIFY(box->isChecked());
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+        QTRY_VERIFY(dialog.isNull());
     }
 
     void init()
     {
         useStore(path(QStringLiteral("%1.sqlite").arg(QTest::currentTestFunction())));
         configure(QString(), 60, false);
-        newOutput();
-        m_dialogs->asked.clear();
+        m_studio.newOutput();
+        m_studio.dialogs().asked.clear();
     }
 
-    void cleanup() { closeAllTabs(*m_studio); }
+    void cleanup() { QVERIFY(m_studio.closeAllTabs()); }
 
-    void cleanupTestCase() { m_studio.reset(); }
+    void cleanupTestCase() { m_studio.quit(); }
 
     // The headline and description of the stored defect are exactly those the viewer builds,
     // with and without the studio's node name; the result file is attached with its size and
@@ -301,18 +238,17 @@ private Q_SLOTS:
     void filingAFailedItem()
     {
         const QString file = path(QStringLiteral("core.crc"));
-        QAStViewerWindow* viewer = openCopy("rules-core.crc", file);
-        QVERIFY(viewer);
+        QVERIFY(openCopy("rules-core.crc", file));
         const QStringList noGoto{QStringLiteral("core.crc"), QStringLiteral("src/main.c"),
                                  QStringLiteral("no-goto")};
-        QVERIFY(fileFromOutline(noGoto));
-        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QCOMPARE(m_studio.newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
 
-        viewer->setNode({QStringLiteral("nightly"), QStringLiteral("suite.core")});
-        QVERIFY(fileFromOutline(noGoto));
-        viewer->setNode({QString(), QStringLiteral("suite.core")});
-        QVERIFY(fileFromOutline(noGoto));
-        QCOMPARE(newOutput(), QStringList(2, QStringLiteral("Submit Defect Report ...")));
+        setStudioNode(QStringLiteral("nightly"), QStringLiteral("suite.core"));
+        QVERIFY(m_studio.fileDefect(noGoto));
+        setStudioNode(QString(), QStringLiteral("suite.core"));
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QCOMPARE(m_studio.newOutput(), QStringList(2, QStringLiteral("Submit Defect Report ...")));
 
         const QList<Defect> defects = storedDefects(m_store);
         QCOMPARE(defects.size(), 3);
@@ -340,29 +276,20 @@ private Q_SLOTS:
         QVERIFY(defects[0].id < defects[1].id && defects[1].id < defects[2].id);
 
         // The dock lists them at once; activating a row brings its item back into view.
-        QCOMPARE(dock()->shownDefects().size(), 3);
-        const QModelIndex other =
-            findItem(outline(), {QStringLiteral("core.crc"), QStringLiteral("src/parser.c")});
-        QVERIFY(other.isValid());
-        outline()->setCurrentIndex(other);
-        QTableView* table = dock()->table();
-        dock()->show();
-        dock()->raise();
-        const QRect firstRow = table->visualRect(table->model()->index(0, DefectsDock::ItemColumn));
-        QCOMPARE(table->model()->index(0, DefectsDock::ItemColumn).data().toString(),
-                 QStringLiteral("no-goto"));
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, firstRow.center());
+        QCOMPARE(shownItems(), QStringList(3, QStringLiteral("no-goto")));
+        QVERIFY(m_studio.clickEntry({QStringLiteral("core.crc"), QStringLiteral("src/parser.c")}));
+        selectDefect(0);
+        QTableView* table = m_studio.defectsTable();
         QTest::keyClick(table, Qt::Key_Return);
-        QVERIFY(findItem(outline(), noGoto).isValid());
-        QCOMPARE(outline()->currentIndex(), findItem(outline(), noGoto));
+        QCOMPARE(m_studio.currentEntry(), noGoto);
 
         // A result file that is gone is said, not opened.
-        cleanup();
+        QVERIFY(m_studio.closeAllTabs());
         QVERIFY(QFile::remove(file));
         QTest::keyClick(table, Qt::Key_Return);
-        QCOMPARE(m_dialogs->asked.size(), 1);
-        QVERIFY(m_dialogs->asked.first().text.contains(file));
-        QCOMPARE(m_studio->tabs()->count(), 0);
+        QCOMPARE(m_studio.dialogs().messages().size(), 1);
+        QVERIFY(m_studio.dialogs().messages().first().contains(file));
+        QCOMPARE(m_studio.tabCount(), 0);
 
         // Filed from an analyzer's log, the defect names the log, not its converted copy in the
         // cache; after the analyzer ran again, the row opens the log converted anew.
@@ -371,28 +298,28 @@ private Q_SLOTS:
                                     "{\"name\":\"Flawfinder\"}},\"results\":[{\"ruleId\":"
                                     "\"FF1\",\"message\":{\"text\":\"one left\"}}]}]}";
         QVERIFY(writeFile(log, findings));
-        QVERIFY(m_studio->openFiles({log}));
+        QVERIFY(m_studio.open({log}));
         QStringList finding;
-        const QAbstractItemModel* entries = outline()->model();
+        const QAbstractItemModel* entries = m_studio.outline()->model();
         for (QModelIndex item = entries->index(0, 0); item.isValid();
              item = entries->index(0, 0, item))
             finding.append(item.data().toString());
-        QVERIFY(fileFromOutline(finding));
+        QVERIFY(m_studio.fileDefect(finding));
         const QList<Defect> withLog = storedDefects(m_store);
         QCOMPARE(withLog.size(), 4);
         QCOMPARE(withLog.last().file, log);
-        cleanup();
+        QVERIFY(m_studio.closeAllTabs());
         QVERIFY(writeFile(log, findings + "\n"));
-        QVERIFY(m_studio->openFiles({log})); // the cache's earlier copy goes
-        cleanup();
-        m_dialogs->asked.clear();
-        table->setCurrentIndex(table->model()->index(3, DefectsDock::ItemColumn));
-        QCOMPARE(table->currentIndex().data().toString(), finding.last());
+        QVERIFY(m_studio.open({log})); // the cache's earlier copy goes
+        QVERIFY(m_studio.closeAllTabs());
+        m_studio.dialogs().asked.clear();
+        selectDefect(3);
+        QCOMPARE(table->model()->index(3, DefectsDock::ItemColumn).data().toString(),
+                 finding.last());
         QTest::keyClick(table, Qt::Key_Return);
-        QVERIFY(m_dialogs->asked.isEmpty());
-        QCOMPARE(m_studio->tabs()->count(), 1);
-        QVERIFY(findItem(outline(), finding).isValid());
-        QCOMPARE(outline()->currentIndex(), findItem(outline(), finding));
+        QVERIFY(m_studio.dialogs().asked.isEmpty());
+        QCOMPARE(m_studio.tabCount(), 1);
+        QCOMPARE(m_studio.currentEntry(), finding);
     }
 
     // With the echo on, every step is followed by its command line, the failing ones too; the
@@ -403,9 +330,9 @@ private Q_SLOTS:
         const QString file = path(QStringLiteral("gone.crc"));
         QVERIFY(openCopy("rules-core.crc", file));
         QVERIFY(QFile::remove(file)); // attaching it fails; the rest goes on
-        QVERIFY(fileFromOutline(
+        QVERIFY(m_studio.fileDefect(
             {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
-        const QStringList lines = newOutput();
+        const QStringList lines = m_studio.newOutput();
         QCOMPARE(lines.size(), 8);
         QCOMPARE(lines[0], QStringLiteral("Submit Defect Report ..."));
         for (int step : {1, 2, 3, 4, 7})
@@ -430,16 +357,16 @@ private Q_SLOTS:
 
         configure(QString(), 60, false);
         QVERIFY(openCopy("rules-core.crc", file));
-        QVERIFY(fileFromOutline(
+        QVERIFY(m_studio.fileDefect(
             {QStringLiteral("gone.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
-        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+        QCOMPARE(m_studio.newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
     }
 
     // Each failure row: a store that cannot be opened stops the run at once; a team tracker that
     // refuses stops it at the end with its own words, and nothing is stored.
     void failuresStopTheRun()
     {
-        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        QVERIFY(m_studio.open({example("rules-core.crc")}));
         const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
                                  QStringLiteral("no-goto")};
 
@@ -447,8 +374,8 @@ private Q_SLOTS:
         QVERIFY(plain.open(QIODevice::WriteOnly));
         plain.close();
         useStore(path(QStringLiteral("plain/defects.sqlite")));
-        QVERIFY(fileFromOutline(noGoto));
-        QCOMPARE(newOutput(),
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QCOMPARE(m_studio.newOutput(),
                  QStringList({QStringLiteral("Submit Defect Report ..."),
                               QStringLiteral("Cannot file defects in %1: the folder %2 cannot be "
                                              "created")
@@ -457,56 +384,67 @@ private Q_SLOTS:
 
         useStore(path(QStringLiteral("refused.sqlite")));
         configure(QStringLiteral("/bin/sh -c \"echo 'tracker says no' >&2; exit 3\""), 60, false);
-        QVERIFY(fileFromOutline(noGoto));
-        QCOMPARE(newOutput(),
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QCOMPARE(m_studio.newOutput(),
                  QStringList({QStringLiteral("Submit Defect Report ..."),
                               QStringLiteral("tracker says no"), QStringLiteral("Stopped.")}));
         QVERIFY(storedDefects(m_store).isEmpty());
 
         configure(QStringLiteral("/bin/false"), 60, false);
-        QVERIFY(fileFromOutline(noGoto));
-        QCOMPARE(newOutput().value(1),
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QCOMPARE(m_studio.newOutput().value(1),
                  QStringLiteral("The submit command /bin/false failed with exit status 1"));
         configure(path(QStringLiteral("no-such-client")), 60, false);
-        QVERIFY(fileFromOutline(noGoto));
-        QVERIFY(newOutput().value(1).contains(QLatin1String("cannot be started")));
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QVERIFY(m_studio.newOutput().value(1).contains(QLatin1String("cannot be started")));
         QVERIFY(storedDefects(m_store).isEmpty());
 
         // A command that cannot be run as written is refused by the dialog, which stays open.
         for (const char* bad : {"client 'open quote {id}", "client {headlin}"}) {
-            menuEntry(QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."))->trigger();
-            auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
+            QPointer<QDialog> dialog = m_studio.openTrackerDialog();
             QVERIFY(dialog);
-            dialog->commandEdit()->selectAll();
-            QTest::keyClicks(dialog->commandEdit(), QLatin1String(bad));
-            m_dialogs->asked.clear();
-            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
-            QCOMPARE(m_dialogs->asked.size(), 1);
-            QVERIFY(m_dialogs->asked.first().text.contains(
+            QWidget* command = fieldLabelled(dialog, QStringLiteral("Submit command:"));
+            QVERIFY(command);
+            typeOver(command, QLatin1String(bad));
+            m_studio.dialogs().asked.clear();
+            auto* buttons = dialog->findChild<QDialogButtonBox*>();
+            QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+            QCOMPARE(m_studio.dialogs().asked.size(), 1);
+            QVERIFY(m_studio.dialogs().asked.first().text.contains(
                 bad[7] == '\'' ? QLatin1String("quote") : QLatin1String("{headlin}")));
             QVERIFY(dialog->isVisible());
-            QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Cancel), Qt::LeftButton);
-            QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
+            QTest::mouseClick(buttons->button(QDialogButtonBox::Cancel), Qt::LeftButton);
+            QTRY_VERIFY(dialog.isNull());
         }
-        QCOMPARE(m_studio->defects()->tracker()->settings().submitCommand,
+        // The command in force is still the last one accepted, as the dialog shows it.
+        QPointer<QDialog> dialog = m_studio.openTrackerDialog();
+        QVERIFY(dialog);
+        auto* command =
+            qobject_cast<QLineEdit*>(fieldLabelled(dialog, QStringLiteral("Submit command:")));
+        QVERIFY(command);
+        QCOMPARE(command->text(), path(QStringLiteral("no-such-client")));
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+        QTRY_VERIFY(dialog.isNull());
+        QCOMPARE(savedSetting(QStringLiteral("submit_command")),
                  path(QStringLiteral("no-such-client")));
 
         // Another program writing to the store: after a short wait, the lock is the reason.
         configure(QString(), 60, false);
-        QVERIFY(fileFromOutline(noGoto));
-        newOutput();
+        QVERIFY(m_studio.fileDefect(noGoto));
+        m_studio.newOutput();
         {
             QSqlDatabase other =
                 QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
             other.setDatabaseName(m_store);
             QVERIFY(other.open());
             QSqlQuery(QStringLiteral("BEGIN EXCLUSIVE"), other);
-            QVERIFY(fileFromOutline(noGoto));
+            QVERIFY(m_studio.fileDefect(noGoto));
             QSqlQuery(QStringLiteral("ROLLBACK"), other);
             other.close();
         }
         QSqlDatabase::removeDatabase(QStringLiteral("other"));
-        const QStringList locked = newOutput();
+        const QStringList locked = m_studio.newOutput();
         QCOMPARE(locked.size(), 3);
         QVERIFY2(locked[1].contains(m_store) && locked[1].contains(QLatin1String("locked")),
                  qPrintable(locked[1]));
@@ -518,18 +456,17 @@ private Q_SLOTS:
     // that hangs is stopped at the time limit, and nothing is filed.
     void handingOffToATeamTracker()
     {
-        QAStViewerWindow* viewer = m_studio->openFiles({example("rules-core.crc")});
-        QVERIFY(viewer);
-        viewer->setNode({QStringLiteral("my ws"), QStringLiteral("it's $(true); `x`")});
+        QVERIFY(m_studio.open({example("rules-core.crc")}));
+        setStudioNode(QStringLiteral("my ws"), QStringLiteral("it's $(true); `x`"));
         const QString received = path(QStringLiteral("received.txt"));
         configure(QStringLiteral("/bin/sh -c 'printf \"%s\\n\" \"$1\" \"$3\" \"$4\" \"$#\" > %1; "
                                  "cat \"$2\" >> %1; echo https://tracker.example/77' client "
                                  "{headline} {description_file} {attachment} {id}")
                       .arg(received),
                   60, false);
-        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
-        const QStringList said = newOutput();
+        QVERIFY(m_studio.fileDefect({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                     QStringLiteral("no-goto")}));
+        const QStringList said = m_studio.newOutput();
         QVERIFY2(said == QStringList{QStringLiteral("Submit Defect Report ...")},
                  qPrintable(said.join(QLatin1Char('|'))));
         const QList<Defect> defects = storedDefects(m_store);
@@ -543,13 +480,13 @@ private Q_SLOTS:
                      defects[0].description);
         QCOMPARE(defects[0].headline,
                  QStringLiteral("crcstudiomy ws:it's $(true); `x`:rules-core.crc:no-goto"));
-        QCOMPARE(dock()->table()->model()->index(0, DefectsDock::ReferenceColumn).data().toString(),
-                 QStringLiteral("https://tracker.example/77"));
+        QCOMPARE(m_studio.defectsColumn(DefectsDock::ReferenceColumn),
+                 QStringList{QStringLiteral("https://tracker.example/77")});
 
         configure(QStringLiteral("sleep 30"), 1, true);
-        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
-        const QStringList lines = newOutput();
+        QVERIFY(m_studio.fileDefect({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                     QStringLiteral("no-goto")}));
+        const QStringList lines = m_studio.newOutput();
         QCOMPARE(lines.mid(lines.size() - 3),
                  QStringList({QStringLiteral("sleep 30"),
                               QStringLiteral("The submit command sleep did not finish within 1 "
@@ -564,12 +501,10 @@ private Q_SLOTS:
                                  "{headline} {attachment}")
                       .arg(verbatim),
                   60, false);
-        QAStViewerWindow* named =
-            openCopy("rules-core.crc", path(QStringLiteral("{headline}.crc")));
-        QVERIFY(named);
-        named->setNode({QString(), QStringLiteral("check {id}")});
-        QVERIFY(fileFromOutline({QStringLiteral("{headline}.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
+        QVERIFY(openCopy("rules-core.crc", path(QStringLiteral("{headline}.crc"))));
+        setStudioNode(QString(), QStringLiteral("check {id}"));
+        QVERIFY(m_studio.fileDefect({QStringLiteral("{headline}.crc"), QStringLiteral("src/main.c"),
+                                     QStringLiteral("no-goto")}));
         QFile filled(verbatim);
         QVERIFY(filled.open(QIODevice::ReadOnly));
         QCOMPARE(QString::fromUtf8(filled.readAll()),
@@ -581,35 +516,33 @@ private Q_SLOTS:
     // is all still there.
     void unwritableStoreLosesNothing()
     {
-        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
+        QVERIFY(m_studio.open({example("rules-core.crc")}));
         const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
                                  QStringLiteral("no-goto")};
         const QString folder = path(QStringLiteral("locked"));
         QVERIFY(QDir().mkpath(folder));
         useStore(folder + QStringLiteral("/defects.sqlite"));
-        QVERIFY(fileFromOutline(noGoto));
+        QVERIFY(m_studio.fileDefect(noGoto));
         const QList<Defect> before = storedDefects(m_store);
         QCOMPARE(before.size(), 1);
-        newOutput();
+        m_studio.newOutput();
         {
             ReadOnlyFolder readOnly(folder);
             if (!readOnly.isReadOnly())
                 QSKIP("a read-only bind mount is not allowed here");
-            QVERIFY(fileFromOutline(noGoto));
-            const QStringList lines = newOutput();
+            QVERIFY(m_studio.fileDefect(noGoto));
+            const QStringList lines = m_studio.newOutput();
             QCOMPARE(lines.size(), 3);
             QVERIFY2(lines[1].contains(m_store) && lines[1].contains(QLatin1String("readonly")),
                      qPrintable(lines[1]));
             QCOMPARE(lines[2], QStringLiteral("Stopped."));
 
             // Closing it from the dock fails the same way, with a message.
-            dock()->show();
-            dock()->raise();
-            QTableView* table = dock()->table();
-            table->selectRow(0);
-            QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
-            QCOMPARE(m_dialogs->asked.size(), 1);
-            QVERIFY(m_dialogs->asked.first().text.contains(QLatin1String("readonly")));
+            selectDefect(0);
+            QTest::mouseClick(button(QStringLiteral("Close Defect")), Qt::LeftButton);
+            const QStringList said = m_studio.dialogs().messages();
+            QCOMPARE(said.size(), 1);
+            QVERIFY(said.first().contains(QLatin1String("readonly")));
         }
         const QList<Defect> after = storedDefects(m_store);
         QCOMPARE(after.size(), 1);
@@ -620,13 +553,13 @@ private Q_SLOTS:
         if (!tiny.isMounted())
             QSKIP("a small tmpfs cannot be mounted here");
         useStore(path(QStringLiteral("tiny/defects.sqlite")));
-        QVERIFY(fileFromOutline(noGoto));
+        QVERIFY(m_studio.fileDefect(noGoto));
         QCOMPARE(storedDefects(m_store).size(), 1);
         tiny.fill();
-        newOutput();
+        m_studio.newOutput();
         for (int i = 0; i < 3; ++i)
-            QVERIFY(fileFromOutline(noGoto));
-        const QStringList lines = newOutput();
+            QVERIFY(m_studio.fileDefect(noGoto));
+        const QStringList lines = m_studio.newOutput();
         QCOMPARE(lines.size(), 9);
         QVERIFY2(lines[1].contains(QLatin1String("full")), qPrintable(lines[1]));
         QCOMPARE(lines[2], QStringLiteral("Stopped."));
@@ -645,103 +578,119 @@ private Q_SLOTS:
         QSqlDatabase::removeDatabase(QStringLiteral("check"));
     }
 
-    // The dock sorts, filters, closes and reopens, and exports what it shows as CSV, through
-    // the safe writer: a link is not written through, a failed export keeps the old file.
+    // The dock sorts by the column clicked, in the order its header shows, filters, closes and
+    // reopens, and exports what it shows as CSV, through the safe writer: a link is not written
+    // through, a failed export keeps the old file.
     void defectsDock()
     {
         const QString file = path(QStringLiteral("dock.crc"));
         QVERIFY(openCopy("rules-core.crc", file));
-        for (const char* item : {"no-goto", "printf-format-literal"})
-            QVERIFY(fileFromOutline(
-                {QStringLiteral("dock.crc"), QStringLiteral("src/main.c"), QLatin1String(item)}));
-        QVERIFY(fileFromOutline({QStringLiteral("dock.crc"), QStringLiteral("src/parser.c"),
-                                 QStringLiteral("switch-default")}));
-        dock()->show();
-        dock()->raise();
-        QTableView* table = dock()->table();
-        QCOMPARE(table->model()->rowCount(), 3);
+        // Filed in an order that no sort gives.
+        QVERIFY(m_studio.fileDefect({QStringLiteral("dock.crc"), QStringLiteral("src/main.c"),
+                                     QStringLiteral("printf-format-literal")}));
+        QVERIFY(m_studio.fileDefect({QStringLiteral("dock.crc"), QStringLiteral("src/parser.c"),
+                                     QStringLiteral("switch-default")}));
+        QVERIFY(m_studio.fileDefect(
+            {QStringLiteral("dock.crc"), QStringLiteral("src/main.c"), QStringLiteral("no-goto")}));
+        QTableView* table = m_studio.defectsTable();
+        QVERIFY(table);
+        QCOMPARE(shownItems(),
+                 QStringList({QStringLiteral("printf-format-literal"),
+                              QStringLiteral("switch-default"), QStringLiteral("no-goto")}));
 
-        // Sorting by item, then filtering by text.
+        // Sorting by item: a click on its title sorts as the header's arrow then shows, a second
+        // click the other way round; then filtering by text.
+        const QStringList ascending{QStringLiteral("no-goto"),
+                                    QStringLiteral("printf-format-literal"),
+                                    QStringLiteral("switch-default")};
+        const QStringList descending(ascending.rbegin(), ascending.rend());
         QHeaderView* header = table->horizontalHeader();
-        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
-                          QPoint(header->sectionViewportPosition(DefectsDock::ItemColumn) + 5,
-                                 header->height() / 2));
-        QStringList items;
-        for (const Defect& defect : dock()->shownDefects())
-            items.append(defect.item());
-        const QStringList sorted{"no-goto", "printf-format-literal", "switch-default"};
-        QVERIFY2(items == sorted || items == QStringList(sorted.rbegin(), sorted.rend()),
-                 qPrintable(items.join(QLatin1Char(' '))));
-        QTest::keyClicks(dock()->filterBox(), QStringLiteral("NO-GOTO"));
+        const QPoint itemTitle(header->sectionViewportPosition(DefectsDock::ItemColumn) + 5,
+                               header->height() / 2);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, itemTitle);
+        QCOMPARE(header->sortIndicatorSection(), int(DefectsDock::ItemColumn));
+        const Qt::SortOrder first = header->sortIndicatorOrder();
+        QCOMPARE(shownItems(), first == Qt::AscendingOrder ? ascending : descending);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, itemTitle);
+        QVERIFY(header->sortIndicatorOrder() != first);
+        QCOMPARE(shownItems(), first == Qt::AscendingOrder ? descending : ascending);
+        if (header->sortIndicatorOrder() != Qt::AscendingOrder)
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, itemTitle);
+        QCOMPARE(shownItems(), ascending);
+        QTest::keyClicks(m_studio.defectsFilter(), QStringLiteral("NO-GOTO"));
         QCOMPARE(table->model()->rowCount(), 1);
 
         // Close the defect shown, then reopen it.
-        QVERIFY(!dock()->closeButton()->isEnabled());
+        QVERIFY(!button(QStringLiteral("Close Defect"))->isEnabled());
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                           table->visualRect(table->model()->index(0, 0)).center());
-        QVERIFY(dock()->closeButton()->isEnabled());
-        QVERIFY(!dock()->reopenButton()->isEnabled());
-        QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+        QVERIFY(button(QStringLiteral("Close Defect"))->isEnabled());
+        QVERIFY(!button(QStringLiteral("Reopen"))->isEnabled());
+        QTest::mouseClick(button(QStringLiteral("Close Defect")), Qt::LeftButton);
         QList<Defect> stored = storedDefects(m_store);
-        QVERIFY(stored[0].closed && !stored[1].closed && !stored[2].closed);
-        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
-                 QStringLiteral("closed"));
-        QVERIFY(dock()->reopenButton()->isEnabled());
+        const auto noGoto = [&stored] {
+            return *std::find_if(stored.begin(), stored.end(), [](const Defect& defect) {
+                return defect.item() == QLatin1String("no-goto");
+            });
+        };
+        QVERIFY(noGoto().closed);
+        QCOMPARE(std::count_if(stored.begin(), stored.end(),
+                               [](const Defect& defect) { return defect.closed; }),
+                 1);
+        QCOMPARE(m_studio.defectsColumn(DefectsDock::StateColumn),
+                 QStringList{QStringLiteral("closed")});
+        QVERIFY(button(QStringLiteral("Reopen"))->isEnabled());
 
         // Export: the row shown, in CSV.
         const QString csv = path(QStringLiteral("export.csv"));
-        m_dialogs->files.append({csv});
-        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
-        QFile exported(csv);
-        QVERIFY(exported.open(QIODevice::ReadOnly));
-        const QList<QByteArray> rows = exported.readAll().split('\n');
+        m_studio.dialogs().files.append({csv});
+        QTest::mouseClick(button(QStringLiteral("Export CSV...")), Qt::LeftButton);
+        const QList<QByteArray> rows = readFile(csv).split('\n');
         QCOMPARE(rows.size(), 3); // header, the defect, the empty rest after the last line end
         QCOMPARE(rows[0], QByteArray("id,state,headline,description,item,file,filed,"
                                      "external_reference,attachments\r"));
-        QVERIFY(rows[1].startsWith(QByteArray::number(stored[0].id) +
+        QVERIFY(rows[1].startsWith(QByteArray::number(noGoto().id) +
                                    ",closed,crcstudiodock.crc:no-goto,Report file:  dock.crc"));
         QVERIFY(rows[1].contains(sha256(file).toLatin1()));
         QVERIFY(rows[1].endsWith("\r"));
 
-        QTest::mouseClick(dock()->reopenButton(), Qt::LeftButton);
-        QVERIFY(!storedDefects(m_store)[0].closed);
+        QTest::mouseClick(button(QStringLiteral("Reopen")), Qt::LeftButton);
+        stored = storedDefects(m_store);
+        QVERIFY(!noGoto().closed);
 
         // Going to the Output tab and back keeps the rows and the selection as they were; a
         // store another program changed meanwhile is read again.
         QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
-        m_studio->output()->raise();
-        dock()->raise();
+        QVERIFY(m_studio.showDock(QStringLiteral("Output")));
+        QVERIFY(m_studio.showDock(QStringLiteral("Defects")));
         QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
-        m_studio->output()->raise();
+        QVERIFY(m_studio.showDock(QStringLiteral("Output")));
         DefectStore otherProgram(m_store);
-        QVERIFY(otherProgram.setClosed({stored[0].id}, true));
-        dock()->raise();
-        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
-                 QStringLiteral("closed"));
-        m_studio->output()->raise();
-        QVERIFY(otherProgram.setClosed({stored[0].id}, false));
-        dock()->raise();
-        QCOMPARE(table->model()->index(0, DefectsDock::StateColumn).data().toString(),
-                 QStringLiteral("open"));
+        QVERIFY(otherProgram.setClosed({noGoto().id}, true));
+        QVERIFY(m_studio.showDock(QStringLiteral("Defects")));
+        QCOMPARE(m_studio.defectsColumn(DefectsDock::StateColumn),
+                 QStringList{QStringLiteral("closed")});
+        QVERIFY(m_studio.showDock(QStringLiteral("Output")));
+        QVERIFY(otherProgram.setClosed({noGoto().id}, false));
+        QVERIFY(m_studio.showDock(QStringLiteral("Defects")));
+        QCOMPARE(m_studio.defectsColumn(DefectsDock::StateColumn),
+                 QStringList{QStringLiteral("open")});
 
         // Failing exports: into a folder that is not there; through a link.
-        m_dialogs->files.append({path(QStringLiteral("none/export.csv"))});
-        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
-        QCOMPARE(m_dialogs->asked.last().kind, QStringLiteral("message"));
-        QVERIFY(m_dialogs->asked.last().text.contains(path(QStringLiteral("none/export.csv"))));
+        m_studio.dialogs().files.append({path(QStringLiteral("none/export.csv"))});
+        QTest::mouseClick(button(QStringLiteral("Export CSV...")), Qt::LeftButton);
+        QCOMPARE(m_studio.dialogs().asked.last().kind, QStringLiteral("message"));
+        QVERIFY(
+            m_studio.dialogs().asked.last().text.contains(path(QStringLiteral("none/export.csv"))));
         const QString link = path(QStringLiteral("link.csv"));
         QVERIFY(QFile::link(csv, link));
-        const QByteArray before = [&] {
-            QFile kept(csv);
-            return kept.open(QIODevice::ReadOnly) ? kept.readAll() : QByteArray();
-        }();
-        dock()->filterBox()->clear();
-        m_dialogs->files.append({link});
-        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
-        QCOMPARE(m_dialogs->asked.last().kind, QStringLiteral("message"));
-        QFile kept(csv);
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), before);
+        const QByteArray before = readFile(csv);
+        typeOver(m_studio.defectsFilter(), QString());
+        QCOMPARE(table->model()->rowCount(), 3);
+        m_studio.dialogs().files.append({link});
+        QTest::mouseClick(button(QStringLiteral("Export CSV...")), Qt::LeftButton);
+        QCOMPARE(m_studio.dialogs().asked.last().kind, QStringLiteral("message"));
+        QCOMPARE(readFile(csv), before);
         QVERIFY(QFileInfo(link).isSymLink());
 
         // Close and Reopen do not write through a symbolic link to a store.
@@ -749,34 +698,31 @@ private Q_SLOTS:
         QVERIFY(QFile::link(m_store, linkedStore));
         const QString realStore = m_store;
         useStore(linkedStore);
-        QStringList itemsRead; // read again, in the order the user chose
-        for (const Defect& defect : dock()->shownDefects())
-            itemsRead.append(defect.item());
-        QCOMPARE(itemsRead, items);
+        QCOMPARE(shownItems(), ascending); // read again, in the order the user chose
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                           table->visualRect(table->model()->index(0, 0)).center());
-        QTest::mouseClick(dock()->closeButton(), Qt::LeftButton);
+        QTest::mouseClick(button(QStringLiteral("Close Defect")), Qt::LeftButton);
         const QString refusal = linkedStore + QStringLiteral(": it is a symbolic link");
-        QVERIFY2(m_dialogs->asked.last().text.contains(refusal),
-                 qPrintable(m_dialogs->asked.last().text));
+        QVERIFY2(m_studio.dialogs().asked.last().text.contains(refusal),
+                 qPrintable(m_studio.dialogs().asked.last().text));
         for (const Defect& defect : storedDefects(realStore))
             QVERIFY(!defect.closed);
 
         // A file that is no store is said in the dock, naming it.
         useStore(example("rules-core.crc"));
         QCOMPARE(table->model()->rowCount(), 0);
-        QVERIFY(!dock()->message()->isHidden());
-        QVERIFY(dock()->message()->text().contains(m_store));
-        QVERIFY(dock()->message()->text().contains(QLatin1String("not a database")));
+        QVERIFY(!m_studio.defectsMessage()->isHidden());
+        QVERIFY(m_studio.defectsMessage()->text().contains(m_store));
+        QVERIFY(m_studio.defectsMessage()->text().contains(QLatin1String("not a database")));
     }
 
     // crcview lists the store for scripts, as CSV or JSON; a bad command line or a missing
     // store is an error.
     void crcviewListsTheStore()
     {
-        QVERIFY(m_studio->openFiles({example("rules-core.crc")}));
-        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
+        QVERIFY(m_studio.open({example("rules-core.crc")}));
+        QVERIFY(m_studio.fileDefect({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
+                                     QStringLiteral("no-goto")}));
         const Defect defect = storedDefects(m_store).value(0);
         const QString crcview = QStringLiteral(CRCVIEW_PATH);
         QProcess process;

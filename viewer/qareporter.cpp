@@ -161,21 +161,6 @@ QWidget* QAReporter::contentOutlineWidget() const
     return m_outline;
 }
 
-QARListView* QAReporter::outline() const
-{
-    return m_outline;
-}
-
-QARToolBar* QAReporter::toolBar() const
-{
-    return m_toolBar;
-}
-
-QMenu* QAReporter::commandsMenu() const
-{
-    return m_commandsMenu;
-}
-
 const QStringList& QAReporter::fileList() const
 {
     return m_session->files();

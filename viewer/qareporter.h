@@ -86,14 +86,6 @@ public:
     const QStringList& fileList() const;
     bool canGoBack() const;
     bool canGoForward() const;
-    DReportWidget* documentView() const { return m_documentView; }
-    DReportWidget* headerView() const { return m_headerView; }
-    QDockWidget* headerDock() const { return m_headerDock; }
-    QARListView* outline() const;
-    QARToolBar* toolBar() const;
-    // The window's commands menu, built on first activation and rebuilt each time it opens.
-    QMenu* commandsMenu() const;
-    QARPopupMenu* contextPopup() const { return m_contextPopup; }
 
 public Q_SLOTS:
     void activated() override;

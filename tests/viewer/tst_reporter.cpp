@@ -75,9 +75,24 @@ ScriptedDialogs* scriptDialogs()
     return scripted;
 }
 
+QARListView* outlineOf(const QAReporter& window)
+{
+    return qobject_cast<QARListView*>(window.contentOutlineWidget());
+}
+
+DReportWidget* reportView(const QAReporter& window)
+{
+    return window.findChild<DReportWidget*>(QStringLiteral("reportView"));
+}
+
+QMenu* codeReviewMenu(const QAReporter& window)
+{
+    return window.findChild<QMenu*>(QStringLiteral("codeReviewMenu"));
+}
+
 QStringList outlineFiles(const QAReporter& window)
 {
-    const QAbstractItemModel* entries = window.outline()->model();
+    const QAbstractItemModel* entries = outlineOf(window)->model();
     QStringList files;
     for (int i = 0; i < entries->rowCount(); ++i)
         files.append(entries->index(i, 0).data().toString());
@@ -87,13 +102,13 @@ QStringList outlineFiles(const QAReporter& window)
 // The entry in `row` below `parent` of the window's outline (a file entry at the top).
 QModelIndex entryIn(const QAReporter& window, int row, const QModelIndex& parent = {})
 {
-    return window.outline()->model()->index(row, 0, parent);
+    return outlineOf(window)->model()->index(row, 0, parent);
 }
 
 // How many entries hang right below `parent` (the file entries at the top).
 int entriesBelow(const QAReporter& window, const QModelIndex& parent)
 {
-    return window.outline()->model()->rowCount(parent);
+    return outlineOf(window)->model()->rowCount(parent);
 }
 
 QDockWidget* summaryDock(const QAReporter& window)
@@ -104,7 +119,7 @@ QDockWidget* summaryDock(const QAReporter& window)
 // The status help of the commands menu's entry `id`.
 QString helpText(const QAReporter& window, int id)
 {
-    for (const QAction* action : window.commandsMenu()->actions()) {
+    for (const QAction* action : codeReviewMenu(window)->actions()) {
         if (!action->isSeparator() && action->data().toInt() == id)
             return action->statusTip();
     }
@@ -114,7 +129,10 @@ QString helpText(const QAReporter& window, int id)
 // The context menu's entry that files the entry it was opened on.
 QAction* submitEntry(const QAReporter& window)
 {
-    return window.contextPopup()->actions().at(1);
+    return outlineOf(window)
+        ->findChild<QMenu*>(QStringLiteral("outlineContextMenu"))
+        ->actions()
+        .at(1);
 }
 
 void open(QAReporter& window, QStringList files)
@@ -201,7 +219,7 @@ private Q_SLOTS:
         const QString b = files.add(QStringLiteral("b.crc"), report("rb", node("y", "R", "ok", 2)));
         QAReporter window(QStringLiteral("Modes"), QPixmap());
         open(window, {a, b});
-        QARToolBar* bar = window.toolBar();
+        QARToolBar* bar = window.findChild<QARToolBar*>();
         QVERIFY(bar);
         // No studio window: the window's own toolbar, enabled once the window activates.
         QVERIFY(!bar->prevButton()->isEnabled());
@@ -254,15 +272,15 @@ private Q_SLOTS:
         window.resize(800, 400);
         window.show();
         open(window, {a, b});
-        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("first"));
-        QVERIFY(window.documentView()->moveTo(QString(), QString(), QStringLiteral("second")));
-        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
-        const DDocument* before = window.documentView()->currentDocument();
+        QCOMPARE(reportView(window)->currentDocument()->tag(), QStringLiteral("first"));
+        QVERIFY(reportView(window)->moveTo(QString(), QString(), QStringLiteral("second")));
+        QCOMPARE(reportView(window)->currentDocument()->tag(), QStringLiteral("second"));
+        const DDocument* before = reportView(window)->currentDocument();
         window.failedtests();
-        QVERIFY(window.documentView()->currentDocument() != before); // a new filtered copy
-        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
+        QVERIFY(reportView(window)->currentDocument() != before); // a new filtered copy
+        QCOMPARE(reportView(window)->currentDocument()->tag(), QStringLiteral("second"));
         window.alltests();
-        QCOMPARE(window.documentView()->currentDocument()->tag(), QStringLiteral("second"));
+        QCOMPARE(reportView(window)->currentDocument()->tag(), QStringLiteral("second"));
         QADialogs::install(nullptr);
     }
 
@@ -299,11 +317,11 @@ private Q_SLOTS:
         const int number = first->windowTitle().mid(5).chopped(1).toInt();
         QCOMPARE(second->windowTitle(), QStringLiteral("Run [%1]").arg(number + 1));
         QARToolBar* shared = QARToolBar::getToolBar(&studio());
-        QCOMPARE(first->toolBar(), shared);
+        QVERIFY(!first->findChild<QARToolBar*>()); // the studio's shared one
         studio().window = nullptr;
         QAReporter plain(QStringLiteral("Plain"), QPixmap());
         QCOMPARE(plain.windowTitle(), QStringLiteral("Plain"));
-        QVERIFY(plain.toolBar() != shared);
+        QVERIFY(plain.findChild<QARToolBar*>()); // a toolbar of its own
 
         QVERIFY(!QAReporter::manager()->openedReporter(a));
         open(*second, {a});
@@ -321,18 +339,16 @@ private Q_SLOTS:
     {
         scriptDialogs();
         QAReporter window(QStringLiteral("Names"), QPixmap());
-        QCOMPARE(window.findChild<DReportWidget*>(QStringLiteral("reportView")),
-                 window.documentView());
-        QCOMPARE(window.findChild<QDockWidget*>(QStringLiteral("summaryDock")),
-                 window.headerDock());
+        QCOMPARE(reportView(window), window.centralWidget());
+        QVERIFY(summaryDock(window));
         QCOMPARE(window.findChild<DReportWidget*>(QStringLiteral("summaryView")),
-                 window.headerView());
+                 summaryDock(window)->widget());
         // The outline shows in the studio's outline area, not in the window.
-        QCOMPARE(window.outline()->objectName(), QStringLiteral("reportOutline"));
-        QCOMPARE(window.outline()->findChild<QMenu*>(QStringLiteral("outlineContextMenu")),
-                 window.contextPopup());
+        QCOMPARE(window.contentOutlineWidget()->objectName(), QStringLiteral("reportOutline"));
+        QVERIFY(outlineOf(window)->findChild<QARPopupMenu*>(QStringLiteral("outlineContextMenu")));
         window.activated();
-        QCOMPARE(window.findChild<QMenu*>(QStringLiteral("codeReviewMenu")), window.commandsMenu());
+        QVERIFY(codeReviewMenu(window));
+        QVERIFY(window.menuBar()->actions().contains(codeReviewMenu(window)->menuAction()));
         QADialogs::install(nullptr);
     }
 
@@ -343,7 +359,7 @@ private Q_SLOTS:
         window.show();
         window.close();
         QVERIFY(studio().removedMenus.isEmpty()); // never activated, no menu inserted
-        QVERIFY(!window.toolBar()->prevButton()->isEnabled());
+        QVERIFY(!window.findChild<QARToolBar*>()->prevButton()->isEnabled());
         QADialogs::install(nullptr);
     }
 
@@ -363,7 +379,7 @@ private Q_SLOTS:
         standalone.activated();
         standalone.desactivated();
         standalone.activated();
-        QVERIFY(standalone.commandsMenu());
+        QVERIFY(codeReviewMenu(standalone));
         int commands = 0;
         for (QAction* action : standalone.menuBar()->actions())
             commands += action->text() == QLatin1String("&Commands");
@@ -374,15 +390,15 @@ private Q_SLOTS:
         studio().menus.clear();
         studio().removedMenus.clear();
         QAReporter window(QStringLiteral("Menu"), QPixmap());
-        QARToolBar* shared = window.toolBar();
+        QARToolBar* shared = QARToolBar::getToolBar(&studio());
         QVERIFY(!shared->nextButton()->isEnabled());
         window.activated();
         QVERIFY(shared->nextButton()->isEnabled());
         QCOMPARE(studio().menus.size(), 1);
-        QCOMPARE(studio().menus.first().first, window.commandsMenu());
+        QCOMPARE(studio().menus.first().first, codeReviewMenu(window));
         QCOMPARE(studio().menus.first().second, QStringLiteral("&Menu")); // with a mnemonic
 
-        QMenu* menu = window.commandsMenu();
+        QMenu* menu = codeReviewMenu(window);
         Q_EMIT menu->aboutToShow(); // nothing loaded yet
         QVERIFY(!menu->actions().at(0)->isEnabled());
         QVERIFY(!menu->actions().at(1)->isEnabled());
@@ -660,7 +676,7 @@ private Q_SLOTS:
         QCOMPARE(studio().output, QStringList({"Submit Defect Report Failed ...\n"}));
 
         studio().tracker = &tracker;
-        QARListView* outline = window.outline();
+        QARListView* outline = outlineOf(window);
         const QModelIndex file = entryIn(window, 0);
         outline->setCurrentIndex(file);
         QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Report"));

@@ -10,7 +10,7 @@
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 
 #include <QCoreApplication>
 #include <QDir>

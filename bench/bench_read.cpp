@@ -6,7 +6,7 @@
 #include "filter/qareporternodevalidator.h"
 #include "folio/model/ddocument.h"
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -10,7 +10,7 @@
 #include "folio/reader/damlreader.h"
 #include "folio/view/dreportwidget.h"
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
+#include "reader/reportloader.h"
 
 #include <QApplication>
 #include <QBuffer>

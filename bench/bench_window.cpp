@@ -3,9 +3,9 @@
 // only and back.
 
 #include "model/qareporterdata.h"
-#include "model/reportloader.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefstyles.h"
+#include "reader/reportloader.h"
 #include "sdk/qadialogs.h"
 #include "tests/teststudio.h"
 #include "viewer/qareporter.h"

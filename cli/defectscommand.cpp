@@ -1,7 +1,7 @@
 #include "cli/defectscommand.h"
 
 #include "cli/exitstatus.h"
-#include "host/defectstore.h"
+#include "defects/defectstore.h"
 
 #include <QFileInfo>
 #include <iostream>

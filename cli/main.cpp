@@ -1,27 +1,24 @@
 // crcview: reads result files headless, for scripts and continuous integration.
 
+#include "cli/commandlinecontext.h"
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
 #include "cli/exitstatus.h"
-#include "cli/headlessstudio.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "import/importcache.h"
 #include "model/qareporterdata.h"
 #include "model/qareporterdatatree.h"
-#include "model/reportloader.h"
-#include "sdk/qadialogs.h"
+#include "reader/reportloader.h"
 #include "sdk/qailogmonitor.h"
-#include "viewer/qareporter.h"
+#include "session/reportsession.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QStringList>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <unistd.h>
 
 namespace {
 
@@ -82,28 +79,13 @@ int countNodes(QAReporterDataTree* tree)
     return count;
 }
 
-// A viewer window without a display, in a studio of its own. Its dialogs are scripted: a
-// warning (files that could not be read) is recorded instead of shown.
-struct HeadlessViewer
+// The session of a viewer, as the studio runs one for a console run.
+struct Viewer
 {
-    HeadlessViewer() : dialogs(installScriptedDialogs())
-    {
-        QAReporter::initialize(nullptr, &studio); // before the window, which reads the settings
-        window = std::make_unique<QAReporter>(QStringLiteral("crcview"), QPixmap());
-    }
-    bool warned() const { return !dialogs->asked.isEmpty(); }
+    Viewer() : session(&context) {}
 
-    static const ScriptedDialogs* installScriptedDialogs()
-    {
-        auto scripted = std::make_unique<ScriptedDialogs>();
-        const ScriptedDialogs* installed = scripted.get();
-        QADialogs::install(std::move(scripted));
-        return installed;
-    }
-
-    const ScriptedDialogs* dialogs;
-    HeadlessStudio studio;
-    std::unique_ptr<QAReporter> window;
+    CommandLineContext context;
+    ReportSession session;
 };
 
 // What a command has read. It is never freed: the process ends with it still in memory, since
@@ -112,7 +94,7 @@ struct Loaded
 {
     std::unique_ptr<QAReporterData> record;
     std::unique_ptr<QAReporterFilter> filter;
-    std::unique_ptr<HeadlessViewer> viewer;
+    std::unique_ptr<Viewer> viewer;
 };
 
 int dump(const QStringList& arguments, Loaded& loaded)
@@ -177,23 +159,29 @@ int dump(const QStringList& arguments, Loaded& loaded)
     return 0;
 }
 
-// Widgets without a display: the offscreen platform, and a private runtime directory when the
-// session has none, so that nothing but the summary reaches the terminal.
-void prepareHeadlessDisplay()
+// Reads `files` into the session and shows it as a viewer does; the files that could not be
+// read are named on standard error with why. True when every file could be read.
+bool open(ReportSession& session, const QStringList& files)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
-        const QString runtime =
-            QDir::tempPath() + QStringLiteral("/crcview-runtime-%1").arg(getuid());
-        QDir().mkpath(runtime);
-        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                           QFileDevice::ExeOwner);
-        qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
+    session.setFiles(files);
+    ReportSession::Reading reading = session.read(files, true);
+    const QStringList failed = std::move(reading.failed);
+    const QStringList reasons = std::move(reading.reasons);
+    session.add(std::move(reading));
+    if (!failed.isEmpty()) {
+        std::cerr << ImportCache::originalsIn(ReportSession::unreadableMessage(failed))
+                         .toLocal8Bit()
+                         .constData();
+        for (const QString& reason : reasons)
+            std::cerr
+                << ImportCache::originalsIn(reason + QLatin1Char('\n')).toLocal8Bit().constData();
     }
+    if (!session.records().empty())
+        session.analyse(QStringLiteral("crcview"));
+    return failed.isEmpty();
 }
 
-// Runs a viewer window headless on the files, as the studio does for a console run.
+// Reads the files as the studio does for a console run, and prints the totals.
 int summary(const QStringList& arguments, Loaded& loaded)
 {
     QString node;
@@ -213,14 +201,14 @@ int summary(const QStringList& arguments, Loaded& loaded)
     if (files.isEmpty())
         return usage();
 
-    loaded.viewer = std::make_unique<HeadlessViewer>();
-    HeadlessViewer& viewer = *loaded.viewer;
-    if (!node.isEmpty())
-        viewer.window->setNode({QString(), node});
-    viewer.window->setFiles(&files, nullptr, QAStViewerWindow::Console);
-    if (viewer.warned())
+    loaded.viewer = std::make_unique<Viewer>();
+    ReportSession& session = loaded.viewer->session;
+    const bool readable = open(session, files);
+    std::cout << session.consoleSummary(node).toLocal8Bit().constData();
+    std::cout.flush();
+    if (!readable)
         return exitUnreadable;
-    return check && viewer.window->testFailed() > 0 ? exitFailedTests : 0;
+    return check && session.testFailed() > 0 ? exitFailedTests : 0;
 }
 
 // Log messages of an export, on standard error.
@@ -233,7 +221,7 @@ public:
     }
 };
 
-// Opens the files in a viewer window without a display and exports them as HTML pages.
+// Reads the files as a viewer does and exports them as HTML pages.
 int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
@@ -254,26 +242,21 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
                   << "\n";
         return exitUnreadable;
     }
-    loaded.viewer = std::make_unique<HeadlessViewer>();
-    HeadlessViewer& viewer = *loaded.viewer;
-    // The pages are written from the reports, not from the window's views: nothing is laid out.
-    viewer.window->setActivateDisplay(false);
-    viewer.window->setFiles(&rest, nullptr, QAStViewerWindow::Normal);
-    // Only files that could not be read are errors; the question asked when nothing failed
-    // (show all results instead?) is not.
-    const bool unreadable = viewer.warned();
-    if (failedOnly)
-        viewer.window->failedtests();
+    loaded.viewer = std::make_unique<Viewer>();
+    ReportSession& session = loaded.viewer->session;
+    const bool unreadable = !open(session, rest);
+    if (failedOnly) {
+        // As a viewer asked to show failed tests only: all of them when none failed.
+        session.setFailedOnly(session.testFailed() > 0);
+        session.analyse(QStringLiteral("crcview"));
+    }
     ErrorLog log;
     // Pages that could not be written and linked files that could not be read are each a line
     // on standard error already; they make the exit status 2.
-    const bool complete =
-        viewer.window->exportHTML(directory, QStringLiteral("index.html"), nullptr, &log);
-    std::cout << QDir(directory)
-                     .absoluteFilePath(viewer.window->exportedIndexPage())
-                     .toLocal8Bit()
-                     .constData()
-              << "\n";
+    const bool complete = session.exportHTML(directory, nullptr, &log);
+    std::cout
+        << QDir(directory).absoluteFilePath(session.exportedIndexPage()).toLocal8Bit().constData()
+        << "\n";
     return unreadable || !complete ? exitUnreadable : 0;
 }
 
@@ -291,13 +274,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
 
 int main(int argc, char** argv)
 {
-    const bool needsWidgets =
-        argc > 1 && (qstrcmp(argv[1], "summary") == 0 || qstrcmp(argv[1], "export") == 0);
-    if (needsWidgets)
-        prepareHeadlessDisplay();
-    std::unique_ptr<QCoreApplication> app = needsWidgets
-                                                ? std::make_unique<QApplication>(argc, argv)
-                                                : std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication app(argc, argv);
     std::ios::sync_with_stdio(false);
     QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty())

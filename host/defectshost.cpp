@@ -1,8 +1,8 @@
 #include "host/defectshost.h"
 
+#include "defects/defectstore.h"
 #include "host/defectsdock.h"
 #include "host/defectsettingsdialog.h"
-#include "host/defectstore.h"
 #include "host/defecttracker.h"
 #include "host/studiosettings.h"
 #include "host/studiotabs.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/defectstore.h"
+#include "defects/defectstore.h"
 #include "sdk/trackwellinterface.h"
 
 #include <QByteArray>

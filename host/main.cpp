@@ -1,6 +1,6 @@
 // crcstudio: a desktop studio that loads the code review viewer plug-in and shows result files.
 
-#include "host/defectstore.h"
+#include "defects/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qadialogs.h"
 

@@ -3,13 +3,12 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "prefs/qareporterprefstyles.h"
 #include "sdk/studiointerface.h"
-
-#include <QDir>
+#include "session/sessioncontext.h"
 
 QAReporterPref::QAReporterPref(StudioInterface* studio) : QObject(nullptr), studio(studio)
 {
     const QString styleFile =
-        styleFilePath(studio ? studio->installDirectory() : QStringLiteral("."));
+        SessionContext::styleFilePath(studio ? studio->installDirectory() : QStringLiteral("."));
     general = std::make_unique<QAReporterPrefGeneral>(
         tr("Code Review Viewer", "Code review Plugin Preference First Item Title"),
         QStringLiteral("pref-crc"), QStringLiteral("pref-cr"), studio);
@@ -21,17 +20,13 @@ QAReporterPref::QAReporterPref(StudioInterface* studio) : QObject(nullptr), stud
 
 QAReporterPref::~QAReporterPref() = default;
 
-QString QAReporterPref::styleFilePath(const QString& installDirectory)
-{
-    return installDirectory + QDir::separator() + QStringLiteral("lib") + QDir::separator() +
-           QStringLiteral("reporterstyle.aml");
-}
-
 std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
 {
     auto group =
         std::make_unique<QAResGroup>(name ? QString::fromUtf8(name) : QStringLiteral("CRC"));
-    group->add<QAResRGB>(QStringLiteral("background"), general->background);
+    const QColor& background = general->background;
+    group->add<QAResRGB>(QStringLiteral("background"), background.red(), background.green(),
+                         background.blue());
     group->add<QAResBoolean>(QStringLiteral("auto_raise"), general->autoRaise);
     group->add<QAResInt>(QStringLiteral("auto_depth"), general->autoDepth);
     group->append(styles->toResources());
@@ -47,7 +42,7 @@ void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
         const QString& childName = child->name();
         if (childName == QLatin1String("background")) {
             if (const QAResRGB* rgb = child->toResRGB())
-                general->background = rgb->color();
+                general->background = QColor(rgb->red(), rgb->green(), rgb->blue());
         } else if (childName == QLatin1String("auto_raise")) {
             if (const QAResBoolean* boolean = child->toResBoolean())
                 general->autoRaise = boolean->value();

@@ -30,9 +30,6 @@ public:
     // Children of another name or kind are skipped; of two children of one name the later wins.
     void fromResources(QARes* res, const char* name);
 
-    // The style file of an installation: DIRECTORY/lib/reporterstyle.aml.
-    static QString styleFilePath(const QString& installDirectory);
-
     StudioInterface* studio;
     std::unique_ptr<QAReporterPrefGeneral> general;
     std::unique_ptr<QAReporterPrefStyles> styles;

@@ -1,12 +1,10 @@
 #include "prefs/qareporterprefstyles.h"
 
-#include "folio/reader/damlhandler.h"
-#include "folio/reader/damlreader.h"
+#include "folio/reader/dstylefile.h"
+#include "folio/styleeditor/dstyleview.h"
 #include "folio/styles/dstyleserialize.h"
-#include "folio/styles/dstyleview.h"
 #include "sdk/qares.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -92,35 +90,10 @@ void QAReporterPrefStyles::cancel() {}
 void QAReporterPrefStyles::defaults()
 {
     // Documents still using the old styles keep them alive; the page lets go of them.
-    styles.clear();
-    styleNames.clear();
-    m_styleFileError.clear();
-    QFile file(styleFile);
-    if (!file.exists()) {
-        m_styleFileError = QStringLiteral("%1: the style file is missing; documents are shown "
-                                          "without styles")
-                               .arg(styleFile);
-        qWarning("%s", qPrintable(m_styleFileError));
-        return;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        m_styleFileError =
-            QStringLiteral("%1: cannot be read: %2").arg(styleFile, file.errorString());
-        qWarning("%s", qPrintable(m_styleFileError));
-        return;
-    }
-    DAmlHandler handler;
-    handler.setEnabledLocalStyle(true);
-    DAmlReader reader(&handler);
-    if (reader.parse(&file)) {
-        styleNames = handler.localStyleNames();
-    } else {
-        m_styleFileError = QStringLiteral("%1:%2: %3")
-                               .arg(styleFile, QString::number(reader.lineNumber()),
-                                    reader.errorString().trimmed());
-        qWarning("%s", qPrintable(m_styleFileError));
-    }
-    styles = handler.localStyles();
+    DStyleFile read = DStyleFile::read(styleFile);
+    styles = std::move(read.styles);
+    styleNames = std::move(read.names);
+    m_styleFileError = std::move(read.error);
 }
 
 std::unique_ptr<QAResGroup> QAReporterPrefStyles::toResources() const

@@ -1,5 +1,6 @@
 #include "sdk/qares.h"
 
+#include <QStringList>
 #include <algorithm>
 
 QARes::~QARes() = default;
@@ -140,11 +141,6 @@ std::unique_ptr<QARes> QAResGroup::take(int index)
 QAResRGB::QAResRGB(const QString& name, int red, int green, int blue) : QARes(RGB, name)
 {
     setRGB(red, green, blue);
-}
-
-QAResRGB::QAResRGB(const QString& name, const QColor& color)
-    : QAResRGB(name, color.red(), color.green(), color.blue())
-{
 }
 
 void QAResRGB::setRGB(int red, int green, int blue)

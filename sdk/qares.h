@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QColor>
 #include <QString>
 #include <memory>
 #include <utility>
@@ -99,12 +98,10 @@ class QAResRGB : public QARes
 {
 public:
     QAResRGB(const QString& name, int red, int green, int blue);
-    QAResRGB(const QString& name, const QColor& color);
 
     int red() const { return m_red; }
     int green() const { return m_green; }
     int blue() const { return m_blue; }
-    QColor color() const { return QColor(m_red, m_green, m_blue); }
     // Parts outside 0 to 255 are clamped.
     void setRGB(int red, int green, int blue);
 

@@ -2,6 +2,7 @@
 
 #include "model/qareporterdatatree.h"
 #include "sdk/qapixmapcenter.h"
+#include "session/failurewalk.h"
 #include "viewer/qaricons.h"
 
 OutlineModel::OutlineModel(QObject* parent) : QAbstractItemModel(parent)
@@ -97,45 +98,13 @@ QModelIndex OutlineModel::failureFrom(const QModelIndex& from, bool forward) con
     const OutlineNode* node = nodeOf(from);
     if (!node)
         node = fileRoot(from);
-    while (node) {
-        node = forward ? nodeAfter(node) : nodeBefore(node);
-        if (node && node->parent && node->data->stat == QSKO)
-            return indexOf(node);
-    }
-    return {};
-}
-
-// The next node in walk order; a tree's root stands for its file and is followed by its
-// children, and the last node of a file by the next file's root.
-const OutlineNode* OutlineModel::nodeAfter(const OutlineNode* node) const
-{
-    if (!node->children.empty())
-        return node->children.front().get();
-    for (; node->parent; node = node->parent) {
-        if (size_t(node->row) + 1 < node->parent->children.size())
-            return node->parent->children[size_t(node->row) + 1].get();
-    }
-    const auto file = m_fileRows.constFind(node);
-    if (file == m_fileRows.constEnd() || size_t(file.value()) + 1 >= m_files.size())
-        return nullptr;
-    return m_files[size_t(file.value()) + 1].root;
-}
-
-const OutlineNode* OutlineModel::nodeBefore(const OutlineNode* node) const
-{
-    if (node->parent && node->row == 0)
-        return node->parent;
-    if (node->parent) {
-        node = node->parent->children[size_t(node->row) - 1].get();
-    } else {
-        const int row = m_fileRows.value(node, 0);
-        if (row == 0)
-            return nullptr;
-        node = m_files[size_t(row) - 1].root;
-    }
-    while (!node->children.empty())
-        node = node->children.back().get();
-    return node;
+    if (!node)
+        return {};
+    std::vector<const OutlineNode*> roots;
+    roots.reserve(m_files.size());
+    for (const File& file : m_files)
+        roots.push_back(file.root);
+    return indexOf(::failureFrom(roots, node, forward));
 }
 
 QModelIndex OutlineModel::index(int row, int column, const QModelIndex& parent) const

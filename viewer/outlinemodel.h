@@ -75,8 +75,6 @@ private:
     };
 
     void loadIcons();
-    const OutlineNode* nodeAfter(const OutlineNode* node) const;
-    const OutlineNode* nodeBefore(const OutlineNode* node) const;
     QIcon pictureOf(const QString& fileName) const;
 
     std::vector<File> m_files;

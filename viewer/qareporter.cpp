@@ -2,21 +2,19 @@
 #include "viewer/qareporter.h"
 #include "viewer/qareporterhost.h"
 
-#include "filter/qareporterfilter.h"
-#include "filter/qareporternodevalidator.h"
-#include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
-#include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qares.h"
 #include "sdk/studiointerface.h"
-#include "sdk/trackwellinterface.h"
+#include "session/placehistory.h"
+#include "session/reportsession.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarpopupmenu.h"
 #include "viewer/qartoolbar.h"
+#include "viewer/studiosessioncontext.h"
 
 #include <QCloseEvent>
 #include <QDockWidget>
@@ -58,8 +56,8 @@ QAReporterManager* QAReporter::manager()
 
 QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* parent,
                        Qt::WindowFlags flags, bool activate)
-    : QAStViewerWindow(parent, flags), m_validator(std::make_unique<QAReporterNodeValidator>()),
-      m_title(title)
+    : QAStViewerWindow(parent, flags), m_context(std::make_unique<StudioSessionContext>()),
+      m_session(std::make_unique<ReportSession>(m_context.get())), m_title(title)
 {
     setActivateDisplay(activate);
     if (s_manager)
@@ -137,11 +135,6 @@ QAReporter::~QAReporter()
         s_manager->remove(this);
     m_documentView->clearDocs();
     m_headerView->clearDocs();
-    m_outline->clear();
-    m_filter.reset();
-    m_validator.reset();
-    m_headerDocument.reset();
-    m_dataList.clear();
     delete m_outline.data();
 }
 
@@ -168,32 +161,29 @@ QWidget* QAReporter::contentOutlineWidget() const
     return m_outline;
 }
 
-QARListView* QAReporter::outline() const
+const QStringList& QAReporter::fileList() const
 {
-    return m_outline;
+    return m_session->files();
 }
 
-QARToolBar* QAReporter::toolBar() const
+bool QAReporter::canGoBack() const
 {
-    return m_toolBar;
+    return m_session->history().canGoBack();
 }
 
-QMenu* QAReporter::commandsMenu() const
+bool QAReporter::canGoForward() const
 {
-    return m_commandsMenu;
+    return m_session->history().canGoForward();
 }
 
 void QAReporter::setFiles(QStringList* files, QStringList* other, ViewerMode mode)
 {
     QAStViewerWindow::setFiles(files, other, mode);
-    m_fileList = files ? *files : QStringList();
-    analyse(m_fileList);
+    m_session->setFiles(files ? *files : QStringList());
+    analyse(m_session->files());
     if (mode != Console)
         return;
-    if (!node().name.isEmpty())
-        std::cout << "TestNode: " << node().name.toLocal8Bit().constData() << "\n";
-    std::cout << "\t[" << testPassed() << "] Test Case Passed\n";
-    std::cout << "\t[" << testFailed() << "] Test Case Failed\n";
+    std::cout << m_session->consoleSummary(node().name).toLocal8Bit().constData();
     std::cout.flush();
 }
 

@@ -2,37 +2,31 @@
 
 #include "sdk/qastviewerwindow.h"
 
-#include <QMap>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QStringList>
 #include <memory>
-#include <vector>
 
-class DDocument;
 class DLink;
 class DReportWidget;
-class DExportHtml;
 class QAction;
-class QAReporterHTMLWriter;
-class QARes;
-class DItem;
-class QAReporterNode;
-class QAReporterData;
-class QAReporterFilter;
 class QAReporterManager;
-class QAReporterNodeValidator;
 class QAReporterPref;
 class QARListView;
 class QARPopupMenu;
 class QARToolBar;
+class QARes;
 class QDockWidget;
 class QMenu;
+class ReportSession;
 class StudioInterface;
+class StudioSessionContext;
+struct Place;
 
 // The viewer window of one set of result files: the report documents in the centre, the summary
 // of all reports in a dock above them, the outline of result nodes for the studio's outline area,
-// and the switch between all results and failed ones only.
+// and the switch between all results and failed ones only. What it shows is a ReportSession's;
+// the window is its widgets.
 class QAReporter : public QAStViewerWindow
 {
     Q_OBJECT
@@ -45,17 +39,6 @@ class QAReporter : public QAStViewerWindow
     Q_PROPERTY(bool loadCancelled READ loadCancelled)
 
 public:
-    // Where the user is: the files shown, the selected outline entry by its path of names, and
-    // the tagged part of a document at the top of the view with how far it is scrolled.
-    struct Place
-    {
-        QStringList files;
-        QStringList entryPath;
-        QString document;
-        QString anchor;
-        int anchorTop = 0;
-    };
-
     // One-time set-up of the plug-in: shared toolbar, preferences, registry of windows.
     static void initialize(QARes* resources, StudioInterface* studio);
     static QAReporterPref* preference();
@@ -65,6 +48,8 @@ public:
                Qt::WindowFlags flags = {}, bool activate = true);
     ~QAReporter() override;
 
+    const ReportSession& session() const { return *m_session; }
+
     // Loading and analysis.
     void setFiles(QStringList* files, QStringList* other, ViewerMode mode) override;
     // Reads and shows `files`; nothing changes when the user cancels the reading.
@@ -72,26 +57,15 @@ public:
     bool loadCancelled() const { return m_loadCancelled; }
     void analyseData();
     void refreshContents() override;
-    void updateView(const std::vector<QAReporterData*>& shown, std::unique_ptr<DDocument> header);
-    void updateListView();
-    void updateTypes();
     Q_INVOKABLE bool contain(const QString& file) const;
     int testPassed() const;
     int testFailed() const;
-    // Reads one report document; the caller owns it. Null when it cannot be read, with the
-    // reason ("FILE:LINE:COLUMN: message") in `reason` when given.
-    std::unique_ptr<DDocument> readXrdFile(const QString& path, QString* reason = nullptr) const;
 
     // Writes the displayed reports, the report files they link to and the summary as HTML pages
     // into `directory`; `index` takes no part (the summary is always "index.html").
     bool exportHTML(const QString& directory, const QString& index, QAIProgressMonitor* progress,
                     QAILogMonitor* log) override;
-    // The file name the last export gave the summary: "index.html" unless a file of that name
-    // that no export wrote was in the way.
-    const QString& exportedIndexPage() const { return m_exportedIndexPage; }
 
-    // The displayed node whose section holds `item`, or null.
-    QAReporterNode* searchReporterNode(DItem* item) const;
     // Stores the studio's node and shows its last name in the caption.
     void setNode(const nodeData& node) override;
 
@@ -109,28 +83,9 @@ public:
     bool isExportDocEnabled() const override { return true; }
     void scrollToTag(const QString& tag, int line, int column) override;
 
-    const QStringList& fileList() const { return m_fileList; }
-    const QStringList& typeNames() const { return m_typeNames; }
-    const std::vector<std::unique_ptr<QAReporterData>>& dataList() const { return m_dataList; }
-    const QAReporterFilter* filter() const { return m_filter.get(); }
-    const QAReporterNodeValidator& validator() const { return *m_validator; }
-    DDocument* headerDocument() const { return m_headerDocument.get(); }
-    DReportWidget* documentView() const { return m_documentView; }
-    DReportWidget* headerView() const { return m_headerView; }
-    QDockWidget* headerDock() const { return m_headerDock; }
-    QARListView* outline() const;
-    QARToolBar* toolBar() const;
-    bool isAnalysed() const { return m_dataAnalysed; }
-    bool canGoBack() const { return !m_back.empty(); }
-    bool canGoForward() const { return !m_forward.empty(); }
-    Place currentPlace() const;
-    bool headerShown() const { return m_headerShown; }
-
-    // The window's commands menu, built on first activation and rebuilt each time it opens.
-    QMenu* commandsMenu() const;
-    QARPopupMenu* contextPopup() const { return m_contextPopup; }
-    QAction* submitEntry() const { return m_submitEntry; }
-    QString helpText(int id) const;
+    const QStringList& fileList() const;
+    bool canGoBack() const;
+    bool canGoForward() const;
 
 public Q_SLOTS:
     void activated() override;
@@ -188,32 +143,25 @@ private Q_SLOTS:
     void findDialogSearch(const QRegularExpression& expression);
 
 private:
-    // Reads `files` (each once, and with `skipShown` none shown already) into `read`, with the
-    // files that could not be read and why in `failed` and `reasons`. False when the user
-    // cancelled: all three are then empty.
-    bool readFiles(const QStringList& files, bool skipShown,
-                   std::vector<std::unique_ptr<QAReporterData>>* read, QStringList* failed,
-                   QStringList* reasons) const;
-    // Shows the records just read, after telling which files could not be read.
-    void showRead(std::vector<std::unique_ptr<QAReporterData>> read, const QStringList& failed,
-                  const QStringList& reasons);
+    // Reads `files` (each once, and with `skipHeld` none held already) and shows them; false,
+    // with nothing changed, when the user cancelled.
+    bool readAndShow(const QStringList& files, bool skipHeld);
+    // The filtered records into the views, the summary into the header; their entries into the
+    // outline.
+    void updateView();
+    void updateListView();
     void setupToolBar(bool on);
-    bool exportHTMLsubFile(const QStringList& files, QAReporterHTMLWriter* writer,
-                           DExportHtml* exporter, QAIProgressMonitor* progress, QAILogMonitor* log);
     bool saveCopy(const QString& source, const QString& title);
     void createToolMenu();
     QAction* commandEntry(int id) const;
     // The status help of the commands menu's entry `entry`, whose id is `id`.
     static QString helpText(int id, const QAction* entry);
-    void makeTagsUnique();
     void updateSubmitEntry(QAction* entry, const QModelIndex& item) const;
     // The outline's current entry in column 0; invalid when there is none.
     QModelIndex currentEntry() const;
     void showHeaderDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
-    void rememberPlace(const Place& place);
-    // The directory of the shown report whose document holds `item`; empty when none does.
-    QString reportDirectoryOf(const DItem* item) const;
+    Place currentPlace() const;
     bool showPlace(const Place& place);
     void restorePlace(const Place& place);
     // Scrolls to the top of the shown document tagged `tag`; false when none is shown.
@@ -224,14 +172,12 @@ private:
     static bool s_initialized;
     static int s_reporterCount;
 
-    bool m_dataAnalysed = false;
+    std::unique_ptr<StudioSessionContext> m_context;
+    std::unique_ptr<ReportSession> m_session;
     bool m_loadCancelled = false;
-    QStringList m_fileList;
     bool m_mainWindowGone = false;
     QDockWidget* m_headerDock;
     DReportWidget* m_headerView;
-    std::unique_ptr<DDocument> m_headerDocument;
-    QString m_exportedIndexPage;
     DReportWidget* m_documentView;
     bool m_headerShown = false;
     int m_studioMenuId = -1;
@@ -241,18 +187,10 @@ private:
     QARPopupMenu* m_contextPopup;
     QAction* m_submitEntry;          // the context menu's submission entry
     QPointer<QARListView> m_outline; // lives in the studio's outline area; destroyed with us
-    std::vector<std::unique_ptr<QAReporterData>> m_dataList;
-    std::unique_ptr<QAReporterFilter> m_filter;
-    std::unique_ptr<QAReporterNodeValidator> m_validator;
-    QStringList m_typeNames;
     QString m_title;
     QRegularExpression m_findExpression{QString(), QRegularExpression::CaseInsensitiveOption};
     QString m_findText; // as the user typed it
     bool m_findRegularExpression = false;
-    std::vector<Place> m_back;
-    std::vector<Place> m_forward;
     std::unique_ptr<Place> m_pendingPlace; // to return to once a reload is analysed
-    bool m_typeVisibilityInitialised = false;
-    QMap<QString, bool> m_typeVisibility;
     QPointer<QARToolBar> m_toolBar;
 };

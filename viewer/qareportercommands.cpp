@@ -2,11 +2,9 @@
 #include "viewer/qareporter.h"
 #include "viewer/qareporterhost.h"
 
-#include "filter/qareporternodevalidator.h"
 #include "folio/view/dreportwidget.h"
-#include "model/qareporterdata.h"
 #include "sdk/studiointerface.h"
-#include "sdk/trackwellinterface.h"
+#include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qaricons.h"
 #include "viewer/qarlistview.h"
@@ -112,8 +110,7 @@ void QAReporter::updateToolMenu()
     if (!m_commandsMenu)
         return;
     m_commandsMenu->clear();
-    m_validator->unsetAttribut(QAReporterNodeValidator::AttrType);
-    const bool loaded = !m_dataList.empty();
+    const bool loaded = !m_session->records().empty();
     const bool filtered = m_toolBar && m_toolBar->isFiltered();
     const auto addEntry = [this](const QString& text, int id, auto slot) {
         QAction* action = m_commandsMenu->addAction(text, this, slot);
@@ -132,12 +129,10 @@ void QAReporter::updateToolMenu()
     m_commandsMenu->addSeparator();
 
     int nextId = FirstTypeId; // the type entries, then the dock and submission entries
-    const qsizetype listed = listedTypes(m_typeNames);
+    const QStringList& types = m_session->typeNames();
+    const qsizetype listed = listedTypes(types);
     for (qsizetype i = 0; i < listed; ++i) {
-        const QString& type = m_typeNames.at(i);
-        if (!m_typeVisibilityInitialised)
-            m_typeVisibility.insert(type, true);
-        const bool shown = m_typeVisibility.value(type, true);
+        const QString& type = types.at(i);
         const int id = nextId++;
         // A type name is shown as it is: an ampersand in it is no mnemonic.
         QString text = type;
@@ -145,20 +140,13 @@ void QAReporter::updateToolMenu()
         QAction* entry = m_commandsMenu->addAction(text, this, [this, id] { typeCheck(id); });
         entry->setData(id);
         entry->setCheckable(true);
-        entry->setChecked(shown);
+        entry->setChecked(m_session->isTypeVisible(type));
     }
-    if (m_typeNames.size() > listed) {
+    if (types.size() > listed) {
         QAction* more = m_commandsMenu->addAction(
-            tr("Types not listed: %1 (always shown)").arg(m_typeNames.size() - listed));
+            tr("Types not listed: %1 (always shown)").arg(types.size() - listed));
         more->setData(MoreTypesId);
         more->setEnabled(false);
-    }
-    m_typeVisibilityInitialised = true;
-    // The hidden types, few whatever the number of types, are hidden again.
-    for (auto type = m_typeVisibility.cbegin(); type != m_typeVisibility.cend(); ++type) {
-        if (!type.value())
-            m_validator->setAttribut(QAReporterNodeValidator::AttrType,
-                                     QRegularExpression(type.key()));
     }
     m_commandsMenu->addSeparator();
 
@@ -212,15 +200,11 @@ void QAReporter::typeCheck(int id)
 {
     const QAction* entry = commandEntry(id);
     const qsizetype index = id - FirstTypeId;
-    if (!s_preference || !hostStudio() || !entry || index < 0 || index >= listedTypes(m_typeNames))
+    const QStringList& types = m_session->typeNames();
+    if (!s_preference || !hostStudio() || !entry || index < 0 || index >= listedTypes(types))
         return;
-    const QString& type = m_typeNames.at(index);
-    setTypeVisible(type, !m_typeVisibility.value(type, true));
-}
-
-QString QAReporter::helpText(int id) const
-{
-    return helpText(id, commandEntry(id));
+    const QString type = types.at(index);
+    setTypeVisible(type, !m_session->isTypeVisible(type));
 }
 
 QString QAReporter::helpText(int id, const QAction* entry)
@@ -255,7 +239,7 @@ void QAReporter::highlighted(int id)
     if (!studio || !m_commandsMenu)
         return;
     if (auto* studioWindow = qobject_cast<QMainWindow*>(studio->mainWindow()))
-        studioWindow->statusBar()->showMessage(helpText(id));
+        studioWindow->statusBar()->showMessage(helpText(id, commandEntry(id)));
 }
 
 void QAReporter::showDock(int)

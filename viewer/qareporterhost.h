@@ -13,10 +13,6 @@ inline StudioInterface* hostStudio()
     return preference ? preference->studio : nullptr;
 }
 
-// The folder that the relative links of the report read from `file` start from: that of the file
-// the user opened, which for results the studio converted is not that of the converted copy.
-QString reportFolderOf(const QString& file);
-
 inline DStyleList currentStyles()
 {
     const QAReporterPref* preference = QAReporter::preference();

@@ -2,25 +2,20 @@
 #include "viewer/qareporter.h"
 #include "viewer/qareporterhost.h"
 
-#include "filter/qareporterfilter.h"
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
-#include "model/qareporterdata.h"
-#include "model/qareporternode.h"
-#include "model/reversesearch.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
 #include "sdk/studiointerface.h"
+#include "session/placehistory.h"
+#include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QMainWindow>
 #include <QScrollBar>
 #include <QStatusBar>
-#include <utility>
 
 void QAReporter::nextKO()
 {
@@ -82,92 +77,42 @@ void QAReporter::scrollToTag(const QString& tag, int, int)
     moveDoc(tag);
 }
 
-QAReporterNode* QAReporter::searchReporterNode(DItem* item) const
-{
-    if (!m_filter)
-        return nullptr;
-    const QList<QAReporterData*> displayed(m_filter->filtered().begin(),
-                                           m_filter->filtered().end());
-    return ::searchReporterNode(displayed, item);
-}
-
-QString reportFolderOf(const QString& file)
-{
-    StudioInterface* studio = hostStudio();
-    return QFileInfo(studio ? studio->originalFileOf(file) : file).absolutePath();
-}
-
-QString QAReporter::reportDirectoryOf(const DItem* item) const
-{
-    const DItem* root = item;
-    while (root && root->parent())
-        root = root->parent();
-    if (!m_filter || !root)
-        return QString();
-    for (const auto& record : m_filter->filtered()) {
-        if (record->document.get() == root)
-            return reportFolderOf(record->fileName);
-    }
-    return QString();
-}
-
 void QAReporter::resolveLink(DLink* link)
 {
-    if (!link)
+    const ReportSession::LinkAction action = m_session->followLink(link);
+    PlaceHistory& history = m_session->history();
+    switch (action.kind) {
+    case ReportSession::LinkAction::Nothing:
         return;
-    QString target = link->target();
-    const QLatin1String reportScheme("xrdlink://");
-    if (target.startsWith(reportScheme)) {
-        const QString rest = target.mid(reportScheme.size());
-        const qsizetype hash = rest.indexOf(QLatin1Char('#'));
-        QString file = hash < 0 ? rest : rest.left(hash);
-        const QString anchor = hash < 0 ? QString() : rest.mid(hash + 1);
-        if (!file.isEmpty()) {
-            if (QFileInfo(file).isRelative()) {
-                // Beside the report that holds the link, whichever of those shown it is.
-                const QString directory = reportDirectoryOf(link);
-                if (directory.isEmpty())
-                    return;
-                file = QDir::cleanPath(QDir(directory).filePath(file));
-            }
-            const Place here = currentPlace();
-            if (!showPlace(Place{{file}, {}, {}, {}, 0}))
-                return; // cancelled: still where the link was
-            rememberPlace(here);
-            if (m_dataList.empty()) {
-                // Nothing of it could be read (the user was told): back to where the link was.
-                showPlace(m_back.back());
-                m_back.pop_back();
-                Q_EMIT stateChanged();
-                return;
-            }
-        } else if (!anchor.isEmpty()) {
-            rememberPlace(currentPlace());
+    case ReportSession::LinkAction::ShowReport: {
+        const Place here = currentPlace();
+        if (!showPlace(Place{{action.file}, {}, {}, {}, 0}))
+            return; // cancelled: still where the link was
+        history.leave(here);
+        Q_EMIT stateChanged();
+        if (m_session->records().empty()) {
+            // Nothing of it could be read (the user was told): back to where the link was.
+            showPlace(history.takeBack());
+            Q_EMIT stateChanged();
+            return;
         }
-        if (!anchor.isEmpty())
-            scrollToTag(anchor, -1, -1);
+        break;
+    }
+    case ReportSession::LinkAction::ShowAnchor:
+        history.leave(currentPlace());
+        Q_EMIT stateChanged();
+        break;
+    case ReportSession::LinkAction::OpenTag:
+        history.leave(currentPlace()); // the studio moves this window
+        Q_EMIT stateChanged();
+        [[fallthrough]];
+    case ReportSession::LinkAction::OpenSource:
+        if (StudioInterface* studio = hostStudio())
+            studio->openLocation(action.location, 3, true);
         return;
     }
-
-    static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
-    const QRegularExpressionMatch match = sourceLine.match(target);
-    if (!match.hasMatch())
-        rememberPlace(currentPlace()); // a tag: the studio moves this window
-    if (match.hasMatch()) {
-        // A relative path is the node's base followed by the path, and what is still relative
-        // then lies beside the report: never where the studio happened to be started.
-        const QString file = match.captured(1).trimmed();
-        if (file.isEmpty() || QFileInfo(file).isRelative()) {
-            const QAReporterNode* node = searchReporterNode(link);
-            QString path = node ? node->base + file : file;
-            const QString directory = reportDirectoryOf(link);
-            if (QFileInfo(path).isRelative() && !directory.isEmpty())
-                path = QDir::cleanPath(QDir(directory).filePath(path));
-            target = path + QStringLiteral(" line ") + match.captured(2);
-        }
-    }
-    if (StudioInterface* studio = hostStudio())
-        studio->openLocation(target, 3, true);
+    if (!action.anchor.isEmpty())
+        scrollToTag(action.anchor, -1, -1);
 }
 
 namespace {
@@ -256,10 +201,10 @@ void QAReporter::searchDocuments(const QRegularExpression& expression, bool back
     }
 }
 
-QAReporter::Place QAReporter::currentPlace() const
+Place QAReporter::currentPlace() const
 {
     Place place;
-    place.files = m_fileList;
+    place.files = m_session->files();
     if (m_outline)
         place.entryPath = QARListView::entryPath(m_outline->currentEntry());
     DDocument* document = m_documentView->currentDocument();
@@ -298,7 +243,7 @@ bool QAReporter::moveToDocument(const QString& tag)
 
 void QAReporter::restorePlace(const Place& place)
 {
-    if (place.files != m_fileList)
+    if (place.files != m_session->files())
         return;
     if (m_outline) {
         const QModelIndex entry = m_outline->entryAt(place.entryPath);
@@ -330,32 +275,20 @@ void QAReporter::setNode(const nodeData& node)
     Q_EMIT captionChanged(this);
 }
 
-void QAReporter::rememberPlace(const Place& place)
-{
-    constexpr size_t kept = 100;
-    m_back.push_back(place);
-    if (m_back.size() > kept)
-        m_back.erase(m_back.begin());
-    m_forward.clear();
-    Q_EMIT stateChanged();
-}
-
-// Shows `place`, reading its files first when they are not the ones shown.
 // Shows `place`, reading its files first when they are not the ones shown. False when the user
 // cancelled the reading: the window still shows what it showed.
 bool QAReporter::showPlace(const Place& place)
 {
-    if (place.files == m_fileList && !m_dataList.empty()) {
+    if (place.files == m_session->files() && !m_session->records().empty()) {
         restorePlace(place);
         return true;
     }
-    const QStringList shownFiles = std::exchange(m_fileList, place.files);
-    const bool analysed = std::exchange(m_dataAnalysed, false);
+    const QStringList shownFiles = m_session->files();
+    m_session->setFiles(place.files);
     m_pendingPlace = std::make_unique<Place>(place);
     refreshContents();
     if (m_loadCancelled) {
-        m_fileList = shownFiles;
-        m_dataAnalysed = analysed;
+        m_session->setFiles(shownFiles);
         m_pendingPlace.reset();
         return false;
     }
@@ -365,26 +298,24 @@ bool QAReporter::showPlace(const Place& place)
 
 void QAReporter::goBack()
 {
-    if (m_back.empty())
+    PlaceHistory& history = m_session->history();
+    if (!history.canGoBack())
         return;
     const Place here = currentPlace();
-    const Place place = m_back.back();
-    if (!showPlace(place))
+    if (!showPlace(history.backPlace()))
         return; // cancelled: still here, with both ways kept
-    m_back.pop_back();
-    m_forward.push_back(here);
+    history.wentBack(here);
     Q_EMIT stateChanged();
 }
 
 void QAReporter::goForward()
 {
-    if (m_forward.empty())
+    PlaceHistory& history = m_session->history();
+    if (!history.canGoForward())
         return;
     const Place here = currentPlace();
-    const Place place = m_forward.back();
-    if (!showPlace(place))
+    if (!showPlace(history.forwardPlace()))
         return; // cancelled: still here, with both ways kept
-    m_forward.pop_back();
-    m_back.push_back(here);
+    history.wentForward(here);
     Q_EMIT stateChanged();
 }

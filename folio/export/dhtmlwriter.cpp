@@ -22,9 +22,9 @@ QByteArray number(double value)
 }
 
 // A colour as CSS: always "#rrggbb", whatever the markup said.
-QByteArray cssColor(const QColor& color)
+QByteArray cssColor(const DColor& color)
 {
-    return color.name(QColor::HexRgb).toLatin1();
+    return color.name().toLatin1();
 }
 
 // Letters, digits, blanks and dashes only: a family name cannot end the declaration early.
@@ -593,7 +593,7 @@ void DHTMLWriter::doGraphic(DItem* item)
     m_out.append("<rect x=\"30\" y=\"10\" width=\"440\" height=\"200\" fill=\"none\" "
                  "stroke=\"#888\"/>");
     for (const DCurve* curve : curves) {
-        const QColor color = curve->color().isValid() ? curve->color() : QColor(0x1f, 0x3a, 0x5f);
+        const DColor color = curve->color().isValid() ? curve->color() : DColor(0x1f, 0x3a, 0x5f);
         m_out.append("<polyline fill=\"none\" stroke-width=\"2\" stroke=\"" + cssColor(color) +
                      "\" points=\"");
         for (const DItem* p = curve->firstChild(); p; p = p->next()) {
@@ -620,7 +620,7 @@ void DHTMLWriter::doGraphic(DItem* item)
     m_out.append("<figcaption>");
     writeText(graphic->title());
     for (const DCurve* curve : curves) {
-        const QColor color = curve->color().isValid() ? curve->color() : QColor(0x1f, 0x3a, 0x5f);
+        const DColor color = curve->color().isValid() ? curve->color() : DColor(0x1f, 0x3a, 0x5f);
         m_out.append(" <span class=\"legend\" style=\"color: " + cssColor(color) + "\">&#9632; ");
         writeText(curve->name());
         m_out.append("</span>");

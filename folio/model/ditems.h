@@ -219,12 +219,12 @@ class DCurve : public DItemKind<DCurve, DItemContainer, DItem::Curve>
 public:
     const QString& name() const { return m_name; }
     void setName(const QString& name) { m_name = name; }
-    const QColor& color() const { return m_color; }
-    void setColor(const QColor& color) { m_color = color; }
+    const DColor& color() const { return m_color; }
+    void setColor(const DColor& color) { m_color = color; }
 
 private:
     QString m_name;
-    QColor m_color;
+    DColor m_color;
 };
 
 class DAxis : public DItemKind<DAxis, DItem, DItem::Axis>

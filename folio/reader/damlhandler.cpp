@@ -99,12 +99,12 @@ public:
         return false;
     }
 
-    QColor color(const char* name)
+    DColor color(const char* name)
     {
         const QString raw = m_attributes.value(name);
         if (raw.isEmpty())
-            return QColor();
-        const QColor value(raw.trimmed());
+            return DColor();
+        const DColor value = DColor::fromString(raw.trimmed());
         if (!value.isValid())
             fail(name, raw, "is not a colour");
         return value;

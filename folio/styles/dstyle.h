@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QColor>
+#include "folio/styles/dcolor.h"
+
 #include <QExplicitlySharedDataPointer>
 #include <QList>
 #include <QSharedData>
@@ -38,10 +39,10 @@ public:
     bool underline() const { return m_underline; }
     void setUnderline(bool on) { m_underline = on; }
     // Text and background colours; an invalid colour means the view's default.
-    const QColor& color() const { return m_color; }
-    void setColor(const QColor& color) { m_color = color; }
-    const QColor& background() const { return m_background; }
-    void setBackground(const QColor& color) { m_background = color; }
+    const DColor& color() const { return m_color; }
+    void setColor(const DColor& color) { m_color = color; }
+    const DColor& background() const { return m_background; }
+    void setBackground(const DColor& color) { m_background = color; }
     Alignment align() const { return m_align; }
     void setAlign(Alignment align) { m_align = align; }
     // Left indent in pixels.
@@ -66,8 +67,8 @@ private:
     bool m_bold = false;
     bool m_italic = false;
     bool m_underline = false;
-    QColor m_color;
-    QColor m_background;
+    DColor m_color;
+    DColor m_background;
     Alignment m_align = AlignLeft;
     int m_indent = 0;
     bool m_pre = false;

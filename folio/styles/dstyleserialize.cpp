@@ -4,10 +4,10 @@
 
 namespace {
 
-void addColor(QAResGroup& group, const QString& name, const QColor& color)
+void addColor(QAResGroup& group, const QString& name, const DColor& color)
 {
     if (color.isValid())
-        group.add<QAResRGB>(name, color);
+        group.add<QAResRGB>(name, color.red(), color.green(), color.blue());
     else
         group.add<QAResBoolean>(QStringLiteral("default_") + name, true);
 }
@@ -92,19 +92,19 @@ private:
             wrongKind(res, QARes::Boolean);
     }
 
-    void color(const QARes& res, void (DStyle::*set)(const QColor&))
+    void color(const QARes& res, void (DStyle::*set)(const DColor&))
     {
         if (const QAResRGB* value = res.toResRGB())
-            (m_style.*set)(value->color());
+            (m_style.*set)(DColor(value->red(), value->green(), value->blue()));
         else
             wrongKind(res, QARes::RGB);
     }
 
-    void defaultColor(const QARes& res, void (DStyle::*set)(const QColor&))
+    void defaultColor(const QARes& res, void (DStyle::*set)(const DColor&))
     {
         if (const QAResBoolean* value = res.toResBoolean()) {
             if (value->value())
-                (m_style.*set)(QColor());
+                (m_style.*set)(DColor());
         } else {
             wrongKind(res, QARes::Boolean);
         }

@@ -1,6 +1,7 @@
 #include "folio/view/dchart.h"
 
 #include "folio/model/ditems.h"
+#include "folio/view/dqcolor.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -13,7 +14,7 @@ DChart::DChart(const DGraphic* graphic) : m_title(graphic->title())
         if (const DAxis* axis = dcast<DAxis>(it); axis && axes < 2)
             m_axes[axes++] = Axis{axis->name(), axis->minimum(), axis->maximum()};
         if (const DCurve* curve = dcast<DCurve>(it)) {
-            Curve data{curve->name(), curve->color(), {}};
+            Curve data{curve->name(), toQColor(curve->color()), {}};
             for (const DItem* p = curve->firstChild(); p; p = p->next()) {
                 if (const DPoint* point = dcast<DPoint>(p))
                     data.points.append(QPointF(point->x(), point->y()));

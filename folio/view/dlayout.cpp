@@ -4,6 +4,7 @@
 
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "folio/view/dqcolor.h"
 #include "sdk/qasafefile.h"
 
 #include <QDir>
@@ -460,12 +461,12 @@ std::unique_ptr<QTextLayout> DBlockLayout::makeLayout(const Piece& piece) const
         QTextCharFormat format;
         format.setFont(m_context.fontOf(fragment.style));
         const bool link = looksLikeLink(fragment);
-        const QColor color = fragment.style ? fragment.style->color() : QColor();
+        const QColor color = fragment.style ? toQColor(fragment.style->color()) : QColor();
         format.setForeground(link ? m_context.link : color.isValid() ? color : m_context.text);
         if (link)
             format.setFontUnderline(true);
         if (fragment.style && fragment.style != style && fragment.style->background().isValid())
-            format.setBackground(fragment.style->background());
+            format.setBackground(toQColor(fragment.style->background()));
         formats.append(QTextLayout::FormatRange{from - piece.start, to - from, format});
     }
     layout->setFormats(formats);
@@ -765,12 +766,13 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
 
     if (m_block.kind == DBlock::Text) {
         if (style && style->background().isValid())
-            painter->fillRect(m_content, style->background());
+            painter->fillRect(m_content, toQColor(style->background()));
         if (m_block.marker != 0) {
             const QString marker = m_block.marker > 0 ? QStringLiteral("%1.").arg(m_block.marker)
                                                       : QString(QChar(0x2022));
             painter->setFont(m_context.fontOf(style));
-            painter->setPen(style && style->color().isValid() ? style->color() : m_context.text);
+            painter->setPen(style && style->color().isValid() ? toQColor(style->color())
+                                                              : m_context.text);
             // Right-aligned in the indent, on the first line's baseline.
             const QTextLine first = pieceLayout(0).lineAt(0);
             const qreal width = QFontMetricsF(painter->font()).horizontalAdvance(marker);
@@ -782,9 +784,9 @@ void DBlockLayout::draw(QPainter* painter, int selectionStart, int selectionEnd)
     for (int i = 0; m_block.kind == DBlock::Row && i < int(m_runs.size()); ++i) {
         const DStyle* cellStyle = m_runs[i].style;
         if (cellStyle && cellStyle->background().isValid())
-            painter->fillRect(m_cellRects[i], cellStyle->background());
+            painter->fillRect(m_cellRects[i], toQColor(cellStyle->background()));
         else if (style && style->background().isValid())
-            painter->fillRect(m_cellRects[i], style->background());
+            painter->fillRect(m_cellRects[i], toQColor(style->background()));
     }
     // Only the pieces in the painted area are laid out and drawn.
     const QRectF painted = painter->hasClipping() ? painter->clipBoundingRect() : QRectF();

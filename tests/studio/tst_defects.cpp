@@ -2,8 +2,8 @@
 // outline, open its context menu, choose the entry; the defect lands in the store, the output
 // window narrates the run, the Defects dock lists it, and crcview reads the store for scripts.
 
+#include "defects/defectstore.h"
 #include "host/defectsdock.h"
-#include "host/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "sdk/qaresfile.h"
 #include "sdk/qastviewerwindow.h"

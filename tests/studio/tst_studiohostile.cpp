@@ -3,9 +3,9 @@
 // stores are read only when they are what they claim, and never without bound; the team's
 // client can neither flood the studio nor hold the store; a CSV cell is never a formula.
 
+#include "defects/defectstore.h"
+#include "defects/storeconnection.h"
 #include "host/defectsdock.h"
-#include "host/defectstore.h"
-#include "host/storeconnection.h"
 #include "host/studiomainwindow.h"
 #include "host/submitcommand.h"
 #include "tests/studio/studiofixture.h"

@@ -2,7 +2,7 @@
 // the File menu or dropped on the window, named after the original files, their findings
 // linked to the source lines, and bad logs refused with the place of the fault.
 
-#include "host/defectstore.h"
+#include "defects/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "import/importcache.h"
 #include "tests/studio/studiofixture.h"

@@ -1,0 +1,470 @@
+#include "defects/defectstore.h"
+
+#include "defects/storeconnection.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QVariant>
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+const QString defectsTable = QStringLiteral("CREATE TABLE defects ("
+                                            " id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                                            " state TEXT NOT NULL DEFAULT 'open'"
+                                            "  CHECK (state IN ('open', 'closed')),"
+                                            " headline TEXT NOT NULL,"
+                                            " description TEXT NOT NULL,"
+                                            " item_path TEXT NOT NULL,"
+                                            " file TEXT,"
+                                            " filed TEXT NOT NULL,"
+                                            " external_reference TEXT)");
+const QString attachmentsTable = QStringLiteral("CREATE TABLE attachments ("
+                                                " defect INTEGER NOT NULL REFERENCES defects(id),"
+                                                " label TEXT NOT NULL,"
+                                                " path TEXT NOT NULL,"
+                                                " size INTEGER NOT NULL,"
+                                                " sha256 TEXT NOT NULL)");
+
+// Runs `statement` with `values` bound in order; false leaves the reason in `error`.
+bool run(QSqlQuery& query, const QString& statement, const QVariantList& values, QString* error)
+{
+    if (!query.prepare(statement)) {
+        *error = StoreConnection::reason(query.lastError());
+        return false;
+    }
+    for (const QVariant& value : values)
+        query.addBindValue(value);
+    if (!query.exec()) {
+        *error = StoreConnection::reason(query.lastError());
+        return false;
+    }
+    return true;
+}
+
+bool run(const QSqlDatabase& database, const QString& statement, QString* error)
+{
+    QSqlQuery query(database);
+    return run(query, statement, {}, error);
+}
+
+QVariant textOrNull(const QString& text)
+{
+    return text.isNull() ? QVariant(QMetaType(QMetaType::QString)) : QVariant(text);
+}
+
+// One cell. A spreadsheet may compute a cell that begins with =, +, - or @, or with a tab or a
+// carriage return: such a cell gets a single quote first, so that it is shown as text and never
+// run (=HYPERLINK() would send the sheet's cells elsewhere).
+QString csvField(const QString& text)
+{
+    static const QString formulaStarts = QStringLiteral("=+-@\t\r");
+    const QString cell =
+        !text.isEmpty() && formulaStarts.contains(text.front()) ? QLatin1Char('\'') + text : text;
+    if (!cell.contains(QLatin1Char(',')) && !cell.contains(QLatin1Char('"')) &&
+        !cell.contains(QLatin1Char('\n')) && !cell.contains(QLatin1Char('\r')))
+        return cell;
+    QString quoted = cell;
+    quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+QString timeText(const QDateTime& time)
+{
+    return time.toUTC().toString(Qt::ISODate);
+}
+
+bool createTables(const QSqlDatabase& database, QString* error)
+{
+    return run(database, defectsTable, error) && run(database, attachmentsTable, error) &&
+           run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
+}
+
+// Whether the store holds exactly the tables crcstudio makes (`empty` when it holds none yet).
+// Only the schema is read to find out, nothing of it runs: anything else, such as a view that
+// never ends or a trigger that filing would fire, is refused with the reason in `error`.
+bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
+{
+    static const QHash<QString, QString> ours{
+        {QStringLiteral("defects"), defectsTable},
+        {QStringLiteral("attachments"), attachmentsTable},
+        // SQLite's own, for AUTOINCREMENT; ANALYZE adds statistics.
+        {QStringLiteral("sqlite_sequence"),
+         QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")},
+        {QStringLiteral("sqlite_stat1"), QStringLiteral("CREATE TABLE sqlite_stat1(tbl,idx,stat)")},
+        {QStringLiteral("sqlite_stat4"),
+         QStringLiteral("CREATE TABLE sqlite_stat4(tbl,idx,neq,nlt,ndlt,sample)")}};
+    QSqlQuery query(database);
+    if (!run(query, QStringLiteral("SELECT type, name, sql FROM sqlite_master"), {}, error))
+        return false;
+    QSet<QString> tables;
+    while (query.next()) {
+        const QString type = query.value(0).toString();
+        const QString name = query.value(1).toString();
+        const auto expected = ours.constFind(name);
+        if (expected == ours.constEnd()) {
+            *error = QStringLiteral("it is no defect store of crcstudio: it holds the %1 %2")
+                         .arg(type, name);
+            return false;
+        }
+        if (type != QLatin1String("table") || query.value(2).toString() != *expected) {
+            *error = QStringLiteral("it is no defect store of crcstudio: its %1 %2 is not the "
+                                    "table crcstudio makes")
+                         .arg(type, name);
+            return false;
+        }
+        tables.insert(name);
+    }
+    if (query.lastError().isValid()) {
+        *error = StoreConnection::reason(query.lastError());
+        return false;
+    }
+    *empty = tables.isEmpty();
+    for (const QString& table : {QStringLiteral("defects"), QStringLiteral("attachments")}) {
+        if (!*empty && !tables.contains(table)) {
+            *error =
+                QStringLiteral("it is no defect store of crcstudio: it has no table %1").arg(table);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Begins a transaction that writes to a store checked to be one of crcstudio's; false with the
+// reason, and nothing begun, otherwise.
+bool beginWriting(const QSqlDatabase& database, bool* empty, QString* error)
+{
+    if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), error))
+        return false;
+    if (checkSchema(database, empty, error))
+        return true;
+    QString ignored;
+    run(database, QStringLiteral("ROLLBACK"), &ignored);
+    return false;
+}
+
+} // namespace
+
+DefectStore::DefectStore(const QString& path) : m_path(path) {}
+
+DefectStore::~DefectStore() = default;
+
+QString DefectStore::defaultPath()
+{
+    // The same place for crcstudio and crcview, whatever the program's own name.
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/crcstudio/defects.sqlite");
+}
+
+bool DefectStore::fail(const QString& what, const QString& reason)
+{
+    m_error = what.arg(QDir::toNativeSeparators(m_path)) + QStringLiteral(": ") + reason;
+    return false;
+}
+
+bool DefectStore::refuseUnsafeStore(const QString& what)
+{
+    const QFileInfo info(m_path);
+    if (info.isSymLink())
+        return fail(what, QStringLiteral("it is a symbolic link"));
+    if (info.exists() && !info.isFile())
+        return fail(what, QStringLiteral("it is not a regular file"));
+    return true;
+}
+
+bool DefectStore::prepareForFiling()
+{
+    m_error.clear();
+    if (!refuseUnsafeStore(QStringLiteral("Cannot file defects in %1")))
+        return false;
+    const QFileInfo info(m_path);
+    const QString folder = info.absolutePath();
+    if (!QDir().mkpath(folder))
+        return fail(QStringLiteral("Cannot file defects in %1"),
+                    QStringLiteral("the folder %1 cannot be created")
+                        .arg(QDir::toNativeSeparators(folder)));
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    // A write that is undone at once tells whether the database takes writes at all: a
+    // read-only file or folder answers here, before anything is asked of the user.
+    bool fresh = false;
+    if (!beginWriting(database, &fresh, &error))
+        return fail(QStringLiteral("Cannot file defects in %1"), error);
+    const bool written =
+        fresh
+            ? createTables(database, &error)
+            : run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), &error);
+    if (!written ||
+        !run(database, fresh ? QStringLiteral("COMMIT") : QStringLiteral("ROLLBACK"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file defects in %1"), error);
+    }
+    return true;
+}
+
+bool DefectStore::reserveId(qint64* id)
+{
+    if (!prepareForFiling())
+        return false;
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    // AUTOINCREMENT never gives a number at or below the one SQLite keeps in sqlite_sequence:
+    // raising it takes the next number for this defect alone.
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("INSERT INTO sqlite_sequence (name, seq) SELECT 'defects', 0"
+                            " WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence"
+                            " WHERE name = 'defects')"),
+             {}, &error) ||
+        !run(query,
+             QStringLiteral("UPDATE sqlite_sequence SET seq = max(seq, (SELECT coalesce(max(id), 0)"
+                            " FROM defects)) + 1 WHERE name = 'defects'"),
+             {}, &error) ||
+        !run(query, QStringLiteral("SELECT max(seq) FROM sqlite_sequence WHERE name = 'defects'"),
+             {}, &error) ||
+        !query.next()) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    const qint64 reserved = query.value(0).toLongLong();
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    }
+    *id = reserved;
+    return true;
+}
+
+bool DefectStore::file(Defect& defect)
+{
+    if (!prepareForFiling())
+        return false;
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    const auto undo = [&](const QString& reason) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot file the defect in %1"), reason);
+    };
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
+        return fail(QStringLiteral("Cannot file the defect in %1"), error);
+    const QDateTime filed = QDateTime::currentDateTimeUtc();
+    QSqlQuery query(database);
+    const QVariantList values{
+        defect.headline,
+        defect.description,
+        QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(defect.itemPath))
+                              .toJson(QJsonDocument::Compact)),
+        textOrNull(defect.file),
+        timeText(filed),
+        textOrNull(defect.externalReference)};
+    const bool inserted =
+        defect.id > 0
+            ? run(query,
+                  QStringLiteral("INSERT INTO defects (id, state, headline, description, "
+                                 "item_path, file, filed, external_reference)"
+                                 " VALUES (?, 'open', ?, ?, ?, ?, ?, ?)"),
+                  QVariantList{defect.id} + values, &error)
+            : run(query,
+                  QStringLiteral("INSERT INTO defects (state, headline, description, item_path,"
+                                 " file, filed, external_reference)"
+                                 " VALUES ('open', ?, ?, ?, ?, ?, ?)"),
+                  values, &error);
+    if (!inserted)
+        return undo(error);
+    const qint64 id = defect.id > 0 ? defect.id : query.lastInsertId().toLongLong();
+    for (const DefectAttachment& attachment : std::as_const(defect.attachments)) {
+        if (!run(query,
+                 QStringLiteral("INSERT INTO attachments (defect, label, path, size, sha256)"
+                                " VALUES (?, ?, ?, ?, ?)"),
+                 {id, attachment.label, attachment.path, attachment.size, attachment.sha256},
+                 &error))
+            return undo(error);
+    }
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error))
+        return undo(error);
+    defect.id = id;
+    defect.filed = filed;
+    return true;
+}
+
+bool DefectStore::read(QList<Defect>* defects)
+{
+    m_error.clear();
+    defects->clear();
+    const QFileInfo info(m_path);
+    if (!info.exists())
+        return true;
+    // A FIFO or a device would never end or hang the reader.
+    if (!info.isFile())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    QStringLiteral("it is not a regular file"));
+    StoreConnection connection(m_path, true);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    bool empty = false;
+    if (!checkSchema(database, &empty, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    if (empty)
+        return true;
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("SELECT id, state, headline, description, item_path, file, filed,"
+                            " external_reference FROM defects ORDER BY id"),
+             {}, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    QHash<qint64, qsizetype> byId;
+    while (query.next()) {
+        Defect defect;
+        defect.id = query.value(0).toLongLong();
+        defect.closed = query.value(1).toString() == QLatin1String("closed");
+        defect.headline = query.value(2).toString();
+        defect.description = query.value(3).toString();
+        for (const QJsonValue& part :
+             QJsonDocument::fromJson(query.value(4).toString().toUtf8()).array())
+            defect.itemPath.append(part.toString());
+        defect.file = query.value(5).toString();
+        defect.filed = QDateTime::fromString(query.value(6).toString(), Qt::ISODate);
+        defect.externalReference = query.value(7).toString();
+        byId.insert(defect.id, defects->size());
+        defects->append(defect);
+    }
+    if (query.lastError().isValid())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    StoreConnection::reason(query.lastError()));
+    if (!run(query,
+             QStringLiteral("SELECT defect, label, path, size, sha256 FROM attachments"
+                            " ORDER BY rowid"),
+             {}, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    while (query.next()) {
+        const auto owner = byId.constFind(query.value(0).toLongLong());
+        if (owner == byId.constEnd())
+            continue;
+        (*defects)[*owner].attachments.append({query.value(1).toString(), query.value(2).toString(),
+                                               query.value(3).toLongLong(),
+                                               query.value(4).toString()});
+    }
+    if (query.lastError().isValid())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    StoreConnection::reason(query.lastError()));
+    return true;
+}
+
+bool DefectStore::setClosed(const QList<qint64>& ids, bool closed)
+{
+    m_error.clear();
+    if (!refuseUnsafeStore(QStringLiteral("Cannot change the defect store %1")))
+        return false;
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
+        return fail(QStringLiteral("Cannot change the defect store %1"), error);
+    QSqlQuery query(database);
+    for (const qint64 id : ids) {
+        if (empty ||
+            !run(query, QStringLiteral("UPDATE defects SET state = ? WHERE id = ?"),
+                 {closed ? QStringLiteral("closed") : QStringLiteral("open"), id}, &error)) {
+            QString ignored;
+            run(database, QStringLiteral("ROLLBACK"), &ignored);
+            return fail(QStringLiteral("Cannot change the defect store %1"),
+                        empty ? QStringLiteral("it holds no defects") : error);
+        }
+    }
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error)) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(QStringLiteral("Cannot change the defect store %1"), error);
+    }
+    return true;
+}
+
+namespace DefectFormat {
+
+QByteArray toCsv(const QList<Defect>& defects)
+{
+    QString csv = QStringLiteral(
+        "id,state,headline,description,item,file,filed,external_reference,attachments\r\n");
+    for (const Defect& defect : defects) {
+        QStringList attachments;
+        for (const DefectAttachment& attachment : defect.attachments)
+            attachments.append(attachment.path + QStringLiteral(" sha256:") + attachment.sha256);
+        const QStringList fields{QString::number(defect.id),
+                                 defect.closed ? QStringLiteral("closed") : QStringLiteral("open"),
+                                 defect.headline,
+                                 defect.description,
+                                 defect.item(),
+                                 defect.file,
+                                 timeText(defect.filed),
+                                 defect.externalReference,
+                                 attachments.join(QLatin1Char('\n'))};
+        QStringList quoted;
+        for (const QString& field : fields)
+            quoted.append(csvField(field));
+        csv += quoted.join(QLatin1Char(',')) + QStringLiteral("\r\n");
+    }
+    return csv.toUtf8();
+}
+
+QByteArray toJson(const QList<Defect>& defects)
+{
+    QJsonArray array;
+    for (const Defect& defect : defects) {
+        QJsonArray attachments;
+        for (const DefectAttachment& attachment : defect.attachments)
+            attachments.append(QJsonObject{{QStringLiteral("label"), attachment.label},
+                                           {QStringLiteral("path"), attachment.path},
+                                           {QStringLiteral("size"), attachment.size},
+                                           {QStringLiteral("sha256"), attachment.sha256}});
+        array.append(
+            QJsonObject{{QStringLiteral("id"), defect.id},
+                        {QStringLiteral("state"),
+                         defect.closed ? QStringLiteral("closed") : QStringLiteral("open")},
+                        {QStringLiteral("headline"), defect.headline},
+                        {QStringLiteral("description"), defect.description},
+                        {QStringLiteral("item"), defect.item()},
+                        {QStringLiteral("item_path"), QJsonArray::fromStringList(defect.itemPath)},
+                        {QStringLiteral("file"), defect.file},
+                        {QStringLiteral("filed"), timeText(defect.filed)},
+                        {QStringLiteral("external_reference"), defect.externalReference},
+                        {QStringLiteral("attachments"), attachments}});
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Indented);
+}
+
+} // namespace DefectFormat

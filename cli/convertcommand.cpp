@@ -145,5 +145,6 @@ ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
 
 int ImportedFiles::exitStatus(int status) const
 {
-    return m_failed && status == 0 ? exitUnreadable : status;
+    // A log that could not be read leaves the verdict incomplete: that outweighs failed tests.
+    return m_failed && status != exitUsage ? exitUnreadable : status;
 }

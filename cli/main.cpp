@@ -22,9 +22,9 @@
 
 namespace {
 
-int usage()
+void printUsage(std::ostream& out)
 {
-    std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
+    out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
                  "       crcview summary [--node NAME] [--check] FILE...\n"
                  "       crcview export [--failed] DIRECTORY FILE...\n"
                  "       crcview convert FILE [-o OUT.crc]\n"
@@ -39,7 +39,8 @@ int usage()
                  "                    counts; files that cannot be read are listed on standard\n"
                  "                    error (exit status 2)\n"
                  "  --node NAME       name the test node in the summary\n"
-                 "  --check           exit status 1 when any test failed\n"
+                 "  --check           exit status 1 when any test failed, 2 when a file could\n"
+                 "                    not be read (even when tests failed)\n"
                  "  export            write the reports, the report files they link to and the\n"
                  "                    summary as linked HTML pages into DIRECTORY; prints the\n"
                  "                    path of index.html; exit status 2 when a file could not\n"
@@ -49,7 +50,13 @@ int usage()
                  "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
                  "result files everywhere.\n"
                  "  defects           list the defects filed from crcstudio (its store, or\n"
-                 "                    --defects FILE) as CSV or JSON\n";
+                 "                    --defects FILE) as CSV or JSON\n"
+                 "       crcview --help | --version\n";
+}
+
+int usage()
+{
+    printUsage(std::cerr);
     return exitUsage;
 }
 
@@ -280,6 +287,14 @@ int main(int argc, char** argv)
     if (arguments.isEmpty())
         return usage();
     const QString command = arguments.takeFirst();
+    if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
+        printUsage(std::cout);
+        return 0;
+    }
+    if (command == QLatin1String("--version")) {
+        std::cout << "crcview " CRC_VIEWER_VERSION "\n";
+        return 0;
+    }
     if (command == QLatin1String("convert"))
         return convertCommand(arguments);
     if (command == QLatin1String("defects"))

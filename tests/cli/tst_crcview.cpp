@@ -165,6 +165,15 @@ private Q_SLOTS:
             QCOMPARE(run.status, 64);
             QVERIFY(run.err.startsWith(QLatin1String("usage: crcview")));
         }
+        // Asked for, the usage is an answer, not an error.
+        Run run = crcview({QStringLiteral("--help")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.startsWith(QLatin1String("usage: crcview")));
+        QCOMPARE(run.err, QString());
+        run = crcview({QStringLiteral("--version")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.startsWith(QLatin1String("crcview ")));
+        QVERIFY(run.out.at(8).isDigit());
     }
 
     void summaryCountsAllFilesAndSaysWhatFailed()
@@ -198,6 +207,12 @@ private Q_SLOTS:
         QVERIFY(run.err.contains(QStringLiteral("File(s) not found or corrupted:\n\t") + broken));
         QVERIFY(run.err.contains(broken + QStringLiteral(":2:")));
         QCOMPARE(crcview({QStringLiteral("summary")}).status, 64);
+
+        // A log that cannot be converted leaves the verdict incomplete, even beside failed tests.
+        const QString brokenLog = writeFile(dir, QStringLiteral("broken.sarif"), "{\"runs\": [");
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--check"), failed, brokenLog});
+        QCOMPARE(run.status, 2);
+        QVERIFY(run.err.contains(brokenLog));
     }
 
     void exportWritesLinkedPages()

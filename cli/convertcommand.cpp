@@ -39,7 +39,8 @@ bool sameFile(const QString& a, const QString& b)
 bool takesValue(const QString& command, const QString& option)
 {
     return (command == QLatin1String("dump") && option == QLatin1String("--hide-type")) ||
-           (command == QLatin1String("summary") && option == QLatin1String("--node"));
+           (command == QLatin1String("summary") &&
+            (option == QLatin1String("--node") || option == QLatin1String("--format")));
 }
 
 // Converts into a private temporary folder, not the cache (which need not be writable), and
@@ -134,7 +135,7 @@ ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
         const QString converted = ImportCache::resultFileFor(argument, &error);
         if (converted.isNull()) {
             report(error);
-            m_failed = true;
+            m_failed.append(argument);
             continue;
         }
         ++m_converted;
@@ -146,5 +147,5 @@ ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
 int ImportedFiles::exitStatus(int status) const
 {
     // A log that could not be read leaves the verdict incomplete: that outweighs failed tests.
-    return m_failed && status != exitUsage ? exitUnreadable : status;
+    return !m_failed.isEmpty() && status != exitUsage ? exitUnreadable : status;
 }

@@ -4,6 +4,9 @@
 
 #include <QDir>
 #include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -213,6 +216,19 @@ private Q_SLOTS:
         run = crcview({QStringLiteral("summary"), QStringLiteral("--check"), failed, brokenLog});
         QCOMPARE(run.status, 2);
         QVERIFY(run.err.contains(brokenLog));
+
+        // For scripts: the totals and each file's counts, the unreadable ones named as given.
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--format"),
+                       QStringLiteral("json"), passed, failed, broken, brokenLog});
+        QCOMPARE(run.status, 2);
+        const QJsonObject counts = QJsonDocument::fromJson(run.out.toUtf8()).object();
+        QCOMPARE(counts.value("totals").toObject(),
+                 QJsonObject({{"passed", 4}, {"failed", 2}, {"skipped", 0}}));
+        const QJsonArray perFile = counts.value("files").toArray();
+        QCOMPARE(perFile.size(), 2);
+        QCOMPARE(perFile.at(1).toObject().value("file").toString(), failed);
+        QCOMPARE(perFile.at(1).toObject().value("failed").toInt(), 2);
+        QCOMPARE(counts.value("unreadable").toArray(), QJsonArray({brokenLog, broken}));
     }
 
     void exportWritesLinkedPages()

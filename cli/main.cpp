@@ -33,6 +33,7 @@ void printUsage(std::ostream& out)
            "       crcview export [--failed] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
+           "       crcview --help | --version\n"
            "  dump              print every result node of FILE, its types and totals\n"
            "  --count           print only the number of nodes and the totals\n"
            "  --failed          keep only failed nodes (and nodes without a verdict)\n"
@@ -55,8 +56,7 @@ void printUsage(std::ostream& out)
            "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
            "result files everywhere.\n"
            "  defects           list the defects filed from crcstudio (its store, or\n"
-           "                    --defects FILE) as CSV or JSON\n"
-           "       crcview --help | --version\n";
+           "                    --defects FILE) as CSV or JSON\n";
 }
 
 int usage()

@@ -40,7 +40,8 @@ bool takesValue(const QString& command, const QString& option)
 {
     return (command == QLatin1String("dump") && option == QLatin1String("--hide-type")) ||
            (command == QLatin1String("summary") &&
-            (option == QLatin1String("--node") || option == QLatin1String("--format")));
+            (option == QLatin1String("--node") || option == QLatin1String("--format") ||
+             option == QLatin1String("--fail-on")));
 }
 
 // Converts into a private temporary folder, not the cache (which need not be writable), and

@@ -4,6 +4,7 @@
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
 #include "cli/exitstatus.h"
+#include "filter/failurecounts.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "import/importcache.h"
@@ -29,7 +30,8 @@ namespace {
 void printUsage(std::ostream& out)
 {
     out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
-           "       crcview summary [--node NAME] [--check] [--format text|json] FILE...\n"
+           "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
+           "                       FILE...\n"
            "       crcview export [--failed] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
@@ -47,6 +49,8 @@ void printUsage(std::ostream& out)
            "  --check           exit status 1 when any test failed, 2 when a file could\n"
            "                    not be read (even when tests failed)\n"
            "  --format json     the totals and each file's counts as one JSON object\n"
+           "  --fail-on LEVEL   with --check, count only analyzers' findings of LEVEL\n"
+           "                    (error, warning or note) or graver, and every other failure\n"
            "  export            write the reports, the report files they link to and the\n"
            "                    summary as linked HTML pages into DIRECTORY; prints the\n"
            "                    path of index.html; exit status 2 when a file could not\n"
@@ -216,10 +220,30 @@ QByteArray summaryJson(const ReportSession& session, const QStringList& unreadab
         .toJson(QJsonDocument::Indented);
 }
 
+// The levels --fail-on takes, gravest first.
+const QStringList failLevels = {QStringLiteral("error"), QStringLiteral("warning"),
+                                QStringLiteral("note")};
+
+// Whether a failure counts against the gate: analyzers' findings of `level` or graver, and every
+// failure that has no level.
+bool failsAt(const ReportSession& session, const QString& level)
+{
+    const qsizetype threshold = failLevels.indexOf(level);
+    FailureCounts counts;
+    for (const auto& record : session.records())
+        counts += failuresIn(record->tree ? record->tree->rootNode() : nullptr);
+    const int graver[] = {counts.errors, counts.warnings, counts.notes};
+    int failing = counts.failed;
+    for (qsizetype i = 0; i <= threshold; ++i)
+        failing += graver[i];
+    return failing > 0;
+}
+
 // Reads the files as the studio does for a console run, and prints the totals.
 int summary(const QStringList& arguments, const QStringList& unconverted, Loaded& loaded)
 {
     QString node;
+    QString failOn;
     bool check = false;
     bool json = false;
     QStringList files;
@@ -233,12 +257,15 @@ int summary(const QStringList& arguments, const QStringList& unconverted, Loaded
             json = arguments.at(++i) == QLatin1String("json");
         else if (argument == QLatin1String("--check"))
             check = true;
+        else if (argument == QLatin1String("--fail-on") && i + 1 < arguments.size() &&
+                 failLevels.contains(arguments.at(i + 1)))
+            failOn = arguments.at(++i);
         else if (argument.startsWith(QLatin1Char('-')))
             return usage();
         else
             files.append(argument);
     }
-    if (files.isEmpty())
+    if (files.isEmpty() || (!failOn.isNull() && !check))
         return usage();
 
     loaded.viewer = std::make_unique<Viewer>();
@@ -251,7 +278,10 @@ int summary(const QStringList& arguments, const QStringList& unconverted, Loaded
     std::cout.flush();
     if (!unreadable.isEmpty())
         return exitUnreadable;
-    return check && session.testFailed() > 0 ? exitFailedTests : 0;
+    if (!check)
+        return 0;
+    const bool failing = failOn.isNull() ? session.testFailed() > 0 : failsAt(session, failOn);
+    return failing ? exitFailedTests : 0;
 }
 
 // Log messages of an export, on standard error.

@@ -1,9 +1,11 @@
 #include "filter/failurecounts.h"
 
 #include "model/qareporternode.h"
+#include "model/qtree.h"
 
 #include <QCoreApplication>
 #include <QStringList>
+#include <vector>
 
 FailureCounts& FailureCounts::operator+=(const FailureCounts& other)
 {
@@ -41,4 +43,36 @@ QString FailureCounts::text() const
     if (failed > 0)
         parts.append(part(failed, "%1 failed", "%1 failed"));
     return parts.join(QStringLiteral(", "));
+}
+
+FailureCounts failuresIn(const QTreeNode<QAReporterNode>* root)
+{
+    // Children are visited before their parent leaves the stack, so a failed node knows whether
+    // a failure below it was counted.
+    struct Visit
+    {
+        const QTreeNode<QAReporterNode>* node;
+        std::size_t next = 0;
+        bool failureBelow = false;
+    };
+    FailureCounts counts;
+    if (!root)
+        return counts;
+    std::vector<Visit> stack{{root}};
+    while (!stack.empty()) {
+        Visit& top = stack.back();
+        if (top.next < top.node->children.size()) {
+            stack.push_back({top.node->children[top.next++].get()});
+            continue;
+        }
+        const QAReporterNode* node = top.node->data;
+        const bool failed = node && node->stat == QSKO && top.node != root;
+        if (failed && !top.failureBelow)
+            counts.addFailure(*node);
+        const bool failureHere = failed || top.failureBelow;
+        stack.pop_back();
+        if (!stack.empty() && failureHere)
+            stack.back().failureBelow = true;
+    }
+    return counts;
 }

@@ -3,6 +3,7 @@
 #include <QString>
 
 class QAReporterNode;
+template <class T> class QTreeNode;
 
 // How many failures an outline entry holds, by level: the failed results below it (failed nodes
 // none of whose entries below failed), an analyzer's by its level, the others as "failed".
@@ -21,3 +22,6 @@ struct FailureCounts
     // "3 errors, 2 warnings"; empty when there is nothing.
     QString text() const;
 };
+
+// The failed results of a whole tree, by level. No recursion: one walk over the nodes.
+FailureCounts failuresIn(const QTreeNode<QAReporterNode>* root);

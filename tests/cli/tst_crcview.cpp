@@ -231,6 +231,37 @@ private Q_SLOTS:
         QCOMPARE(counts.value("unreadable").toArray(), QJsonArray({brokenLog, broken}));
     }
 
+    // The gate counts analyzers' findings from the level asked for; failures without a level
+    // always count, and a rule's group is not a failure of its own.
+    void gateOnTheLevelOfFindings()
+    {
+        QTemporaryDir dir;
+        const QString log = writeFile(
+            dir, QStringLiteral("lint.sarif"),
+            R"({"version": "2.1.0", "runs": [{"tool": {"driver": {"name": "lint"}}, "results": [
+                 {"ruleId": "R1", "level": "warning", "message": {"text": "w"}},
+                 {"ruleId": "R2", "level": "note", "message": {"text": "n"}}]}]})");
+        const QString failed =
+            writeFile(dir, QStringLiteral("ko.crc"),
+                      "<XROD><DOCUMENT tag='b'><XROD:NODE name='r' type='Rule' state='ko' sum='1'>"
+                      "<SECTION/></XROD:NODE></DOCUMENT></XROD>");
+        const auto gate = [&](const QString& level, const QString& file) {
+            return crcview({QStringLiteral("summary"), QStringLiteral("--check"),
+                            QStringLiteral("--fail-on"), level, file})
+                .status;
+        };
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--check"), log}).status, 1);
+        QCOMPARE(gate(QStringLiteral("error"), log), 0);
+        QCOMPARE(gate(QStringLiteral("warning"), log), 1);
+        QCOMPARE(gate(QStringLiteral("note"), log), 1);
+        QCOMPARE(gate(QStringLiteral("error"), failed), 1);
+        QCOMPARE(gate(QStringLiteral("fatal"), log), 64);
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--fail-on"),
+                          QStringLiteral("note"), log})
+                     .status,
+                 64);
+    }
+
     void exportWritesLinkedPages()
     {
         QTemporaryDir dir;

@@ -4,6 +4,7 @@
 #include "cli/exitstatus.h"
 #include "compare/runcomparison.h"
 #include "compare/runidentities.h"
+#include "compare/sarifbaseline.h"
 #include "sdk/qasafefile.h"
 
 #include <QString>
@@ -139,8 +140,16 @@ int diffCommand(const QStringList& arguments, int (*usage)())
         case Format::Markdown:
             written = write(output, DiffReport::markdown(comparison)) && written;
             break;
-        case Format::Sarif:
+        case Format::Sarif: {
+            QByteArray log;
+            QString error;
+            if (!sarifWithBaseline(base, head, comparison, &log, &error)) {
+                std::cerr << error.toLocal8Bit().constData() << "\n";
+                return exitUnreadable;
+            }
+            written = write(output, log) && written;
             break;
+        }
         }
     }
     if (!written)

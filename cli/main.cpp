@@ -3,6 +3,7 @@
 #include "cli/commandlinecontext.h"
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
+#include "cli/diffcommand.h"
 #include "cli/exitstatus.h"
 #include "filter/failurecounts.h"
 #include "filter/qareporterfilter.h"
@@ -34,6 +35,8 @@ void printUsage(std::ostream& out)
            "                       FILE...\n"
            "       crcview export [--failed] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
+           "       crcview diff [--format text|json|sarif|markdown [-o FILE]]... [--check]\n"
+           "                    BASE HEAD\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
            "       crcview --help | --version\n"
            "  dump              print every result node of FILE, its types and totals\n"
@@ -57,6 +60,11 @@ void printUsage(std::ostream& out)
            "                    be read or a page could not be written\n"
            "  convert           write the result-file markup of FILE to OUT.crc or to\n"
            "                    standard output\n"
+           "  diff              compare the failed results of HEAD with those of BASE:\n"
+           "                    the counts of new, fixed and still failing, each new one;\n"
+           "                    each --format may be given again, its -o FILE after it\n"
+           "  --check           (diff) exit status 1 when anything failed that did not\n"
+           "                    in BASE; 2 when a run cannot be read\n"
            "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
            "result files everywhere.\n"
            "  defects           list the defects filed from crcstudio (its store, or\n"
@@ -365,6 +373,8 @@ int main(int argc, char** argv)
         return convertCommand(arguments);
     if (command == QLatin1String("defects"))
         return defectsCommand(arguments, usage);
+    if (command == QLatin1String("diff"))
+        return diffCommand(arguments, usage);
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;

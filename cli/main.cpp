@@ -33,7 +33,7 @@ void printUsage(std::ostream& out)
     out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
            "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
            "                       FILE...\n"
-           "       crcview export [--failed] DIRECTORY FILE...\n"
+           "       crcview export [--failed] [--baseline BASE] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
            "       crcview diff [--format text|json|sarif|markdown [-o FILE]]... [--check]\n"
            "                    BASE HEAD\n"
@@ -58,6 +58,8 @@ void printUsage(std::ostream& out)
            "                    summary as linked HTML pages into DIRECTORY; prints the\n"
            "                    path of index.html; exit status 2 when a file could not\n"
            "                    be read or a page could not be written\n"
+           "  --baseline BASE   the summary page starts with the failures that are new\n"
+           "                    since the run BASE, then those fixed since\n"
            "  convert           write the result-file markup of FILE to OUT.crc or to\n"
            "                    standard output\n"
            "  diff              compare the failed results of HEAD with those of BASE:\n"
@@ -306,10 +308,15 @@ public:
 int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
+    QString baseline;
     QStringList rest;
-    for (const QString& argument : arguments) {
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
         if (argument == QLatin1String("--failed"))
             failedOnly = true;
+        else if (argument == QLatin1String("--baseline") && i + 1 < arguments.size() &&
+                 baseline.isNull())
+            baseline = arguments.at(++i);
         else if (argument.startsWith(QLatin1Char('-')))
             return usage();
         else
@@ -331,6 +338,11 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
         session.setFailedOnly(session.testFailed() > 0);
         session.analyse(QStringLiteral("crcview"));
     }
+    // A baseline that cannot be read is said, and the pages are written without it.
+    QString baselineError;
+    const bool compared = baseline.isNull() || session.setBaseline(baseline, &baselineError);
+    if (!compared)
+        std::cerr << ImportCache::originalsIn(baselineError).toLocal8Bit().constData() << "\n";
     ErrorLog log;
     // Pages that could not be written and linked files that could not be read are each a line
     // on standard error already; they make the exit status 2.
@@ -338,7 +350,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     std::cout
         << QDir(directory).absoluteFilePath(session.exportedIndexPage()).toLocal8Bit().constData()
         << "\n";
-    return unreadable || !complete ? exitUnreadable : 0;
+    return unreadable || !complete || !compared ? exitUnreadable : 0;
 }
 
 // Ends the process once the output is out, leaving what the command read where it is. Every

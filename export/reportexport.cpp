@@ -121,10 +121,10 @@ bool ReportExport::write(const QString& directory, QAIProgressMonitor* progress,
     }
     if (m_input.summary && !canceled) {
         exporter.setPagePreamble(
-            m_indexPage,
-            indexPagePreamble(reports, QDateTime::currentDateTime(), [&writer](const QString& tag) {
-                return writer.reportPageName(tag);
-            }));
+            m_indexPage, m_input.leading + indexPagePreamble(reports, QDateTime::currentDateTime(),
+                                                             [&writer](const QString& tag) {
+                                                                 return writer.reportPageName(tag);
+                                                             }));
         // Written also after a cancel among the report file pages.
         const bool linkedCanceled = progress && progress->isCanceled();
         complete &= exporter.generateAs(m_input.summary, m_indexPage,

@@ -2,6 +2,7 @@
 
 #include "folio/styles/dstyle.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -27,6 +28,8 @@ public:
         QList<QAReporterData*> displayed;
         // The summary document, written as the index page; none before the reports are shown.
         DDocument* summary = nullptr;
+        // HTML that opens the summary page, before its overview (a comparison with a baseline).
+        QByteArray leading;
         // What the report files the links name are read with.
         DStyleList styles;
         ReadProgress* reading = nullptr;

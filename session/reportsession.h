@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+class BaselineComparison;
 class DDocument;
 class DItem;
 class DLink;
@@ -135,6 +136,13 @@ public:
     // The file name the last export gave the summary.
     const QString& exportedIndexPage() const { return m_exportedIndexPage; }
 
+    // Compares the records with the run in `base`; the summary page of an export then starts
+    // with the new and the fixed failures. False, with the reason in `error`, when a run cannot
+    // be read; the session then has no baseline.
+    bool setBaseline(const QString& base, QString* error);
+    // Null when no baseline is set.
+    const BaselineComparison* baseline() const { return m_baseline.get(); }
+
 private:
     void makeTagsUnique();
     void updateTypes();
@@ -155,4 +163,5 @@ private:
     bool m_analysed = false;
     PlaceHistory m_history;
     QString m_exportedIndexPage;
+    std::unique_ptr<BaselineComparison> m_baseline;
 };

@@ -115,6 +115,38 @@ private Q_SLOTS:
     }
 
     // The JSON report has exactly the counts, the new and the fixed, each entry the same fields.
+    // The exported summary page opens with what is new since the baseline, then what was fixed;
+    // a baseline that cannot be read is said and the pages are written without it.
+    void exportAgainstABaseline()
+    {
+        QTemporaryDir out;
+        Run run = crcview({QStringLiteral("export"), QStringLiteral("--baseline"), m_base,
+                           out.path(), m_head});
+        QCOMPARE(run.status, 0);
+        QFile index(out.filePath(QStringLiteral("index.html")));
+        QVERIFY(index.open(QIODevice::ReadOnly));
+        const QString page = QString::fromUtf8(index.readAll());
+        const qsizetype added = page.indexOf(QLatin1String("New failures (1)"));
+        const qsizetype fixed = page.indexOf(QLatin1String("Fixed (1)"));
+        const qsizetype overview = page.indexOf(QLatin1String("Code review results"));
+        QVERIFY2(added >= 0 && added < fixed && fixed < overview, qPrintable(page));
+        QVERIFY(page.contains(QLatin1String("1 new, 1 fixed, 1 still failing")));
+        QVERIFY(page.indexOf(QLatin1String("added"), added) < fixed);
+        QVERIFY(page.indexOf(QLatin1String("gone"), fixed) < overview);
+        QVERIFY(page.contains(QLatin1String("a &amp; b &lt;i&gt;"))); // the message, escaped
+        QVERIFY(page.contains(QLatin1String("src/a.c:30")));
+
+        QTemporaryDir second;
+        const QString missing = path(QStringLiteral("no-such-base.crc"));
+        run = crcview({QStringLiteral("export"), QStringLiteral("--baseline"), missing,
+                       second.path(), m_head});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains(missing), qPrintable(run.err));
+        QFile written(second.filePath(QStringLiteral("index.html")));
+        QVERIFY(written.open(QIODevice::ReadOnly));
+        QVERIFY(!written.readAll().contains("New failures"));
+    }
+
     void jsonReport()
     {
         const Run run = crcview({QStringLiteral("diff"), QStringLiteral("--format"),

@@ -25,6 +25,8 @@ enum CommandId
     PreviousFailureId = 104,
     GenerateHtmlId = 105,
     MoreTypesId = 106,
+    NextFindingId = 107,
+    PreviousFindingId = 108,
     FirstTypeId = 202
 };
 
@@ -87,10 +89,17 @@ void QAReporter::setupToolBar(bool on)
                 Qt::UniqueConnection);
         connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter,
                 Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::nextFindingClicked, this, &QAReporter::nextFinding,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::previousFindingClicked, this, &QAReporter::previousFinding,
+                Qt::UniqueConnection);
     } else {
         disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
         disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
         disconnect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
+        disconnect(m_toolBar, &QARToolBar::nextFindingClicked, this, &QAReporter::nextFinding);
+        disconnect(m_toolBar, &QARToolBar::previousFindingClicked, this,
+                   &QAReporter::previousFinding);
     }
 }
 
@@ -134,9 +143,11 @@ void QAReporter::updateToolMenu()
     for (qsizetype i = 0; i < listed; ++i) {
         const QString& type = types.at(i);
         const int id = nextId++;
-        // A type name is shown as it is: an ampersand in it is no mnemonic.
-        QString text = type;
-        text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        // A type name is shown as it is: an ampersand in it is no mnemonic. Hiding a type hides
+        // the entries below its nodes too, and the entry says so.
+        QString name = type;
+        name.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        const QString text = tr("%1 (and all below)").arg(name);
         QAction* entry = m_commandsMenu->addAction(text, this, [this, id] { typeCheck(id); });
         entry->setData(id);
         entry->setCheckable(true);
@@ -175,6 +186,15 @@ void QAReporter::updateToolMenu()
         ->setEnabled(loaded);
     addEntry(tr("Pre&vious Failed Test") + QStringLiteral("\tShift+F8"), PreviousFailureId,
              &QAReporter::prevKO)
+        ->setEnabled(loaded);
+    const auto keyText = [](const QKeySequence& key) {
+        return QLatin1Char('\t') + key.toString(QKeySequence::NativeText);
+    };
+    addEntry(tr("Ne&xt Finding") + keyText(QARToolBar::nextFindingKey()), NextFindingId,
+             &QAReporter::nextFinding)
+        ->setEnabled(loaded);
+    addEntry(tr("Previous Fin&ding") + keyText(QARToolBar::previousFindingKey()), PreviousFindingId,
+             &QAReporter::previousFinding)
         ->setEnabled(loaded);
 
     // Qt shows an entry's status tip when the pointer rests on it; an empty one would erase the
@@ -220,6 +240,10 @@ QString QAReporter::helpText(int id, const QAction* entry)
         return tr("Move to the next failed test");
     case PreviousFailureId:
         return tr("Move to the previous failed test");
+    case NextFindingId:
+        return tr("Move to the next failed finding or test, over what holds them");
+    case PreviousFindingId:
+        return tr("Move to the previous failed finding or test, over what holds them");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
     case MoreTypesId:

@@ -81,8 +81,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerView = new DReportWidget(m_headerDock);
     m_headerView->setObjectName(QStringLiteral("summaryView"));
     m_headerView->setSearchPaths(searchPaths);
-    // A strip of the summary at first, taller when dragged: little margin, so the strip shows
-    // the first row.
+    // Docked as tall as its rows (showHeaderDock()), never less than a strip that shows the
+    // first row.
     m_headerView->setMinimumHeight(26);
     m_headerView->setMargin(2);
     m_headerDock->setWidget(m_headerView);

@@ -141,6 +141,7 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private Q_SLOTS:
     void applyPrefs();
@@ -164,6 +165,7 @@ private:
     // The outline's current entry in column 0; invalid when there is none.
     QModelIndex currentEntry() const;
     void showHeaderDock();
+    void fitSummaryDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
     Place currentPlace() const;
     bool showPlace(const Place& place);
@@ -184,6 +186,7 @@ private:
     DReportWidget* m_headerView;
     DReportWidget* m_documentView;
     bool m_headerShown = false;
+    bool m_fitSummary = false; // the summary dock is to be fitted to its rows once shown
     int m_studioMenuId = -1;
     int m_showHeaderItemId = 0;
     int m_printHeaderItemId = 0;

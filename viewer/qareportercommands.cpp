@@ -45,7 +45,29 @@ void QAReporter::showHeaderDock()
         return;
     addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
     m_headerDock->show();
-    resizeDocks({m_headerDock}, {m_headerDock->minimumSizeHint().height()}, Qt::Vertical);
+    m_fitSummary = true;
+    fitSummaryDock();
+}
+
+// Tall enough for the summary's rows, up to a third of the window; laid out at the width the
+// reports are shown at, so once the window is shown.
+void QAReporter::fitSummaryDock()
+{
+    if (!m_fitSummary || !isVisible() || m_headerDock->isHidden())
+        return;
+    m_fitSummary = false;
+    const int frame = m_headerView->height() - m_headerView->viewport()->height();
+    const int chrome = m_headerDock->minimumSizeHint().height() - m_headerView->minimumHeight();
+    const int rows = m_headerView->documentsHeight(qMax(height() / 3, 80)) + qMax(frame, 0);
+    resizeDocks({m_headerDock}, {qMax(rows, m_headerView->minimumHeight()) + qMax(chrome, 0)},
+                Qt::Vertical);
+}
+
+void QAReporter::showEvent(QShowEvent* event)
+{
+    QAStViewerWindow::showEvent(event);
+    if (m_fitSummary)
+        QMetaObject::invokeMethod(this, &QAReporter::fitSummaryDock, Qt::QueuedConnection);
 }
 
 // A failed entry is filed as a defect, another as a report; a whole file cannot be filed.

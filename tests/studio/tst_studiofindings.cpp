@@ -2,6 +2,7 @@
 // outline, the failures counted on what holds them, the filter box above the outline, the
 // keyboard staying in the outline, and stepping from finding to finding.
 
+#include "host/studiomainwindow.h"
 #include "tests/studio/studiofixture.h"
 #include "tests/testkit.h"
 
@@ -10,6 +11,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QColor>
+#include <QDir>
 #include <QIcon>
 #include <QImage>
 #include <QLineEdit>
@@ -297,6 +299,26 @@ private Q_SLOTS:
         QVERIFY(m_studio.trigger(
             {QStringLiteral("Code Review"), QStringLiteral("Rule (and all below)")}));
         QCOMPARE(m_studio.currentEntry(), (QStringList{lintName, fileB}));
+    }
+
+    // The summary of a tab of several files opens tall enough to show its rows, the totals
+    // included, and no taller than it needs.
+    void summaryShowsItsRows()
+    {
+        const QString second = m_dir.filePath(QStringLiteral("second/lint.sarif"));
+        QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("second"))));
+        QVERIFY(writeFile(second, lintLog));
+        const QString third = m_dir.filePath(QStringLiteral("tests.xml"));
+        QVERIFY(writeFile(third, "<?xml version='1.0'?><testsuite name='s'><testcase name='t' "
+                                 "classname='c'/></testsuite>"));
+        QVERIFY(m_studio.open({m_dir.filePath(lintName), second, third}));
+        QAbstractScrollArea* summary = m_studio.summaryView();
+        QVERIFY(summary && summary->isVisible());
+        const QString shown = m_studio.shownLines(summary).join(QLatin1Char('\n'));
+        QVERIFY2(shown.contains(QLatin1String("tests.xml")), qPrintable(shown));
+        QVERIFY2(shown.contains(QLatin1String("Total")), qPrintable(shown));
+        QVERIFY2(summary->height() < m_studio.window().height() / 2,
+                 qPrintable(QString::number(summary->height())));
     }
 };
 

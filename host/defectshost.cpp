@@ -27,7 +27,10 @@ const QString echoKey = QStringLiteral("echo_command_lines");
 
 QTreeView* outlineOf(const QAStViewerWindow* viewer)
 {
-    return viewer ? qobject_cast<QTreeView*>(viewer->contentOutlineWidget()) : nullptr;
+    // The outline, or the outline inside what the viewer shows in the outline area.
+    QWidget* shown = viewer ? viewer->contentOutlineWidget() : nullptr;
+    auto* outline = qobject_cast<QTreeView*>(shown);
+    return outline || !shown ? outline : shown->findChild<QTreeView*>();
 }
 
 } // namespace

@@ -131,6 +131,11 @@ public:
 
     // The outline shown in the outline dock; null when the tab shown has none.
     QTreeView* outline() const;
+    // The filter box above the outline; null when the tab shown has none.
+    QLineEdit* outlineFilter() const;
+    // Clicks into the filter box, types `text` over what it held and presses Return; false
+    // when there is no filter box.
+    [[nodiscard]] bool filterOutline(const QString& text);
     // The entry at the names from the file entry down; invalid (with a warning) when not shown.
     QModelIndex outlineEntry(const QStringList& names) const;
     // The names from the file entry down to `entry`.

@@ -320,6 +320,26 @@ private Q_SLOTS:
         QVERIFY2(summary->height() < m_studio.window().height() / 2,
                  qPrintable(QString::number(summary->height())));
     }
+
+    // Save As starts beside the log the user opened, not beside its converted copy; the export
+    // says where it wrote the summary page.
+    void saveAndExportSayWhere()
+    {
+        QVERIFY(m_studio.open({m_dir.filePath(lintName)}));
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Save As...")}));
+        QCOMPARE(m_studio.dialogs().savedIn, QStringList{QDir(m_dir.path()).absolutePath()});
+
+        const QString pages = m_dir.filePath(QStringLiteral("pages"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        m_studio.newOutput();
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QString index = QDir::toNativeSeparators(pages + QStringLiteral("/index.html"));
+        QVERIFY(QFile::exists(index));
+        QCOMPARE(m_studio.statusMessage(), QStringLiteral("Exported to ") + index);
+        QVERIFY2(m_studio.newOutput().join(QLatin1Char('\n')).contains(index),
+                 qPrintable(m_studio.output()));
+    }
 };
 
 QTEST_MAIN(TestStudioFindings)

@@ -98,7 +98,8 @@ QString QAReporterHTMLWriter::reportPageName(const QString& tag) const
 {
     if (!m_pageNames)
         return safeFileName(QFileInfo(tag).baseName()) + pageSuffix();
-    return m_pageNames->nameFor(QStringLiteral("report:") + tag, tag, pageSuffix());
+    return m_pageNames->nameFor(QStringLiteral("report:") + tag, m_pageBases.value(tag, tag),
+                                pageSuffix());
 }
 
 // Attribute values are escaped, and a relative value never starts with what a browser would

@@ -49,6 +49,12 @@ public:
     QAReporterData* exportedReport(const QString& xrdPath) const;
     // The page of the report whose document is tagged `tag`.
     QString reportPageName(const QString& tag) const;
+    // The name the page of the report document tagged `tag` is to have instead of its tag
+    // (a converted log's page is named after the log).
+    void setReportPageBase(const QString& tag, const QString& base)
+    {
+        m_pageBases.insert(tag, base);
+    }
 
     // Report files named by the links written so far, each once, in the order met: the paths
     // resolveXrd() gave while the link's page was written.
@@ -75,6 +81,7 @@ private:
     QStringList m_referencedXrd;
     QSet<QString> m_referencedSet;
     QSet<QString> m_reportTags; // of the reports' documents, for the links that name one
+    QHash<QString, QString> m_pageBases;
     QAIProgressMonitor* m_progress;
     QAILogMonitor* m_log;
     // Built at the first link that needs it: the displayed reports do not change while writing.

@@ -35,6 +35,9 @@ public:
         QStringList searchPath;
         // The folder the links of the report read from a file are taken beside.
         std::function<QString(const QString& file)> reportFolderOf;
+        // The file the user opened for a report read from `file` (a converted log's copy);
+        // `file` itself when none is given.
+        std::function<QString(const QString& file)> originalFileOf;
     };
 
     explicit ReportExport(Input input);

@@ -361,6 +361,7 @@ bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* pro
         m_context->currentDirectory() + QDir::separator() + QStringLiteral("dhtml.cfg");
     input.searchPath = m_context->documentSearchPath();
     input.reportFolderOf = [this](const QString& file) { return reportFolderOf(file); };
+    input.originalFileOf = [this](const QString& file) { return m_context->originalFileOf(file); };
     ReportExport run(std::move(input));
     const bool complete = run.write(directory, progress, log);
     m_exportedIndexPage = run.indexPage();

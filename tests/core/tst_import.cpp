@@ -734,7 +734,7 @@ private Q_SLOTS:
         const QString pages = path("framepages");
         const Run run = crcview({QStringLiteral("export"), pages, jest});
         QCOMPARE(run.status, 0);
-        const QByteArray page = readFile(pages + QStringLiteral("/tests.html"));
+        const QByteArray page = readFile(pages + QStringLiteral("/jest-junit-xml.html"));
         QVERIFY2(page.contains(".s-Code { font-family: \"Monospace\", monospace;"),
                  page.constData());
         static const QRegularExpression code(
@@ -1039,7 +1039,8 @@ private Q_SLOTS:
         QCOMPARE(run.status, 0);
         const QByteArray index = readFile(pages + QStringLiteral("/index.html"));
         QVERIFY(index.contains(">flawfinder.sarif</a>"));
-        const QString report = QString::fromUtf8(readFile(pages + QStringLiteral("/run1.html")));
+        const QString report =
+            QString::fromUtf8(readFile(pages + QStringLiteral("/flawfinder-sarif.html")));
         static const QRegularExpression href(QStringLiteral("href=\"([^\"]*src/tmp\\.c)\""));
         const QRegularExpressionMatch link = href.match(report);
         QVERIFY2(link.hasMatch(), qPrintable(report.left(2000)));

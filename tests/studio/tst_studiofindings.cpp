@@ -47,6 +47,21 @@ const QString warning1 = QStringLiteral("line 5: gets again");
 const QString note1 = QStringLiteral("line 7: long line");
 const QString error2 = QStringLiteral("line 2: gets in b");
 
+// A log of `count` warnings in one file, "many 1" at line 1 and so on.
+QByteArray manyWarnings(int count)
+{
+    QByteArray results;
+    for (int i = 1; i <= count; ++i) {
+        const QByteArray n = QByteArray::number(i);
+        results += (i > 1 ? "," : "") + QByteArray("{\"ruleId\":\"B\",\"level\":\"warning\",") +
+                   "\"message\":{\"text\":\"many " + n + "\"},\"locations\":[{" +
+                   "\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"big.c\"}," +
+                   "\"region\":{\"startLine\":" + n + "}}}]}";
+    }
+    return "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"big\"}}," +
+           QByteArray("\"results\":[") + results + "]}]}";
+}
+
 QImage picture(const QModelIndex& entry)
 {
     return entry.siblingAtColumn(1).data(Qt::DecorationRole).value<QIcon>().pixmap(16).toImage();
@@ -339,6 +354,34 @@ private Q_SLOTS:
         QCOMPARE(m_studio.statusMessage(), QStringLiteral("Exported to ") + index);
         QVERIFY2(m_studio.newOutput().join(QLatin1Char('\n')).contains(index),
                  qPrintable(m_studio.output()));
+    }
+
+    // The summary page of an export: the table of the reports comes before the failures; each
+    // log's failures are listed under its name, its first ones, then how many more and a link
+    // to its page, so that a log of many failures hides no other's; each log's page is named
+    // after the log.
+    void exportIndexGroupsFailuresByFile()
+    {
+        const QString big = m_dir.filePath(QStringLiteral("big.sarif"));
+        QVERIFY(writeFile(big, manyWarnings(250)));
+        QVERIFY(m_studio.open({big, m_dir.filePath(lintName)}));
+        const QString pages = m_dir.filePath(QStringLiteral("grouped"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QByteArray index = readFile(pages + QStringLiteral("/index.html"));
+        QVERIFY(QFile::exists(pages + QStringLiteral("/big-sarif.html")));
+        QVERIFY(QFile::exists(pages + QStringLiteral("/lint-sarif.html")));
+        const qsizetype table = index.indexOf("<table");
+        const qsizetype failures = index.indexOf("Failed items");
+        QVERIFY(table >= 0 && failures > table);
+        QVERIFY(index.indexOf("<a href=\"big-sarif.html\">big.sarif</a></h3>") > failures);
+        QVERIFY(index.contains(">line 1: many 1</a>"));
+        QVERIFY(!index.contains(">line 250: many 250</a>"));
+        QVERIFY(index.contains("and 150 more failed items in <a href=\"big-sarif.html\">"));
+        // The other log's failures are listed all the same.
+        QVERIFY(index.contains("<a href=\"lint-sarif.html\">lint.sarif</a></h3>"));
+        QVERIFY(index.contains(">line 2: gets in b</a>"));
     }
 };
 

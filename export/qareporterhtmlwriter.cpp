@@ -158,6 +158,16 @@ void QAReporterHTMLWriter::doLink(DItem* item)
         return;
     }
 
+    // A web page (a rule's help) is linked as it is: its scheme is one a browser shows.
+    if (target.startsWith(QLatin1String("https://")) ||
+        target.startsWith(QLatin1String("http://"))) {
+        writeRaw("<a href=\"");
+        writeText(target);
+        writeRaw("\" rel=\"noopener noreferrer\">");
+        writeChildren(item, "</a>");
+        return;
+    }
+
     if (target.left(10) == QLatin1String("xrdlink://")) {
         const QString rest = target.mid(10);
         const qsizetype hash = rest.indexOf(u'#');

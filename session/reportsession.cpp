@@ -307,6 +307,12 @@ ReportSession::LinkAction ReportSession::followLink(DLink* link) const
         return action;
     }
 
+    if (target.startsWith(QLatin1String("https://")) ||
+        target.startsWith(QLatin1String("http://"))) {
+        action.kind = LinkAction::OpenWeb;
+        action.location = target;
+        return action;
+    }
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     const QRegularExpressionMatch match = sourceLine.match(target);
     if (!match.hasMatch()) {

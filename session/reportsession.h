@@ -49,7 +49,8 @@ public:
             ShowReport, // show `file` instead (then `anchor`, when there is one)
             ShowAnchor, // scroll to `anchor` in the reports shown
             OpenSource, // open `location`, a source file at a line
-            OpenTag     // hand `location`, a tag, to the studio
+            OpenTag,    // hand `location`, a tag, to the studio
+            OpenWeb     // open `location`, an http or https address, in the browser
         };
         Kind kind = Nothing;
         QString file;

@@ -65,7 +65,8 @@ QStringList deadLinks(const QString& out)
         const QString html = QString::fromUtf8(readAll(QDir(out).filePath(page)));
         for (auto match = href.globalMatch(html); match.hasNext();) {
             const QString link = match.next().captured(1);
-            if (link.startsWith(QLatin1String("file:")))
+            // Source files and web pages are outside the export.
+            if (link.startsWith(QLatin1String("file:")) || link.startsWith(QLatin1String("https:")))
                 continue;
             const qsizetype hash = link.indexOf(u'#');
             QString target = hash < 0 ? link : link.left(hash);

@@ -11,6 +11,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QColor>
+#include <QDesktopServices>
 #include <QDir>
 #include <QIcon>
 #include <QImage>
@@ -19,16 +20,19 @@
 #include <QTest>
 #include <QTextDocumentFragment>
 #include <QTreeView>
+#include <QUrl>
 
 namespace {
 
 using namespace testkit;
 
 // One file with an error, a warning and a note (its rule's default level), another with an
-// error; a message holds markup.
-const char lintLog[] = R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"lint",
-"version":"1.0","rules":[{"id":"R1","shortDescription":{"text":"no gets"}},
-{"id":"R2","shortDescription":{"text":"style"},"defaultConfiguration":{"level":"note"}}]}},
+// error; a message holds markup; a rule's help is a web page, another's a script.
+const char lintLog[] = R"json({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"lint",
+"version":"1.0","rules":[{"id":"R1","shortDescription":{"text":"no gets"},
+"helpUri":"https://example.org/rules/R1"},
+{"id":"R2","shortDescription":{"text":"style"},"defaultConfiguration":{"level":"note"},
+"helpUri":"javascript:alert(1)"}]}},
 "results":[
 {"ruleId":"R1","level":"error","message":{"text":"gets is <b>unsafe</b>"},"locations":[
 {"physicalLocation":{"artifactLocation":{"uri":"src/a.c"},"region":{"startLine":3}}}]},
@@ -37,7 +41,7 @@ const char lintLog[] = R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"
 {"ruleId":"R2","message":{"text":"long line"},"locations":[
 {"physicalLocation":{"artifactLocation":{"uri":"src/a.c"},"region":{"startLine":7}}}]},
 {"ruleId":"R1","level":"error","message":{"text":"gets in b"},"locations":[
-{"physicalLocation":{"artifactLocation":{"uri":"src/b.c"},"region":{"startLine":2}}}]}]}]})";
+{"physicalLocation":{"artifactLocation":{"uri":"src/b.c"},"region":{"startLine":2}}}]}]}]})json";
 
 const QString lintName = QStringLiteral("lint.sarif");
 const QString fileA = QStringLiteral("src/a.c");
@@ -383,6 +387,37 @@ private Q_SLOTS:
         QVERIFY(index.contains("<a href=\"lint-sarif.html\">lint.sarif</a></h3>"));
         QVERIFY(index.contains(">line 2: gets in b</a>"));
     }
+
+    // A rule's help address is a link: in the report it opens the browser, in the export it is
+    // a link to the page. An address of another kind stays text.
+    void helpAddressesAreLinks()
+    {
+        QVERIFY(m_studio.open({m_dir.filePath(lintName)}));
+        QVERIFY(m_studio.bringForward());
+        QVERIFY(m_studio.clickEntry(entry({lintName, fileA, QStringLiteral("R1")})));
+        QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "browse");
+        const bool clicked = m_studio.clickLink(QStringLiteral("https://example.org/rules/R1"));
+        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+        QVERIFY(clicked);
+        QCOMPARE(m_browsed, (QList<QUrl>{QUrl(QStringLiteral("https://example.org/rules/R1"))}));
+        QVERIFY(!m_studio.drawnLinks(m_studio.documentView())
+                     .contains(QStringLiteral("javascript:alert(1)")));
+
+        const QString pages = m_dir.filePath(QStringLiteral("help"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QByteArray page = readFile(pages + QStringLiteral("/lint-sarif.html"));
+        QVERIFY(page.contains("<a href=\"https://example.org/rules/R1\""));
+        QVERIFY(page.contains("Help: javascript:alert(1)"));
+        QVERIFY(!page.contains("href=\"javascript:"));
+    }
+
+public Q_SLOTS:
+    void browse(const QUrl& url) { m_browsed.append(url); }
+
+private:
+    QList<QUrl> m_browsed;
 };
 
 QTEST_MAIN(TestStudioFindings)

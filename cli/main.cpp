@@ -26,7 +26,8 @@ int usage()
 {
     std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
                  "       crcview summary [--node NAME] [--check] FILE...\n"
-                 "       crcview export [--failed] DIRECTORY FILE...\n"
+                 "       crcview export [--failed] [--source-url TEMPLATE] [--embed-sources]\n"
+                 "                      DIRECTORY FILE...\n"
                  "       crcview convert FILE [-o OUT.crc]\n"
                  "       crcview defects [--defects FILE] [--format csv|json]\n"
                  "  dump              print every result node of FILE, its types and totals\n"
@@ -44,6 +45,10 @@ int usage()
                  "                    summary as linked HTML pages into DIRECTORY; prints the\n"
                  "                    path of index.html; exit status 2 when a file could not\n"
                  "                    be read or a page could not be written\n"
+                 "  --source-url TEMPLATE  link sources to a web address, {path} the file's path\n"
+                 "                    in the sources and {line} the line, e.g.\n"
+                 "                    'https://host/repo/blob/REV/{path}#L{line}'\n"
+                 "  --embed-sources   show the lines around each place under its link\n"
                  "  convert           write the result-file markup of FILE to OUT.crc or to\n"
                  "                    standard output\n"
                  "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
@@ -225,14 +230,29 @@ public:
 int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
+    bool embedSources = false;
+    QString sourceUrl;
     QStringList rest;
-    for (const QString& argument : arguments) {
-        if (argument == QLatin1String("--failed"))
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("--failed")) {
             failedOnly = true;
-        else if (argument.startsWith(QLatin1Char('-')))
+        } else if (argument == QLatin1String("--embed-sources")) {
+            embedSources = true;
+        } else if (argument == QLatin1String("--source-url") && i + 1 < arguments.size()) {
+            sourceUrl = arguments.at(++i);
+            // A web address, so that no page links to a script.
+            if (!(sourceUrl.startsWith(QLatin1String("https://")) ||
+                  sourceUrl.startsWith(QLatin1String("http://"))) ||
+                !sourceUrl.contains(QLatin1String("{path}"))) {
+                std::cerr << "crcview: --source-url needs an http or https address with {path}\n";
+                return exitUsage;
+            }
+        } else if (argument.startsWith(QLatin1Char('-'))) {
             return usage();
-        else
+        } else {
             rest.append(argument);
+        }
     }
     if (rest.size() < 2)
         return usage();
@@ -250,6 +270,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
         session.setFailedOnly(true);
         session.analyse(QStringLiteral("crcview"));
     }
+    session.setSourceExport(sourceUrl, embedSources);
     ErrorLog log;
     // Pages that could not be written and linked files that could not be read are each a line
     // on standard error already; they make the exit status 2.

@@ -33,6 +33,10 @@ public:
 
     // The export directory: source paths are written relative to it.
     void setBaseForLink(const QString& dir);
+    // Source links lead to the web address `urlTemplate` makes ("{path}" the file's path from
+    // its node's base, "{line}" the line) instead of the file; none with an empty template.
+    // With `embed`, the lines around the place follow each link, read from the file.
+    void setSourceOptions(const QString& urlTemplate, bool embed);
     // The names of the export's files, which every page name comes from; borrowed. Without
     // them, pages are named after tags and report file names alone.
     void setPageNames(DPageNames* names) { m_pageNames = names; }
@@ -68,7 +72,13 @@ public:
     void doLink(DItem* item) override;
 
 private:
-    void writeSourceLink(DItem* link, const QString& file);
+    void writeSourceLink(DItem* link, const QString& file, const QString& line);
+    // The path of a source as the web address template takes it: from its node's base.
+    QString pathInSources(const QString& file, const QString& base) const;
+    // The lines around `line` of the source, as markup that follows its link.
+    QByteArray sourceLinesMarkup(const QString& path, int line);
+    // The first lines of a source file, read as far as asked; empty when it cannot be read.
+    const QList<QByteArray>& sourceLines(const QString& path, int upTo);
     void writeHref(const QString& value);
 
     QString m_baseForLink;
@@ -82,6 +92,14 @@ private:
     QSet<QString> m_referencedSet;
     QSet<QString> m_reportTags; // of the reports' documents, for the links that name one
     QHash<QString, QString> m_pageBases;
+    QString m_sourceUrl;
+    bool m_embedSources = false;
+    struct SourceFile
+    {
+        QList<QByteArray> lines;
+        bool complete = false; // read to its end, or as far as it can be
+    };
+    QHash<QString, SourceFile> m_sources; // a few files at a time
     QAIProgressMonitor* m_progress;
     QAILogMonitor* m_log;
     // Built at the first link that needs it: the displayed reports do not change while writing.

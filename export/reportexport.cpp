@@ -81,6 +81,7 @@ bool ReportExport::write(const QString& directory, QAIProgressMonitor* progress,
     }
     QAReporterHTMLWriter writer(reports, displayed, progress, log);
     writer.setBaseForLink(directory);
+    writer.setSourceOptions(m_input.sourceUrl, m_input.embedSources);
     DExportHtml exporter(directory, m_input.configFile);
     // Pictures come only from the folders of the result files and the document search path.
     exporter.setImageFolders(reportFolders);

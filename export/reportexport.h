@@ -38,6 +38,10 @@ public:
         // The file the user opened for a report read from `file` (a converted log's copy);
         // `file` itself when none is given.
         std::function<QString(const QString& file)> originalFileOf;
+        // Source links to a web address made from this ("{path}", "{line}"), and with the
+        // lines around the place embedded (see QAReporterHTMLWriter::setSourceOptions()).
+        QString sourceUrl;
+        bool embedSources = false;
     };
 
     explicit ReportExport(Input input);

@@ -368,6 +368,8 @@ bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* pro
     input.searchPath = m_context->documentSearchPath();
     input.reportFolderOf = [this](const QString& file) { return reportFolderOf(file); };
     input.originalFileOf = [this](const QString& file) { return m_context->originalFileOf(file); };
+    input.sourceUrl = m_sourceUrl;
+    input.embedSources = m_embedSources;
     ReportExport run(std::move(input));
     const bool complete = run.write(directory, progress, log);
     m_exportedIndexPage = run.indexPage();

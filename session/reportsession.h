@@ -133,6 +133,13 @@ public:
     // Writes the records as shown, the report files they link to and the summary as HTML pages
     // into `directory` (see ReportExport).
     bool exportHTML(const QString& directory, QAIProgressMonitor* progress, QAILogMonitor* log);
+    // How the exports link to the sources: to a web address made from `urlTemplate` ("{path}",
+    // "{line}"; to the files when empty), and with the lines around each place embedded.
+    void setSourceExport(const QString& urlTemplate, bool embed)
+    {
+        m_sourceUrl = urlTemplate;
+        m_embedSources = embed;
+    }
     // The file name the last export gave the summary.
     const QString& exportedIndexPage() const { return m_exportedIndexPage; }
 
@@ -156,4 +163,6 @@ private:
     bool m_analysed = false;
     PlaceHistory m_history;
     QString m_exportedIndexPage;
+    QString m_sourceUrl;
+    bool m_embedSources = false;
 };

@@ -206,6 +206,11 @@ private Q_SLOTS:
                               QStringLiteral("      ") + note1}));
         // The selected finding is not shown: the nearest entry above it that is stays selected.
         QCOMPARE(m_studio.currentEntry(), QStringList{lintName});
+        // Down in the filter box goes on into the outline, where the keys choose entries.
+        m_studio.press(Qt::Key_Down);
+        QVERIFY(m_studio.outline()->hasFocus());
+        m_studio.press(Qt::Key_Down);
+        QCOMPARE(m_studio.currentEntry(), (QStringList{lintName, fileA}));
 
         QVERIFY(m_studio.filterOutline(QStringLiteral("rule:R1 file:b.c")));
         QCOMPARE(shownEntries(),

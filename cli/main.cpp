@@ -33,7 +33,8 @@ void printUsage(std::ostream& out)
     out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
            "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
            "                       FILE...\n"
-           "       crcview export [--failed] [--baseline BASE] DIRECTORY FILE...\n"
+           "       crcview export [--failed] [--baseline BASE] [--source-url TEMPLATE]\n"
+           "                      [--embed-sources] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
            "       crcview diff [--format text|json|sarif|markdown [-o FILE]]... [--check]\n"
            "                    BASE HEAD\n"
@@ -60,6 +61,10 @@ void printUsage(std::ostream& out)
            "                    be read or a page could not be written\n"
            "  --baseline BASE   the summary page starts with the failures that are new\n"
            "                    since the run BASE, then those fixed since\n"
+           "  --source-url TEMPLATE  link sources to a web address, {path} the file's path\n"
+           "                    in the sources and {line} the line, e.g.\n"
+           "                    'https://host/repo/blob/REV/{path}#L{line}'\n"
+           "  --embed-sources   show the lines around each place under its link\n"
            "  convert           write the result-file markup of FILE to OUT.crc or to\n"
            "                    standard output\n"
            "  diff              compare the failed results of HEAD with those of BASE:\n"
@@ -309,18 +314,32 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
     QString baseline;
+    bool embedSources = false;
+    QString sourceUrl;
     QStringList rest;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
-        if (argument == QLatin1String("--failed"))
+        if (argument == QLatin1String("--failed")) {
             failedOnly = true;
-        else if (argument == QLatin1String("--baseline") && i + 1 < arguments.size() &&
-                 baseline.isNull())
+        } else if (argument == QLatin1String("--baseline") && i + 1 < arguments.size() &&
+                   baseline.isNull()) {
             baseline = arguments.at(++i);
-        else if (argument.startsWith(QLatin1Char('-')))
+        } else if (argument == QLatin1String("--embed-sources")) {
+            embedSources = true;
+        } else if (argument == QLatin1String("--source-url") && i + 1 < arguments.size()) {
+            sourceUrl = arguments.at(++i);
+            // A web address, so that no page links to a script.
+            if (!(sourceUrl.startsWith(QLatin1String("https://")) ||
+                  sourceUrl.startsWith(QLatin1String("http://"))) ||
+                !sourceUrl.contains(QLatin1String("{path}"))) {
+                std::cerr << "crcview: --source-url needs an http or https address with {path}\n";
+                return exitUsage;
+            }
+        } else if (argument.startsWith(QLatin1Char('-'))) {
             return usage();
-        else
+        } else {
             rest.append(argument);
+        }
     }
     if (rest.size() < 2)
         return usage();
@@ -334,8 +353,8 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     ReportSession& session = loaded.viewer->session;
     const bool unreadable = !open(session, rest).isEmpty();
     if (failedOnly) {
-        // As a viewer asked to show failed tests only: all of them when none failed.
-        session.setFailedOnly(session.testFailed() > 0);
+        // The failed results only, none when none failed: the summary says how they went.
+        session.setFailedOnly(true);
         session.analyse(QStringLiteral("crcview"));
     }
     // A baseline that cannot be read is said, and the pages are written without it.
@@ -343,6 +362,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     const bool compared = baseline.isNull() || session.setBaseline(baseline, &baselineError);
     if (!compared)
         std::cerr << ImportCache::originalsIn(baselineError).toLocal8Bit().constData() << "\n";
+    session.setSourceExport(sourceUrl, embedSources);
     ErrorLog log;
     // Pages that could not be written and linked files that could not be read are each a line
     // on standard error already; they make the exit status 2.

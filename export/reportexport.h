@@ -38,6 +38,13 @@ public:
         QStringList searchPath;
         // The folder the links of the report read from a file are taken beside.
         std::function<QString(const QString& file)> reportFolderOf;
+        // The file the user opened for a report read from `file` (a converted log's copy);
+        // `file` itself when none is given.
+        std::function<QString(const QString& file)> originalFileOf;
+        // Source links to a web address made from this ("{path}", "{line}"), and with the
+        // lines around the place embedded (see QAReporterHTMLWriter::setSourceOptions()).
+        QString sourceUrl;
+        bool embedSources = false;
     };
 
     explicit ReportExport(Input input);

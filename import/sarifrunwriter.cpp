@@ -57,6 +57,19 @@ void writeFingerprints(MarkupWriter& out, const Value* fingerprints)
     }
 }
 
+// An http or https address of reasonable length, without blanks or control characters.
+bool isWebAddress(const QByteArray& text)
+{
+    const bool web = text.startsWith("https://") || text.startsWith("http://");
+    if (!web || text.size() > 2048)
+        return false;
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) <= ' ' || c == 0x7f)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 SarifRunWriter::SarifRunWriter(const Value& run, const QString& directory,
@@ -213,9 +226,17 @@ void SarifRunWriter::writeRule(const FileGroup& file, const RuleGroup& rule)
     if (!description.isEmpty())
         m_out.element("PARAGRAPH", m_results.ruleText(description), {{"style", "Normal"}});
     const Bytes help = textOf(member(rule.rule, "helpUri"));
-    if (!help.isEmpty())
+    if (isWebAddress(help.toByteArray())) {
+        // A web page is a link; anything else stays text.
+        m_out.open("PARAGRAPH", {{"style", "Normal"}});
+        m_out.text("Help: ");
+        m_out.element("LINK", help.toByteArray(),
+                      {{"target", help.toByteArray()}, {"style", "Link"}});
+        m_out.close();
+    } else if (!help.isEmpty()) {
         m_out.element("PARAGRAPH", m_results.ruleText("Help: " + help.toByteArray()),
                       {{"style", "Normal"}});
+    }
     for (const Finding& finding : rule.results)
         writeFinding(file, rule, finding);
     m_out.close();

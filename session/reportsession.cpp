@@ -327,6 +327,12 @@ ReportSession::LinkAction ReportSession::followLink(DLink* link) const
         return action;
     }
 
+    if (target.startsWith(QLatin1String("https://")) ||
+        target.startsWith(QLatin1String("http://"))) {
+        action.kind = LinkAction::OpenWeb;
+        action.location = target;
+        return action;
+    }
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     const QRegularExpressionMatch match = sourceLine.match(target);
     if (!match.hasMatch()) {
@@ -395,6 +401,9 @@ bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* pro
         m_context->currentDirectory() + QDir::separator() + QStringLiteral("dhtml.cfg");
     input.searchPath = m_context->documentSearchPath();
     input.reportFolderOf = [this](const QString& file) { return reportFolderOf(file); };
+    input.originalFileOf = [this](const QString& file) { return m_context->originalFileOf(file); };
+    input.sourceUrl = m_sourceUrl;
+    input.embedSources = m_embedSources;
     if (m_baseline)
         input.leading = baselineLeading(*m_baseline);
     ReportExport run(std::move(input));

@@ -13,9 +13,11 @@
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 
+#include <QDesktopServices>
 #include <QMainWindow>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QUrl>
 
 // Stepping moves the outline and the view; the keyboard stays where it was, so that the next
 // key steps on.
@@ -140,6 +142,9 @@ void QAReporter::resolveLink(DLink* link)
     case ReportSession::LinkAction::OpenSource:
         if (StudioInterface* studio = hostStudio())
             studio->openLocation(action.location, 3, true);
+        return;
+    case ReportSession::LinkAction::OpenWeb:
+        QDesktopServices::openUrl(QUrl(action.location, QUrl::StrictMode));
         return;
     }
     if (!action.anchor.isEmpty())

@@ -196,6 +196,13 @@ QStringList FixtureDialogs::openFileNames(QWidget* parent, const QString& captio
     return ScriptedDialogs::openFileNames(parent, caption, directory, filter);
 }
 
+QString FixtureDialogs::saveFileName(QWidget* parent, const QString& caption,
+                                     const QString& directory, const QString& filter)
+{
+    savedIn.append(directory);
+    return ScriptedDialogs::saveFileName(parent, caption, directory, filter);
+}
+
 QStringList FixtureDialogs::messages() const
 {
     QStringList texts;

@@ -38,10 +38,13 @@ class FixtureDialogs : public ScriptedDialogs
 public:
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
                               const QString& filter) override;
+    QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
+                         const QString& filter) override;
     // The messages shown, in order (the file and folder dialogs left out).
     QStringList messages() const;
 
     QStringList openedIn;
+    QStringList savedIn; // where each Save dialog started
 };
 
 class StudioFixture

@@ -622,13 +622,14 @@ private Q_SLOTS:
         QVERIFY(!m_studio.summaryDock()->isHidden());
     }
 
-    // 10. Exporting failed results only when nothing failed is no error.
+    // 10. Exporting failed results only when nothing failed is no error: the summary is
+    // written, and no passed result.
     void exportingFailedOnlyWithNothingFailed()
     {
         const QString passed = path("passed/passed.crc");
         QVERIFY(writeFile(passed, "<XROD><DOCUMENT tag='ok'><XROD:NODE name='n' type='Rule' "
-                                  "state='ok' sum='3'><SECTION><PARAGRAPH>fine</PARAGRAPH>"
-                                  "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+                                  "state='ok' sum='3'><SECTION><PARAGRAPH>fine-and-passed"
+                                  "</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>"));
         QProcess crcview;
         crcview.start(
             QStringLiteral(CRCVIEW_PATH),
@@ -636,6 +637,10 @@ private Q_SLOTS:
         QVERIFY(crcview.waitForFinished(60000));
         QCOMPARE(crcview.exitCode(), 0);
         QVERIFY(QFile::exists(path("pages/index.html")));
+        const QStringList pages = QDir(path("pages")).entryList({QStringLiteral("*.html")});
+        for (const QString& page : pages)
+            QVERIFY2(!testkit::readFile(path("pages/") + page).contains("fine-and-passed"),
+                     qPrintable(page));
 
         crcview.start(QStringLiteral(CRCVIEW_PATH),
                       {QStringLiteral("export"), QStringLiteral("--failed"), path("pages2"), passed,

@@ -11,6 +11,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QColor>
+#include <QDesktopServices>
 #include <QDir>
 #include <QIcon>
 #include <QImage>
@@ -19,16 +20,19 @@
 #include <QTest>
 #include <QTextDocumentFragment>
 #include <QTreeView>
+#include <QUrl>
 
 namespace {
 
 using namespace testkit;
 
 // One file with an error, a warning and a note (its rule's default level), another with an
-// error; a message holds markup.
-const char lintLog[] = R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"lint",
-"version":"1.0","rules":[{"id":"R1","shortDescription":{"text":"no gets"}},
-{"id":"R2","shortDescription":{"text":"style"},"defaultConfiguration":{"level":"note"}}]}},
+// error; a message holds markup; a rule's help is a web page, another's a script.
+const char lintLog[] = R"json({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"lint",
+"version":"1.0","rules":[{"id":"R1","shortDescription":{"text":"no gets"},
+"helpUri":"https://example.org/rules/R1"},
+{"id":"R2","shortDescription":{"text":"style"},"defaultConfiguration":{"level":"note"},
+"helpUri":"javascript:alert(1)"}]}},
 "results":[
 {"ruleId":"R1","level":"error","message":{"text":"gets is <b>unsafe</b>"},"locations":[
 {"physicalLocation":{"artifactLocation":{"uri":"src/a.c"},"region":{"startLine":3}}}]},
@@ -37,7 +41,7 @@ const char lintLog[] = R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"
 {"ruleId":"R2","message":{"text":"long line"},"locations":[
 {"physicalLocation":{"artifactLocation":{"uri":"src/a.c"},"region":{"startLine":7}}}]},
 {"ruleId":"R1","level":"error","message":{"text":"gets in b"},"locations":[
-{"physicalLocation":{"artifactLocation":{"uri":"src/b.c"},"region":{"startLine":2}}}]}]}]})";
+{"physicalLocation":{"artifactLocation":{"uri":"src/b.c"},"region":{"startLine":2}}}]}]}]})json";
 
 const QString lintName = QStringLiteral("lint.sarif");
 const QString fileA = QStringLiteral("src/a.c");
@@ -46,6 +50,21 @@ const QString error1 = QStringLiteral("line 3: gets is <b>unsafe</b>");
 const QString warning1 = QStringLiteral("line 5: gets again");
 const QString note1 = QStringLiteral("line 7: long line");
 const QString error2 = QStringLiteral("line 2: gets in b");
+
+// A log of `count` warnings in one file, "many 1" at line 1 and so on.
+QByteArray manyWarnings(int count)
+{
+    QByteArray results;
+    for (int i = 1; i <= count; ++i) {
+        const QByteArray n = QByteArray::number(i);
+        results += (i > 1 ? "," : "") + QByteArray("{\"ruleId\":\"B\",\"level\":\"warning\",") +
+                   "\"message\":{\"text\":\"many " + n + "\"},\"locations\":[{" +
+                   "\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"big.c\"}," +
+                   "\"region\":{\"startLine\":" + n + "}}}]}";
+    }
+    return "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"big\"}}," +
+           QByteArray("\"results\":[") + results + "]}]}";
+}
 
 QImage picture(const QModelIndex& entry)
 {
@@ -187,6 +206,11 @@ private Q_SLOTS:
                               QStringLiteral("      ") + note1}));
         // The selected finding is not shown: the nearest entry above it that is stays selected.
         QCOMPARE(m_studio.currentEntry(), QStringList{lintName});
+        // Down in the filter box goes on into the outline, where the keys choose entries.
+        m_studio.press(Qt::Key_Down);
+        QVERIFY(m_studio.outline()->hasFocus());
+        m_studio.press(Qt::Key_Down);
+        QCOMPARE(m_studio.currentEntry(), (QStringList{lintName, fileA}));
 
         QVERIFY(m_studio.filterOutline(QStringLiteral("rule:R1 file:b.c")));
         QCOMPARE(shownEntries(),
@@ -320,6 +344,85 @@ private Q_SLOTS:
         QVERIFY2(summary->height() < m_studio.window().height() / 2,
                  qPrintable(QString::number(summary->height())));
     }
+
+    // Save As starts beside the log the user opened, not beside its converted copy; the export
+    // says where it wrote the summary page.
+    void saveAndExportSayWhere()
+    {
+        QVERIFY(m_studio.open({m_dir.filePath(lintName)}));
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Save As...")}));
+        QCOMPARE(m_studio.dialogs().savedIn, QStringList{QDir(m_dir.path()).absolutePath()});
+
+        const QString pages = m_dir.filePath(QStringLiteral("pages"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        m_studio.newOutput();
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QString index = QDir::toNativeSeparators(pages + QStringLiteral("/index.html"));
+        QVERIFY(QFile::exists(index));
+        QCOMPARE(m_studio.statusMessage(), QStringLiteral("Exported to ") + index);
+        QVERIFY2(m_studio.newOutput().join(QLatin1Char('\n')).contains(index),
+                 qPrintable(m_studio.output()));
+    }
+
+    // The summary page of an export: the table of the reports comes before the failures; each
+    // log's failures are listed under its name, its first ones, then how many more and a link
+    // to its page, so that a log of many failures hides no other's; each log's page is named
+    // after the log.
+    void exportIndexGroupsFailuresByFile()
+    {
+        const QString big = m_dir.filePath(QStringLiteral("big.sarif"));
+        QVERIFY(writeFile(big, manyWarnings(250)));
+        QVERIFY(m_studio.open({big, m_dir.filePath(lintName)}));
+        const QString pages = m_dir.filePath(QStringLiteral("grouped"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QByteArray index = readFile(pages + QStringLiteral("/index.html"));
+        QVERIFY(QFile::exists(pages + QStringLiteral("/big-sarif.html")));
+        QVERIFY(QFile::exists(pages + QStringLiteral("/lint-sarif.html")));
+        const qsizetype table = index.indexOf("<table");
+        const qsizetype failures = index.indexOf("Failed items");
+        QVERIFY(table >= 0 && failures > table);
+        QVERIFY(index.indexOf("<a href=\"big-sarif.html\">big.sarif</a></h3>") > failures);
+        QVERIFY(index.contains(">line 1: many 1</a>"));
+        QVERIFY(!index.contains(">line 250: many 250</a>"));
+        QVERIFY(index.contains("and 150 more failed items in <a href=\"big-sarif.html\">"));
+        // The other log's failures are listed all the same.
+        QVERIFY(index.contains("<a href=\"lint-sarif.html\">lint.sarif</a></h3>"));
+        QVERIFY(index.contains(">line 2: gets in b</a>"));
+    }
+
+    // A rule's help address is a link: in the report it opens the browser, in the export it is
+    // a link to the page. An address of another kind stays text.
+    void helpAddressesAreLinks()
+    {
+        QVERIFY(m_studio.open({m_dir.filePath(lintName)}));
+        QVERIFY(m_studio.bringForward());
+        QVERIFY(m_studio.clickEntry(entry({lintName, fileA, QStringLiteral("R1")})));
+        QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "browse");
+        const bool clicked = m_studio.clickLink(QStringLiteral("https://example.org/rules/R1"));
+        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+        QVERIFY(clicked);
+        QCOMPARE(m_browsed, (QList<QUrl>{QUrl(QStringLiteral("https://example.org/rules/R1"))}));
+        QVERIFY(!m_studio.drawnLinks(m_studio.documentView())
+                     .contains(QStringLiteral("javascript:alert(1)")));
+
+        const QString pages = m_dir.filePath(QStringLiteral("help"));
+        QVERIFY(QDir().mkpath(pages));
+        m_studio.dialogs().directories.append(pages);
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Export to HTML...")}));
+        const QByteArray page = readFile(pages + QStringLiteral("/lint-sarif.html"));
+        QVERIFY(page.contains("<a href=\"https://example.org/rules/R1\""));
+        QVERIFY(page.contains("Help: javascript:alert(1)"));
+        QVERIFY(!page.contains("href=\"javascript:"));
+    }
+
+public Q_SLOTS:
+    void browse(const QUrl& url) { m_browsed.append(url); }
+
+private:
+    QList<QUrl> m_browsed;
 };
 
 QTEST_MAIN(TestStudioFindings)

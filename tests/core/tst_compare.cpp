@@ -8,6 +8,7 @@
 
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 namespace {
 
@@ -306,6 +307,12 @@ private Q_SLOTS:
         QString error;
         QVERIFY(!readRunIdentities(m_dir.path(), &run, &error)); // a folder
         QVERIFY2(error.startsWith(m_dir.path() + QStringLiteral(": ")), qPrintable(error));
+        // A FIFO nobody writes to is refused, not waited on, whatever its name says.
+        for (const char* name : {"fifo.crc", "fifo.sarif"}) {
+            QVERIFY(::mkfifo(QFile::encodeName(path(name)).constData(), 0600) == 0);
+            QVERIFY(!readRunIdentities(path(name), &run, &error));
+            QVERIFY2(error.startsWith(path(name) + QStringLiteral(": ")), qPrintable(error));
+        }
     }
 };
 

@@ -8,6 +8,7 @@
 #include "sdk/qasafefile.h"
 
 #include <QString>
+#include <algorithm>
 #include <iostream>
 #include <new>
 #include <vector>
@@ -78,6 +79,41 @@ bool write(const Output& output, const QByteArray& bytes)
     return false;
 }
 
+// HEAD's SARIF log, written as it is made. Only one such log can be asked for.
+bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
+                const RunComparison& comparison)
+{
+    QString error;
+    if (output.file.isEmpty()) {
+        const auto toStandardOutput = [](const QByteArray& piece) {
+            std::cout.write(piece.constData(), piece.size());
+            return bool(std::cout);
+        };
+        if (sarifWithBaseline(base, head, comparison, toStandardOutput, &error)) {
+            std::cout.flush();
+            if (std::cout)
+                return true;
+        }
+        std::cerr << (error.isEmpty() ? QStringLiteral("crcview: cannot write to standard output")
+                                      : error)
+                         .toLocal8Bit()
+                         .constData()
+                  << "\n";
+        return false;
+    }
+    QASafeFile file(output.file);
+    if (!file.open()) {
+        std::cerr << file.errorString().toLocal8Bit().constData() << "\n";
+        return false;
+    }
+    const auto toFile = [&file](const QByteArray& piece) { return file.write(piece); };
+    if (sarifWithBaseline(base, head, comparison, toFile, &error) && file.commit())
+        return true;
+    file.discard();
+    std::cerr << (error.isEmpty() ? file.errorString() : error).toLocal8Bit().constData() << "\n";
+    return false;
+}
+
 } // namespace
 
 int diffCommand(const QStringList& arguments, int (*usage)())
@@ -113,8 +149,15 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     if (outputs.empty())
         outputs.push_back({Format::Text, QString()});
     int toStandardOutput = 0;
-    for (const Output& output : outputs)
+    int sarifLogs = 0;
+    for (const Output& output : outputs) {
         toStandardOutput += output.file.isEmpty() ? 1 : 0;
+        sarifLogs += output.format == Format::Sarif ? 1 : 0;
+    }
+    if (sarifLogs > 1) {
+        std::cerr << "crcview: diff: one SARIF log at a time\n";
+        return exitUsage;
+    }
     if (toStandardOutput > 1) {
         std::cerr << "crcview: diff: only one report can go to standard output; give the others "
                      "a file with -o\n";
@@ -129,6 +172,9 @@ int diffCommand(const QStringList& arguments, int (*usage)())
         return exitUnreadable;
     const RunComparison comparison = compareRuns(base, head);
     bool written = true;
+    // The SARIF log comes last: it frees what the others report.
+    std::stable_partition(outputs.begin(), outputs.end(),
+                          [](const Output& output) { return output.format != Format::Sarif; });
     for (const Output& output : outputs) {
         switch (output.format) {
         case Format::Text:
@@ -140,16 +186,9 @@ int diffCommand(const QStringList& arguments, int (*usage)())
         case Format::Markdown:
             written = write(output, DiffReport::markdown(comparison)) && written;
             break;
-        case Format::Sarif: {
-            QByteArray log;
-            QString error;
-            if (!sarifWithBaseline(base, head, comparison, &log, &error)) {
-                std::cerr << error.toLocal8Bit().constData() << "\n";
-                return exitUnreadable;
-            }
-            written = write(output, log) && written;
+        case Format::Sarif:
+            written = writeSarif(output, base, head, comparison) && written;
             break;
-        }
         }
     }
     if (!written)

@@ -18,6 +18,9 @@ namespace {
 constexpr int ChunkSize = 256 * 1024;
 constexpr qsizetype MessageBytes = 512; // of a failed result's first paragraph
 constexpr size_t RootSeed = 0x726f6f74;
+// Levels of a path shown in a report: the top ones and the last, with a mark between.
+constexpr size_t ShownTop = 8;
+constexpr size_t ShownLevels = 64;
 
 // An open result node.
 struct Frame
@@ -80,6 +83,9 @@ private:
     void endNode();
     void fail(const char* message);
     QByteArray pathIdentity() const;
+    QStringList names() const;
+    // The frames of the open nodes a report shows, index 0 for the mark of those left out.
+    std::vector<size_t> shownFrames() const;
 
     RunIdentities* m_run;
     XML_Parser m_parser = nullptr;
@@ -199,18 +205,44 @@ void Pass::startNode(const XML_Char** attributes)
     m_frames.push_back(std::move(frame));
 }
 
+std::vector<size_t> Pass::shownFrames() const
+{
+    std::vector<size_t> shown;
+    const size_t levels = m_frames.size() - 1;
+    for (size_t i = 1; i < m_frames.size(); ++i) {
+        if (levels > ShownLevels && i == ShownTop + 1) {
+            shown.push_back(0);
+            i = m_frames.size() - (ShownLevels - ShownTop);
+        }
+        shown.push_back(i);
+    }
+    return shown;
+}
+
 QByteArray Pass::pathIdentity() const
 {
     QByteArray identity;
-    for (size_t i = 1; i < m_frames.size(); ++i) {
-        const Frame& frame = m_frames[i];
-        if (i > 1)
+    for (const size_t i : shownFrames()) {
+        if (!identity.isEmpty())
             identity += " > ";
+        if (i == 0) {
+            identity += "...";
+            continue;
+        }
+        const Frame& frame = m_frames[i];
         identity += frame.type + ':' + frame.name;
         if (frame.occurrence > 1)
             identity += '#' + QByteArray::number(frame.occurrence);
     }
     return identity;
+}
+
+QStringList Pass::names() const
+{
+    QStringList names;
+    for (const size_t i : shownFrames())
+        names.append(i == 0 ? QStringLiteral("...") : QString::fromUtf8(m_frames[i].name));
+    return names;
 }
 
 void Pass::endNode()
@@ -220,8 +252,7 @@ void Pass::endNode()
         RunFailure failure;
         failure.id = node.id;
         failure.identity = node.key.isEmpty() ? pathIdentity() : node.key;
-        for (size_t i = 1; i < m_frames.size(); ++i)
-            failure.names.append(QString::fromUtf8(m_frames[i].name));
+        failure.names = names();
         failure.type = QString::fromUtf8(node.type);
         failure.source = QString::fromUtf8(node.source);
         failure.line = node.line;

@@ -9,9 +9,11 @@
 // A failed result of a run, as a comparison of runs reports it.
 struct RunFailure
 {
-    quint64 id = 0;      // digest of the identity, what runs are matched by
-    QByteArray identity; // the key the result carries, or its path of (type, name)
-    QStringList names;   // the names from the top of the run down to the result
+    quint64 id = 0; // digest of the identity, what runs are matched by
+    // The key the result carries, or its path of (type, name); a path of more than 64 levels
+    // is shown by its top and its end, as the names are.
+    QByteArray identity;
+    QStringList names; // the names from the top of the run down to the result
     QString type;
     QString source; // the source file, as the run names it; empty when none is given
     int line = 0;   // in `source`, 0 when not known

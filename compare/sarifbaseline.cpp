@@ -31,11 +31,42 @@ struct ByteStream
     void Flush() {}
 };
 
+// The output of a JSON writer, handed on in pieces of a MiB.
+class PieceStream
+{
+public:
+    using Ch = char;
+    static constexpr qsizetype Piece = 1 << 20;
+
+    explicit PieceStream(const std::function<bool(const QByteArray&)>& write) : m_write(write)
+    {
+        m_piece.reserve(Piece);
+    }
+    void Put(char c)
+    {
+        m_piece.append(c);
+        if (m_piece.size() >= Piece)
+            Flush();
+    }
+    void Flush()
+    {
+        if (!m_piece.isEmpty() && m_written)
+            m_written = m_write(m_piece);
+        m_piece.clear();
+    }
+    bool written() const { return m_written; }
+
+private:
+    const std::function<bool(const QByteArray&)>& m_write;
+    QByteArray m_piece;
+    bool m_written = true;
+};
+
 using JsonWriter =
     rapidjson::Writer<ByteStream, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator>;
 
 // Writes `value` without recursion: a log may nest as deep as it likes.
-void writeValue(const Value& value, JsonWriter& writer)
+template <typename Writer> void writeValue(const Value& value, Writer& writer)
 {
     struct Open
     {
@@ -320,26 +351,33 @@ void appendAbsent(Value& results, const std::vector<std::pair<int, QByteArray>>&
         if (std::min(from, lastRun) != run)
             continue;
         Document piece(&allocator);
-        piece.Parse(json.constData(), json.size());
+        piece.Parse<rapidjson::kParseIterativeFlag>(json.constData(), json.size());
         if (!piece.HasParseError())
             results.PushBack(static_cast<Value&>(piece).Move(), allocator);
     }
 }
 
-QByteArray written(const Document& log)
+bool written(const Document& log, const std::function<bool(const QByteArray&)>& write)
 {
-    QByteArray out;
-    ByteStream stream{&out};
-    JsonWriter writer(stream);
+    PieceStream stream(write);
+    rapidjson::Writer<PieceStream, rapidjson::UTF8<>, rapidjson::UTF8<>, JsonAllocator> writer(
+        stream);
     writeValue(log, writer);
-    out += '\n';
-    return out;
+    stream.Put('\n');
+    stream.Flush();
+    return stream.written();
+}
+
+// Frees the failures of a run.
+void release(RunIdentities& run)
+{
+    std::vector<RunFailure>().swap(run.failures);
 }
 
 } // namespace
 
-bool sarifWithBaseline(const RunIdentities& base, const RunIdentities& head,
-                       const RunComparison& comparison, QByteArray* out, QString* error)
+bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunComparison& comparison,
+                       const std::function<bool(const QByteArray&)>& write, QString* error)
 {
     std::vector<std::pair<int, QByteArray>> absent;
     QString guid;
@@ -378,18 +416,37 @@ bool sarifWithBaseline(const RunIdentities& base, const RunIdentities& head,
         Value runs(rapidjson::kArrayType);
         runs.PushBack(run, allocator);
         log.AddMember("runs", runs, allocator);
-        *out = written(log);
-        return true;
+        return written(log, write);
     }
+
+    // What the log needs of the runs: where each failure of HEAD is, its state, and what BASE
+    // had; their failures go before HEAD's log is read again.
+    struct HeadState
+    {
+        int run;
+        int result;
+        const char* state;
+    };
+    std::vector<HeadState> states;
+    states.reserve(head.failures.size());
+    for (size_t i = 0; i < head.failures.size(); ++i) {
+        const RunFailure& failure = head.failures[i];
+        states.push_back({failure.run, failure.result,
+                          stateOf(failure, comparison.baseOf[i], base.format == head.format,
+                                  added.contains(&failure))});
+    }
+    QSet<quint64> known = base.others;
+    for (const RunFailure& failure : base.failures)
+        known.insert(failure.id);
+    added.clear();
+    release(base);
+    release(head);
 
     QByteArray json;
     Document log;
     if (!readLog(head.path, json, log, error))
         return false;
     Allocator& allocator = log.GetAllocator();
-    QSet<quint64> known = base.others;
-    for (const RunFailure& failure : base.failures)
-        known.insert(failure.id);
     Value* runs = const_cast<Value*>(member(&log, "runs"));
     const QString directory = QFileInfo(head.path).absolutePath();
     const int lastRun = int(runs->Size()) - 1;
@@ -411,12 +468,9 @@ bool sarifWithBaseline(const RunIdentities& base, const RunIdentities& head,
             const QByteArray key =
                 reading.keyOf(result, ruleId, rule, reading.primaryPlaceOf(result));
             const char* state = nullptr;
-            if (failed < head.failures.size() && head.failures[failed].run == int(r) &&
-                head.failures[failed].result == int(i)) {
-                const RunFailure& failure = head.failures[failed];
-                state = stateOf(failure, comparison.baseOf[failed], base.format == head.format,
-                                added.contains(&failure));
-                ++failed;
+            if (failed < states.size() && states[failed].run == int(r) &&
+                states[failed].result == int(i)) {
+                state = states[failed++].state;
             } else {
                 state = known.contains(RunIdentities::keyDigest(key)) ? "unchanged" : "new";
             }
@@ -424,6 +478,5 @@ bool sarifWithBaseline(const RunIdentities& base, const RunIdentities& head,
         }
         appendAbsent(results, absent, int(r), lastRun, allocator);
     }
-    *out = written(log);
-    return true;
+    return written(log, write);
 }

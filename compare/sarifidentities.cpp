@@ -47,6 +47,16 @@ bool readSarifIdentities(const QString& path, RunIdentities* run, QString* error
     const QString directory = info.absolutePath();
     const QByteArray logName = info.fileName().toUtf8();
     const Value* runs = member(&log, "runs");
+    // Room for every result to be a failure, and rule ids shared between their failures: a log
+    // of a few rules over many results keeps each id once.
+    size_t given = 0;
+    for (const Value& runValue : runs->GetArray()) {
+        const Value* results = member(&runValue, "results");
+        given += results && results->IsArray() ? results->Size() : 0;
+    }
+    run->failures.reserve(run->failures.size() + given);
+    QHash<QByteArray, QString> ruleNames;
+    const QString finding = QStringLiteral("Finding");
     for (rapidjson::SizeType r = 0; r < runs->Size(); ++r) {
         const Value& runValue = (*runs)[r];
         const QString where = QStringLiteral("$.runs[%1]").arg(r);
@@ -83,6 +93,10 @@ bool readSarifIdentities(const QString& path, RunIdentities* run, QString* error
                 run->others.insert(RunIdentities::keyDigest(key));
                 continue;
             }
+            auto known = ruleNames.constFind(ruleId);
+            if (known == ruleNames.constEnd())
+                known = ruleNames.insert(ruleId, QString::fromUtf8(ruleId));
+            const QString& ruleName = known.value();
             RunFailure failure;
             failure.id = RunIdentities::keyDigest(key);
             failure.identity = key;
@@ -92,9 +106,8 @@ bool readSarifIdentities(const QString& path, RunIdentities* run, QString* error
             failure.names = {place.found                    ? place.file.name
                              : !place.logicalName.isEmpty() ? QString::fromUtf8(place.logicalName)
                                                             : QStringLiteral("(no location)"),
-                             ruleId.isEmpty() ? QStringLiteral("(no rule)")
-                                              : QString::fromUtf8(ruleId)};
-            failure.type = QStringLiteral("Finding");
+                             ruleId.isEmpty() ? QStringLiteral("(no rule)") : ruleName};
+            failure.type = finding;
             failure.run = int(r);
             failure.result = resultIndex;
             run->failures.push_back(std::move(failure));

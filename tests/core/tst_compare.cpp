@@ -8,6 +8,7 @@
 
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 namespace {
 
@@ -158,6 +159,23 @@ private Q_SLOTS:
         QCOMPARE(keys->added(), QStringList{QStringLiteral("two")});
         QCOMPARE(keys->fixed(), QStringList{QStringLiteral("two")});
         QCOMPARE(keys->comparison.still, size_t(1));
+
+        // A result deep down is reported by the top and the end of its path.
+        QByteArray deep = node("Leaf", "bottom", "ko");
+        for (int level = 199; level >= 0; --level)
+            deep = node("Level", QByteArray::number(level), "ko", deep);
+        const auto nested =
+            compare("shallow.crc", resultFile(QByteArray()), "deep.crc", resultFile(deep));
+        QVERIFY2(nested->error.isEmpty(), qPrintable(nested->error));
+        QCOMPARE(nested->comparison.added.size(), size_t(1));
+        const RunFailure& bottom = *nested->comparison.added.front();
+        QCOMPARE(bottom.names.size(), 65);
+        QCOMPARE(bottom.names.mid(7, 3),
+                 (QStringList{QStringLiteral("7"), QStringLiteral("..."), QStringLiteral("145")}));
+        QCOMPARE(bottom.names.last(), QStringLiteral("bottom"));
+        QVERIFY(bottom.identity.startsWith("Level:0 > Level:1 > "));
+        QVERIFY(bottom.identity.contains(" > Level:7 > ... > Level:145 > "));
+        QVERIFY(bottom.identity.endsWith(" > Leaf:bottom"));
     }
 
     // SARIF logs are matched by the keys the importer gives: fingerprints survive a move to
@@ -289,6 +307,12 @@ private Q_SLOTS:
         QString error;
         QVERIFY(!readRunIdentities(m_dir.path(), &run, &error)); // a folder
         QVERIFY2(error.startsWith(m_dir.path() + QStringLiteral(": ")), qPrintable(error));
+        // A FIFO nobody writes to is refused, not waited on, whatever its name says.
+        for (const char* name : {"fifo.crc", "fifo.sarif"}) {
+            QVERIFY(::mkfifo(QFile::encodeName(path(name)).constData(), 0600) == 0);
+            QVERIFY(!readRunIdentities(path(name), &run, &error));
+            QVERIFY2(error.startsWith(path(name) + QStringLiteral(": ")), qPrintable(error));
+        }
     }
 };
 

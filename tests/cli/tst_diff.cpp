@@ -20,10 +20,10 @@ using testkit::writeFile;
 using Run = testkit::CrcviewRun;
 
 const QString importData = QStringLiteral(IMPORT_DATA_DIR);
-// The SARIF multitool: $SARIF_MULTITOOL, else where the development machine has it.
+// The SARIF multitool: $SARIF_MULTITOOL, else where scripts/setup installs it.
 const QString multitool = qEnvironmentVariable(
     "SARIF_MULTITOOL",
-    QStringLiteral("/work/tools/node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool"));
+    QStringLiteral(MULTITOOL_PATH));
 
 Run crcview(const QStringList& arguments)
 {
@@ -370,7 +370,7 @@ private Q_SLOTS:
     void sarifReportValidates()
     {
         if (!QFile::exists(multitool))
-            QSKIP("the SARIF multitool is not installed (SARIF_MULTITOOL or /work/tools)");
+            QSKIP("the SARIF multitool is not installed (scripts/setup, or SARIF_MULTITOOL)");
         const QString flawfinder = importData + QStringLiteral("/flawfinder.sarif");
         const QString clang = importData + QStringLiteral("/clang-merged.sarif");
         const QList<QStringList> pairs = {

@@ -1,30 +1,22 @@
 #include "cli/convertcommand.h"
 
 #include "cli/exitstatus.h"
+#include "cli/reportoutput.h"
+#include "cli/runreport.h"
+#include "compare/runidentities.h"
 #include "import/importcache.h"
 #include "import/resultimport.h"
 #include "sdk/qasafefile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <iostream>
+#include <new>
+#include <vector>
 
 namespace {
-
-int convertUsage()
-{
-    std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
-                 "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
-                 "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
-                 "                    or to standard output\n";
-    return exitUsage;
-}
-
-void report(const ImportError& error)
-{
-    std::cerr << error.text().toLocal8Bit().constData() << "\n";
-}
 
 bool sameFile(const QString& a, const QString& b)
 {
@@ -33,6 +25,103 @@ bool sameFile(const QString& a, const QString& b)
     if (first.exists() && second.exists())
         return first.canonicalFilePath() == second.canonicalFilePath();
     return first.absoluteFilePath() == second.absoluteFilePath();
+}
+
+int convertUsage()
+{
+    std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
+                 "       crcview convert --to codeclimate|markdown [--limit BYTES]\n"
+                 "                       [--source-root DIR] FILE... [-o OUT]\n"
+                 "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
+                 "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
+                 "                    or to standard output\n"
+                 "  --to FORMAT       write the failed results of the files (any mix of result\n"
+                 "                    files, SARIF logs and JUnit reports) as GitLab's Code\n"
+                 "                    Quality report or a Markdown summary\n"
+                 "  --limit BYTES     the Markdown's size at most (1 MiB when not given, for a\n"
+                 "                    job summary; 65536 for a pull-request comment)\n"
+                 "  --source-root DIR source files inside DIR named from it, as the repository\n"
+                 "                    names them\n";
+    return exitUsage;
+}
+
+// `path` from `root` when it lies inside it, as the repository names it; else as it is.
+QString relativeTo(const QString& root, const QString& path)
+{
+    if (!QDir::isAbsolutePath(path))
+        return path;
+    const QString clean = QDir::cleanPath(path);
+    return clean.startsWith(root + QLatin1Char('/')) ? clean.mid(root.size() + 1) : path;
+}
+
+// crcview convert --to FORMAT: the failed results of the files as one report.
+int convertToReport(const QStringList& arguments)
+{
+    QString format;
+    QString output;
+    QString sourceRoot;
+    qsizetype limit = RunReport::MarkdownSummaryLimit;
+    QStringList inputs;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        const bool valueFollows = i + 1 < arguments.size();
+        if (argument == QLatin1String("--to") && valueFollows && format.isNull()) {
+            format = arguments.at(++i);
+        } else if (argument == QLatin1String("-o") && valueFollows && output.isNull()) {
+            output = arguments.at(++i);
+        } else if (argument == QLatin1String("--source-root") && valueFollows) {
+            sourceRoot = QDir::cleanPath(QDir(arguments.at(++i)).absolutePath());
+        } else if (argument == QLatin1String("--limit") && valueFollows) {
+            bool number = false;
+            limit = arguments.at(++i).toLongLong(&number);
+            if (!number || limit < 1024)
+                return convertUsage();
+        } else if (argument.startsWith(QLatin1Char('-'))) {
+            return convertUsage();
+        } else {
+            inputs.append(argument);
+        }
+    }
+    if (inputs.isEmpty() ||
+        (format != QLatin1String("codeclimate") && format != QLatin1String("markdown")))
+        return convertUsage();
+    for (const QString& input : inputs) {
+        if (!output.isNull() && sameFile(input, output)) {
+            std::cerr << "crcview: the output " << output.toLocal8Bit().constData()
+                      << " is an input; nothing written\n";
+            return exitUsage;
+        }
+    }
+    RunIdentities run;
+    for (const QString& input : inputs) {
+        QString error;
+        bool read = false;
+        try {
+            read = readRunIdentities(input, &run, &error);
+        } catch (const std::bad_alloc&) {
+            error = input + QStringLiteral(": out of memory");
+        }
+        if (!read) {
+            std::cerr << ImportCache::originalsIn(error).toLocal8Bit().constData() << "\n";
+            return exitUnreadable;
+        }
+    }
+    std::vector<const RunFailure*> failures;
+    failures.reserve(run.failures.size());
+    for (RunFailure& failure : run.failures) {
+        if (!sourceRoot.isNull())
+            failure.source = relativeTo(sourceRoot, failure.source);
+        failures.push_back(&failure);
+    }
+    const QByteArray report = format == QLatin1String("codeclimate")
+                                  ? RunReport::codeClimate(failures)
+                                  : RunReport::markdown(failures, limit);
+    return writeReport(output, report) ? 0 : exitUnreadable;
+}
+
+void report(const ImportError& error)
+{
+    std::cerr << error.text().toLocal8Bit().constData() << "\n";
 }
 
 // Option values and the export directory are not files to convert.
@@ -81,6 +170,8 @@ int convertToStandardOutput(const QString& input)
 
 int convertCommand(const QStringList& arguments)
 {
+    if (arguments.contains(QLatin1String("--to")))
+        return convertToReport(arguments);
     QString input;
     QString output;
     for (qsizetype i = 0; i < arguments.size(); ++i) {

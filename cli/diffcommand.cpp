@@ -2,6 +2,7 @@
 
 #include "cli/diffreport.h"
 #include "cli/exitstatus.h"
+#include "cli/reportoutput.h"
 #include "compare/runcomparison.h"
 #include "compare/runidentities.h"
 #include "compare/sarifbaseline.h"
@@ -64,19 +65,7 @@ bool read(const QString& path, RunIdentities* run)
 
 bool write(const Output& output, const QByteArray& bytes)
 {
-    if (output.file.isEmpty()) {
-        std::cout.write(bytes.constData(), bytes.size());
-        std::cout.flush();
-        if (std::cout)
-            return true;
-        std::cerr << "crcview: cannot write to standard output\n";
-        return false;
-    }
-    QString error;
-    if (QASafeWrite::writeFile(output.file, bytes, &error))
-        return true;
-    std::cerr << error.toLocal8Bit().constData() << "\n";
-    return false;
+    return writeReport(output.file, bytes);
 }
 
 // HEAD's SARIF log, written as it is made. Only one such log can be asked for.

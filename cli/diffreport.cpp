@@ -1,13 +1,17 @@
 #include "cli/diffreport.h"
 
+#include "cli/failuretexts.h"
+
 #include "compare/runcomparison.h"
 #include "compare/runidentities.h"
 
 #include <QString>
 #include <QStringList>
-#include <cstdio>
 
 namespace {
+
+using FailureTexts::appendJsonString;
+using FailureTexts::markdownText;
 
 QByteArray placeOf(const RunFailure& failure)
 {
@@ -16,45 +20,7 @@ QByteArray placeOf(const RunFailure& failure)
 
 QByteArray sourceOf(const RunFailure& failure)
 {
-    if (failure.source.isEmpty())
-        return QByteArray();
-    QByteArray source = failure.source.toUtf8();
-    if (failure.line > 0)
-        source += ':' + QByteArray::number(failure.line);
-    return source;
-}
-
-void appendJsonString(QByteArray& out, QByteArrayView text)
-{
-    out += '"';
-    for (const char c : text) {
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", unsigned(c));
-                out += escaped;
-            } else {
-                out += c;
-            }
-        }
-    }
-    out += '"';
+    return FailureTexts::sourceOf(failure).toUtf8();
 }
 
 void appendJsonEntries(QByteArray& out, const std::vector<const RunFailure*>& failures)
@@ -88,36 +54,11 @@ void appendJsonEntries(QByteArray& out, const std::vector<const RunFailure*>& fa
     out += first ? "]" : "\n  ]";
 }
 
-// Text of a run shown as it is in a comment: no markup of its own takes effect, and it stays
-// in its table cell.
-QByteArray markdownText(const QString& text)
-{
-    QByteArray out;
-    for (const QChar c : text) {
-        if (c == QLatin1Char('<'))
-            out += "&lt;";
-        else if (c == QLatin1Char('>'))
-            out += "&gt;";
-        else if (c == QLatin1Char('&'))
-            out += "&amp;";
-        else if (c == QLatin1Char('\n') || c == QLatin1Char('\r'))
-            out += ' ';
-        else if (QStringLiteral("\\`*_[]|~").contains(c))
-            out += '\\' + QString(c).toUtf8();
-        else
-            out += QString(c).toUtf8();
-    }
-    return out;
-}
-
 QByteArray markdownRow(const RunFailure& failure)
 {
-    QString source;
-    if (!failure.source.isEmpty())
-        source = failure.source +
-                 (failure.line > 0 ? QLatin1Char(':') + QString::number(failure.line) : QString());
     return "| " + markdownText(failure.names.join(QStringLiteral(" > "))) + " | " +
-           markdownText(source) + " | " + markdownText(failure.message) + " |\n";
+           markdownText(FailureTexts::sourceOf(failure)) + " | " + markdownText(failure.message) +
+           " |\n";
 }
 
 } // namespace
@@ -158,36 +99,11 @@ QByteArray DiffReport::markdown(const RunComparison& comparison)
     QByteArray out = "### " + QByteArray::number(added) + " new, " + QByteArray::number(fixed) +
                      " fixed, " + QByteArray::number(qsizetype(comparison.still)) +
                      " still failing\n";
-    // Room kept for the note on what was left out. Bytes are counted: never fewer than the
-    // characters they make.
-    constexpr qsizetype NoteRoom = 200;
-    qsizetype addedShown = 0;
-    qsizetype fixedShown = 0;
-    bool full = false;
-    const auto section = [&](const char* title, const std::vector<const RunFailure*>& failures,
-                             qsizetype* shown) {
-        if (failures.empty() || full)
-            return;
-        const QByteArray head = QByteArray("\n#### ") + title +
-                                "\n\n| Place | Source | Message |\n"
-                                "|---|---|---|\n";
-        if (out.size() + head.size() + NoteRoom > MarkdownLimit) {
-            full = true;
-            return;
-        }
-        out += head;
-        for (const RunFailure* failure : failures) {
-            const QByteArray row = markdownRow(*failure);
-            if (out.size() + row.size() + NoteRoom > MarkdownLimit) {
-                full = true;
-                return;
-            }
-            out += row;
-            ++*shown;
-        }
-    };
-    section("New failures", comparison.added, &addedShown);
-    section("Fixed", comparison.fixed, &fixedShown);
+    FailureTexts::MarkdownTables tables(&out, MarkdownLimit);
+    const QByteArray header = "| Place | Source | Message |\n|---|---|---|\n";
+    const qsizetype addedShown =
+        tables.add("#### New failures", header, comparison.added, markdownRow);
+    const qsizetype fixedShown = tables.add("#### Fixed", header, comparison.fixed, markdownRow);
     if (addedShown < added || fixedShown < fixed) {
         out += "\n*Cut to fit a comment: " + QByteArray::number(added - addedShown) +
                " more new and " + QByteArray::number(fixed - fixedShown) +

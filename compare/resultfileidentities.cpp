@@ -29,6 +29,8 @@ struct Frame
     QByteArray type;
     QByteArray name;
     QByteArray key;
+    QByteArray rule;
+    QByteArray level;
     int occurrence = 1;
     bool failed = false;
     bool failedBelow = false;         // a node below failed
@@ -190,6 +192,10 @@ void Pass::startNode(const XML_Char** attributes)
     frame.type = QByteArray(type);
     frame.name = QByteArray(name);
     frame.failed = state && std::strcmp(state, "ko") == 0;
+    if (frame.failed) {
+        frame.rule = QByteArray(attribute(attributes, "rule"));
+        frame.level = QByteArray(attribute(attributes, "level"));
+    }
     QByteArray typeAndName = frame.type + '\0' + frame.name;
     Frame& parent = m_frames.back();
     frame.occurrence = ++parent.siblingCount[quint64(
@@ -254,6 +260,8 @@ void Pass::endNode()
         failure.identity = node.key.isEmpty() ? pathIdentity() : node.key;
         failure.names = names();
         failure.type = QString::fromUtf8(node.type);
+        failure.rule = QString::fromUtf8(node.rule);
+        failure.level = QString::fromUtf8(node.level);
         failure.source = QString::fromUtf8(node.source);
         failure.line = node.line;
         failure.message = QString::fromUtf8(node.message).simplified();

@@ -18,6 +18,8 @@ struct RunFailure
     QString source; // the source file, as the run names it; empty when none is given
     int line = 0;   // in `source`, 0 when not known
     QString message;
+    QString rule;    // the rule that found it, empty when not known
+    QString level;   // an analyzer's level ("error", "warning", "note"), empty for others
     int run = 0;     // the SARIF run it is in
     int result = -1; // its index in that run's results, -1 outside a SARIF log
 };

@@ -9,6 +9,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <iterator>
 
 using namespace SarifJson;
 
@@ -23,6 +24,19 @@ QString firstLine(const QByteArray& message)
     if (line.size() > MessageCharacters)
         line = line.left(MessageCharacters - 1) + QChar(0x2026);
     return line;
+}
+
+// The level's name, shared by every result of that level.
+QString levelName(QByteArrayView level)
+{
+    static const char* const texts[] = {"error", "warning", "note", "none"};
+    static const QString names[] = {QStringLiteral("error"), QStringLiteral("warning"),
+                                    QStringLiteral("note"), QStringLiteral("none")};
+    for (std::size_t i = 0; i < std::size(texts); ++i) {
+        if (level == texts[i])
+            return names[i];
+    }
+    return QString::fromUtf8(level);
 }
 
 } // namespace
@@ -108,6 +122,8 @@ bool readSarifIdentities(const QString& path, RunIdentities* run, QString* error
                                                             : QStringLiteral("(no location)"),
                              ruleId.isEmpty() ? QStringLiteral("(no rule)") : ruleName};
             failure.type = finding;
+            failure.rule = ruleName;
+            failure.level = levelName(sarifLevelOf(result, rule));
             failure.run = int(r);
             failure.result = resultIndex;
             run->failures.push_back(std::move(failure));

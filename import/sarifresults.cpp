@@ -292,3 +292,18 @@ SarifResults::Place SarifResults::primaryPlaceOf(const Value& result)
 {
     return placeOf(elementOf(member(&result, "locations"), 0));
 }
+
+QByteArrayView sarifLevelOf(const SarifJson::Value& result, const SarifJson::Value* rule)
+{
+    const auto known = [](Bytes level) {
+        return level == "error" || level == "warning" || level == "note" || level == "none";
+    };
+    const Bytes own = textOf(member(&result, "level"));
+    if (known(own))
+        return own;
+    const Bytes kind = textOf(member(&result, "kind"));
+    if (!kind.isEmpty() && kind != "fail")
+        return "none";
+    const Bytes configured = textOf(member(member(rule, "defaultConfiguration"), "level"));
+    return known(configured) ? configured : Bytes("warning");
+}

@@ -89,6 +89,10 @@ private:
 // Snippet of the code a place shows, as the tool wrote it.
 QByteArrayView sarifSnippetOf(const SarifJson::Value* region);
 
+// The level of a result as SARIF defaults it: its own, "none" for a result that is not a
+// failure, its rule's, else "warning". A level SARIF does not know reads as the default.
+QByteArrayView sarifLevelOf(const SarifJson::Value& result, const SarifJson::Value* rule);
+
 // The verdict of a result by its kind: failed for "fail" (the default), passed for "pass", not
 // evaluated for the others.
 Verdict sarifVerdictOf(const SarifJson::Value& result);

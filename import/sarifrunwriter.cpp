@@ -16,23 +16,6 @@ namespace {
 
 constexpr qsizetype NameLength = 80; // characters of a message kept in a finding's name
 
-// The level of a result as SARIF defaults it: its own, "none" for a result that is not a
-// failure, its rule's, else "warning". A level SARIF does not know reads as the default.
-Bytes levelOf(const Value& result, const Value* rule)
-{
-    const auto known = [](Bytes level) {
-        return level == "error" || level == "warning" || level == "note" || level == "none";
-    };
-    const Bytes own = textOf(member(&result, "level"));
-    if (known(own))
-        return own;
-    const Bytes kind = textOf(member(&result, "kind"));
-    if (!kind.isEmpty() && kind != "fail")
-        return "none";
-    const Bytes configured = textOf(member(member(rule, "defaultConfiguration"), "level"));
-    return known(configured) ? configured : Bytes("warning");
-}
-
 // The style a message takes from its level.
 const char* levelStyle(Bytes level)
 {
@@ -292,7 +275,7 @@ void SarifRunWriter::writeFinding(const FileGroup& file, const RuleGroup& ruleGr
         name += (name.isEmpty() ? "" : ": ") + shortMessage.toUtf8();
     if (name.isEmpty())
         name = "(no message)";
-    const Bytes level = levelOf(result, rule);
+    const Bytes level = sarifLevelOf(result, rule);
     if (ruleGroup.id.isEmpty())
         m_out.open("XROD:NODE", {{"name", name},
                                  {"type", "Finding"},

@@ -21,9 +21,7 @@ using Run = testkit::CrcviewRun;
 
 const QString importData = QStringLiteral(IMPORT_DATA_DIR);
 // The SARIF multitool: $SARIF_MULTITOOL, else where scripts/setup installs it.
-const QString multitool = qEnvironmentVariable(
-    "SARIF_MULTITOOL",
-    QStringLiteral(MULTITOOL_PATH));
+const QString multitool = qEnvironmentVariable("SARIF_MULTITOOL", QStringLiteral(MULTITOOL_PATH));
 
 Run crcview(const QStringList& arguments)
 {
@@ -125,8 +123,8 @@ private Q_SLOTS:
     void exportAgainstABaseline()
     {
         QTemporaryDir out;
-        Run run = crcview({QStringLiteral("export"), QStringLiteral("--baseline"), m_base,
-                           out.path(), m_head});
+        Run run = crcview(
+            {QStringLiteral("export"), QStringLiteral("--baseline"), m_base, out.path(), m_head});
         QCOMPARE(run.status, 0);
         QFile index(out.filePath(QStringLiteral("index.html")));
         QVERIFY(index.open(QIODevice::ReadOnly));
@@ -150,6 +148,106 @@ private Q_SLOTS:
         QFile written(second.filePath(QStringLiteral("index.html")));
         QVERIFY(written.open(QIODevice::ReadOnly));
         QVERIFY(!written.readAll().contains("New failures"));
+    }
+
+    // The failed results of any mix of inputs, where CI users look: GitLab's Code Quality report
+    // with fingerprints that stay when a finding only moves and differ between equal findings,
+    // paths from the repository's root, and a Markdown summary cut to its limit with a note.
+    void reportsOfARun()
+    {
+        const QString log = path(QStringLiteral("lint.sarif"));
+        const QByteArray result = R"({"ruleId": "R1", "level": "%1", "message": {"text": "m"},
+            "locations": [{"physicalLocation": {"artifactLocation": {"uri": "file://%2/src/x.c"},
+            "region": {"startLine": %3}}}]})";
+        const auto sarif = [&](int line) {
+            return QByteArray(
+                       R"({"version": "2.1.0", "runs": [{"tool": {"driver": {"name": "lint"}},
+                "results": [)") +
+                   QString::fromUtf8(result)
+                       .arg(QStringLiteral("error"), m_dir.path())
+                       .arg(line)
+                       .toUtf8() +
+                   "," +
+                   QString::fromUtf8(result)
+                       .arg(QStringLiteral("note"), m_dir.path())
+                       .arg(line + 5)
+                       .toUtf8() +
+                   "]}]}";
+        };
+        QVERIFY(writeFile(log, sarif(3)));
+        const QString out = path(QStringLiteral("quality.json"));
+        Run run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                           QStringLiteral("codeclimate"), QStringLiteral("--source-root"),
+                           m_dir.path(), log, m_head, QStringLiteral("-o"), out});
+        QCOMPARE(run.status, 0);
+        QFile written(out);
+        QVERIFY(written.open(QIODevice::ReadOnly));
+        const QJsonArray issues = QJsonDocument::fromJson(written.readAll()).array();
+        QCOMPARE(issues.size(), 4); // two findings of the log, two failures of the result file
+        QSet<QString> fingerprints;
+        for (const QJsonValue& issue : issues) {
+            const QJsonObject object = issue.toObject();
+            for (const char* key : {"description", "check_name", "fingerprint", "severity"})
+                QVERIFY2(!object.value(QLatin1String(key)).toString().isEmpty(), key);
+            QVERIFY(object.value("location")
+                        .toObject()
+                        .value("lines")
+                        .toObject()
+                        .value("begin")
+                        .toInt() >= 1);
+            fingerprints.insert(object.value("fingerprint").toString());
+        }
+        QCOMPARE(fingerprints.size(), 4);
+        const QJsonObject first = issues.at(0).toObject();
+        QCOMPARE(first.value("severity").toString(), QStringLiteral("critical"));
+        QCOMPARE(first.value("check_name").toString(), QStringLiteral("R1"));
+        QCOMPARE(first.value("location").toObject().value("path").toString(),
+                 QStringLiteral("src/x.c"));
+        QCOMPARE(issues.at(1).toObject().value("severity").toString(), QStringLiteral("info"));
+
+        // Moved by ten lines: the same fingerprints.
+        QVERIFY(writeFile(log, sarif(13)));
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                       QStringLiteral("codeclimate"), log});
+        QCOMPARE(run.status, 0);
+        const QJsonArray moved = QJsonDocument::fromJson(run.out.toUtf8()).array();
+        QCOMPARE(moved.at(0).toObject().value("fingerprint"), first.value("fingerprint"));
+        QCOMPARE(moved.at(0)
+                     .toObject()
+                     .value("location")
+                     .toObject()
+                     .value("lines")
+                     .toObject()
+                     .value("begin")
+                     .toInt(),
+                 13);
+
+        // A summary cut at its limit says how many it left out.
+        QByteArray many =
+            "<XROD><DOCUMENT tag='d'><XROD:NODE type='File' name='f' state='ko'><SECTION>";
+        for (int i = 0; i < 300; ++i)
+            many += finding("finding " + QByteArray::number(i), i + 1);
+        QVERIFY(writeFile(path(QStringLiteral("many.crc")),
+                          many + "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                       QStringLiteral("markdown"), QStringLiteral("--limit"),
+                       QStringLiteral("4096"), path(QStringLiteral("many.crc"))});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.toUtf8().size() <= 4096);
+        QVERIFY(run.out.startsWith(QLatin1String("### 300 failed results")));
+        QVERIFY2(run.out.contains(
+                     QRegularExpression(QStringLiteral("\\*Cut to fit: \\d+ more failed results"))),
+                 qPrintable(run.out));
+
+        // Unreadable input, unknown format.
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                       QStringLiteral("markdown"), path(QStringLiteral("missing.crc"))});
+        QCOMPARE(run.status, 2);
+        QVERIFY(run.err.contains(QLatin1String("missing.crc")));
+        QCOMPARE(
+            crcview({QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("pdf"), log})
+                .status,
+            64);
     }
 
     void jsonReport()

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QByteArray>
+#include <vector>
+
+struct RunFailure;
+
+// The failed results of a run as the places CI users look at take them.
+namespace RunReport {
+
+// A job summary may take at most this many bytes.
+constexpr qsizetype MarkdownSummaryLimit = 1 << 20;
+
+// GitLab's Code Quality report: an array of issues, each with its description, check name,
+// severity, place and a fingerprint without line numbers, unique in the report.
+QByteArray codeClimate(const std::vector<const RunFailure*>& failures);
+// A Markdown summary: the count, then a table of the failures, cut at `limit` bytes with a note
+// of how many were left out.
+QByteArray markdown(const std::vector<const RunFailure*>& failures, qsizetype limit);
+
+} // namespace RunReport

@@ -30,14 +30,14 @@ bool sameFile(const QString& a, const QString& b)
 int convertUsage()
 {
     std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
-                 "       crcview convert --to codeclimate|markdown [--limit BYTES]\n"
+                 "       crcview convert --to codeclimate|junit|markdown [--limit BYTES]\n"
                  "                       [--source-root DIR] FILE... [-o OUT]\n"
                  "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
                  "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
                  "                    or to standard output\n"
                  "  --to FORMAT       write the failed results of the files (any mix of result\n"
                  "                    files, SARIF logs and JUnit reports) as GitLab's Code\n"
-                 "                    Quality report or a Markdown summary\n"
+                 "                    Quality report, JUnit XML or a Markdown summary\n"
                  "  --limit BYTES     the Markdown's size at most (1 MiB when not given, for a\n"
                  "                    job summary; 65536 for a pull-request comment)\n"
                  "  --source-root DIR source files inside DIR named from it, as the repository\n"
@@ -83,7 +83,8 @@ int convertToReport(const QStringList& arguments)
         }
     }
     if (inputs.isEmpty() ||
-        (format != QLatin1String("codeclimate") && format != QLatin1String("markdown")))
+        (format != QLatin1String("codeclimate") && format != QLatin1String("markdown") &&
+         format != QLatin1String("junit")))
         return convertUsage();
     for (const QString& input : inputs) {
         if (!output.isNull() && sameFile(input, output)) {
@@ -109,13 +110,17 @@ int convertToReport(const QStringList& arguments)
     std::vector<const RunFailure*> failures;
     failures.reserve(run.failures.size());
     for (RunFailure& failure : run.failures) {
-        if (!sourceRoot.isNull())
+        if (!sourceRoot.isNull()) {
             failure.source = relativeTo(sourceRoot, failure.source);
+            if (!failure.names.isEmpty())
+                failure.names.first() = relativeTo(sourceRoot, failure.names.first());
+        }
         failures.push_back(&failure);
     }
-    const QByteArray report = format == QLatin1String("codeclimate")
-                                  ? RunReport::codeClimate(failures)
-                                  : RunReport::markdown(failures, limit);
+    const QByteArray report =
+        format == QLatin1String("codeclimate") ? RunReport::codeClimate(failures)
+        : format == QLatin1String("junit")     ? RunReport::junit(failures)
+                                               : RunReport::markdown(failures, limit);
     return writeReport(output, report) ? 0 : exitUnreadable;
 }
 

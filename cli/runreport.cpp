@@ -2,6 +2,7 @@
 
 #include "cli/failuretexts.h"
 #include "compare/runidentities.h"
+#include "import/markupwriter.h"
 
 #include <QCryptographicHash>
 #include <QHash>
@@ -40,7 +41,75 @@ QByteArray markdownRow(const RunFailure& failure)
            " |\n";
 }
 
+void appendAttribute(QByteArray& out, const char* name, const QString& value)
+{
+    out += ' ';
+    out += name;
+    out += "=\"";
+    appendXmlEscaped(out, value.toUtf8(), true);
+    out += '"';
+}
+
+// A case's name: its place below the suite, with its line.
+QString caseNameOf(const RunFailure& failure)
+{
+    QString name = failure.names.mid(1).join(QStringLiteral(" > "));
+    if (name.isEmpty())
+        name = failure.names.value(0, failure.type);
+    if (failure.line > 0)
+        name += QStringLiteral(" line %1").arg(failure.line);
+    return name;
+}
+
 } // namespace
+
+QByteArray RunReport::junit(const std::vector<const RunFailure*>& failures)
+{
+    // Suites in the order their first failure comes.
+    QStringList suites;
+    QHash<QString, std::vector<const RunFailure*>> bySuite;
+    for (const RunFailure* failure : failures) {
+        const QString suite = failure->names.value(0, QStringLiteral("(no place)"));
+        auto& cases = bySuite[suite];
+        if (cases.empty())
+            suites.append(suite);
+        cases.push_back(failure);
+    }
+    const QByteArray total = QByteArray::number(qsizetype(failures.size()));
+    QByteArray out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"crcview\" "
+                     "tests=\"" +
+                     total + "\" failures=\"" + total + "\">\n";
+    for (const QString& suite : std::as_const(suites)) {
+        const std::vector<const RunFailure*>& cases = bySuite[suite];
+        const QByteArray count = QByteArray::number(qsizetype(cases.size()));
+        out += "  <testsuite";
+        appendAttribute(out, "name", suite);
+        out += " tests=\"" + count + "\" failures=\"" + count + "\">\n";
+        for (const RunFailure* failure : cases) {
+            out += "    <testcase";
+            appendAttribute(out, "classname", checkOf(*failure));
+            appendAttribute(out, "name", caseNameOf(*failure));
+            if (!failure->source.isEmpty())
+                appendAttribute(out, "file", failure->source);
+            if (failure->line > 0)
+                out += " line=\"" + QByteArray::number(failure->line) + '"';
+            out += ">\n      <failure";
+            appendAttribute(out, "message", failure->message);
+            appendAttribute(out, "type", failure->level.isEmpty() ? failure->type : failure->level);
+            out += '>';
+            const QString source = FailureTexts::sourceOf(*failure);
+            appendXmlEscaped(
+                out,
+                ((source.isEmpty() ? QString() : source + QStringLiteral(": ")) + failure->message)
+                    .toUtf8(),
+                false);
+            out += "</failure>\n    </testcase>\n";
+        }
+        out += "  </testsuite>\n";
+    }
+    out += "</testsuites>\n";
+    return out;
+}
 
 QByteArray RunReport::codeClimate(const std::vector<const RunFailure*>& failures)
 {

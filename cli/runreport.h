@@ -14,6 +14,10 @@ constexpr qsizetype MarkdownSummaryLimit = 1 << 20;
 // GitLab's Code Quality report: an array of issues, each with its description, check name,
 // severity, place and a fingerprint without line numbers, unique in the report.
 QByteArray codeClimate(const std::vector<const RunFailure*>& failures);
+// A JUnit XML report of the failures as GitLab and Jenkins read it: a suite per file (the top of
+// each failure's place), a failed case per failure with its rule as class, its place as name,
+// its source file and line, and its message.
+QByteArray junit(const std::vector<const RunFailure*>& failures);
 // A Markdown summary: the count, then a table of the failures, cut at `limit` bytes with a note
 // of how many were left out.
 QByteArray markdown(const std::vector<const RunFailure*>& failures, qsizetype limit);

@@ -92,6 +92,11 @@ void MarkupWriter::code(QByteArrayView utf8, const char* style, const std::vecto
 
 void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
 {
+    appendXmlEscaped(m_buffer, utf8, attribute);
+}
+
+void appendXmlEscaped(QByteArray& out, QByteArrayView utf8, bool attribute)
+{
     const char* data = utf8.data();
     const qsizetype size = utf8.size();
     qsizetype plain = 0; // start of the run copied as it is
@@ -123,7 +128,7 @@ void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
         case 0xEF: // U+FFFE and U+FFFF, the two non-characters XML refuses
             if (i + 2 < size && static_cast<unsigned char>(data[i + 1]) == 0xBF &&
                 (static_cast<unsigned char>(data[i + 2]) & 0xFE) == 0xBE) {
-                m_buffer.append(data + plain, i - plain).append('?');
+                out.append(data + plain, i - plain).append('?');
                 i += 2;
                 plain = i + 1;
             }
@@ -135,10 +140,10 @@ void MarkupWriter::escape(QByteArrayView utf8, bool attribute)
         }
         if (!replacement)
             continue;
-        m_buffer.append(data + plain, i - plain).append(replacement);
+        out.append(data + plain, i - plain).append(replacement);
         plain = i + 1;
     }
-    m_buffer.append(data + plain, size - plain);
+    out.append(data + plain, size - plain);
 }
 
 void MarkupWriter::flushIfFull()

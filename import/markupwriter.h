@@ -10,6 +10,10 @@
 
 class QASafeFile;
 
+// Appends UTF-8 text to XML as MarkupWriter does: escaped, characters XML cannot hold made '?',
+// and in an attribute line feeds and tabs kept as references.
+void appendXmlEscaped(QByteArray& out, QByteArrayView utf8, bool attribute);
+
 // Writes result-file markup as it is produced: elements are opened and closed in order and
 // every text is escaped on the way. Texts are UTF-8; characters XML cannot hold (controls other
 // than tab and line feed) become '?', so that whatever a tool wrote, the reader can read.

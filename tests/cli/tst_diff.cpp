@@ -156,23 +156,20 @@ private Q_SLOTS:
     void reportsOfARun()
     {
         const QString log = path(QStringLiteral("lint.sarif"));
-        const QByteArray result = R"({"ruleId": "R1", "level": "%1", "message": {"text": "m"},
-            "locations": [{"physicalLocation": {"artifactLocation": {"uri": "file://%2/src/x.c"},
-            "region": {"startLine": %3}}}]})";
+        const QByteArray result =
+            "{\"ruleId\": \"R1\", \"level\": \"%1\", \"message\": {\"text\": \"m\"}, "
+            "\"locations\": [{\"physicalLocation\": {\"artifactLocation\": {\"uri\": "
+            "\"file://%2/src/x.c\"}, \"region\": {\"startLine\": %3}}}]}";
         const auto sarif = [&](int line) {
-            return QByteArray(
-                       R"({"version": "2.1.0", "runs": [{"tool": {"driver": {"name": "lint"}},
-                "results": [)") +
-                   QString::fromUtf8(result)
-                       .arg(QStringLiteral("error"), m_dir.path())
-                       .arg(line)
-                       .toUtf8() +
-                   "," +
-                   QString::fromUtf8(result)
-                       .arg(QStringLiteral("note"), m_dir.path())
-                       .arg(line + 5)
-                       .toUtf8() +
-                   "]}]}";
+            const auto one = [&](const char* level, int at) {
+                return QString::fromUtf8(result)
+                    .arg(QLatin1String(level), m_dir.path())
+                    .arg(at)
+                    .toUtf8();
+            };
+            return "{\"version\": \"2.1.0\", \"runs\": [{\"tool\": {\"driver\": {\"name\": "
+                   "\"lint\"}}, \"results\": [" +
+                   one("error", line) + "," + one("note", line + 5) + "]}]}";
         };
         QVERIFY(writeFile(log, sarif(3)));
         const QString out = path(QStringLiteral("quality.json"));
@@ -221,6 +218,28 @@ private Q_SLOTS:
                      .value("begin")
                      .toInt(),
                  13);
+
+        // JUnit XML that a JUnit reader takes back: a failed case per failure, texts escaped.
+        const QString junit = path(QStringLiteral("failures.xml"));
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("junit"),
+                       QStringLiteral("--source-root"), m_dir.path(), log, m_head,
+                       QStringLiteral("-o"), junit});
+        QCOMPARE(run.status, 0);
+        QFile report(junit);
+        QVERIFY(report.open(QIODevice::ReadOnly));
+        const QByteArray xml = report.readAll();
+        QVERIFY(xml.contains("classname=\"R1\" name=\"R1 line 13\" file=\"src/x.c\" line=\"13\""));
+        QVERIFY(xml.contains("message=\"a &amp; b &lt;i&gt; at here\""));
+        run = crcview(
+            {QStringLiteral("summary"), QStringLiteral("--format"), QStringLiteral("json"), junit});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(QJsonDocument::fromJson(run.out.toUtf8())
+                     .object()
+                     .value("totals")
+                     .toObject()
+                     .value("failed")
+                     .toInt(),
+                 4);
 
         // A summary cut at its limit says how many it left out.
         QByteArray many =

@@ -30,14 +30,18 @@ bool sameFile(const QString& a, const QString& b)
 int convertUsage()
 {
     std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
-                 "       crcview convert --to codeclimate|junit|markdown [--limit BYTES]\n"
+                 "       crcview convert --to codeclimate|junit|markdown|sarif [--limit BYTES]\n"
+                 "                       [--max-results N]\n"
                  "                       [--source-root DIR] FILE... [-o OUT]\n"
                  "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
                  "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
                  "                    or to standard output\n"
                  "  --to FORMAT       write the failed results of the files (any mix of result\n"
                  "                    files, SARIF logs and JUnit reports) as GitLab's Code\n"
-                 "                    Quality report, JUnit XML or a Markdown summary\n"
+                 "                    Quality report, JUnit XML, a Markdown summary or a\n"
+                 "                    SARIF log for GitHub code scanning\n"
+                 "  --max-results N   the SARIF log's first N results: without it, more than\n"
+                 "                    25000 is an error\n"
                  "  --limit BYTES     the Markdown's size at most (1 MiB when not given, for a\n"
                  "                    job summary; 65536 for a pull-request comment)\n"
                  "  --source-root DIR source files inside DIR named from it, as the repository\n"
@@ -54,6 +58,35 @@ QString relativeTo(const QString& root, const QString& path)
     return clean.startsWith(root + QLatin1Char('/')) ? clean.mid(root.size() + 1) : path;
 }
 
+// The failures as a SARIF log GitHub code scanning takes: more results than it takes are an
+// error unless `maxResults` (>= 0) cuts them, said on standard error; a log too large zipped is
+// an error.
+int writeSarifReport(std::vector<const RunFailure*> failures, qsizetype maxResults,
+                     const QString& output)
+{
+    const qsizetype count = qsizetype(failures.size());
+    if (maxResults < 0 && count > RunReport::SarifMaxResults) {
+        std::cerr << "crcview: " << count << " results, more than the "
+                  << RunReport::SarifMaxResults
+                  << " GitHub code scanning takes in a run; --max-results N writes the first N\n";
+        return exitUnreadable;
+    }
+    if (maxResults >= 0 && count > maxResults) {
+        failures.resize(std::size_t(maxResults));
+        std::cerr << "crcview: " << count - maxResults << " of " << count
+                  << " results left out (--max-results " << maxResults << ")\n";
+    }
+    const QByteArray log = RunReport::sarif(failures);
+    const qsizetype zipped = qCompress(log, 6).size();
+    if (zipped > RunReport::SarifMaxZipped) {
+        std::cerr << "crcview: the SARIF log is " << zipped / 1024
+                  << " KiB compressed, more than the 10 MiB GitHub code scanning takes; "
+                     "--max-results N writes fewer results\n";
+        return exitUnreadable;
+    }
+    return writeReport(output, log) ? 0 : exitUnreadable;
+}
+
 // crcview convert --to FORMAT: the failed results of the files as one report.
 int convertToReport(const QStringList& arguments)
 {
@@ -61,6 +94,7 @@ int convertToReport(const QStringList& arguments)
     QString output;
     QString sourceRoot;
     qsizetype limit = RunReport::MarkdownSummaryLimit;
+    qsizetype maxResults = -1; // none given: more than code scanning takes is an error
     QStringList inputs;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
@@ -71,6 +105,11 @@ int convertToReport(const QStringList& arguments)
             output = arguments.at(++i);
         } else if (argument == QLatin1String("--source-root") && valueFollows) {
             sourceRoot = QDir::cleanPath(QDir(arguments.at(++i)).absolutePath());
+        } else if (argument == QLatin1String("--max-results") && valueFollows) {
+            bool number = false;
+            maxResults = arguments.at(++i).toLongLong(&number);
+            if (!number || maxResults < 0)
+                return convertUsage();
         } else if (argument == QLatin1String("--limit") && valueFollows) {
             bool number = false;
             limit = arguments.at(++i).toLongLong(&number);
@@ -84,7 +123,7 @@ int convertToReport(const QStringList& arguments)
     }
     if (inputs.isEmpty() ||
         (format != QLatin1String("codeclimate") && format != QLatin1String("markdown") &&
-         format != QLatin1String("junit")))
+         format != QLatin1String("junit") && format != QLatin1String("sarif")))
         return convertUsage();
     for (const QString& input : inputs) {
         if (!output.isNull() && sameFile(input, output)) {
@@ -117,6 +156,8 @@ int convertToReport(const QStringList& arguments)
         }
         failures.push_back(&failure);
     }
+    if (format == QLatin1String("sarif"))
+        return writeSarifReport(failures, maxResults, output);
     const QByteArray report =
         format == QLatin1String("codeclimate") ? RunReport::codeClimate(failures)
         : format == QLatin1String("junit")     ? RunReport::junit(failures)

@@ -5,9 +5,11 @@
 #include "import/markupwriter.h"
 
 #include <QCryptographicHash>
+#include <QDir>
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 namespace {
 
@@ -108,6 +110,75 @@ QByteArray RunReport::junit(const std::vector<const RunFailure*>& failures)
         out += "  </testsuite>\n";
     }
     out += "</testsuites>\n";
+    return out;
+}
+
+QByteArray RunReport::sarif(const std::vector<const RunFailure*>& failures)
+{
+    // The rules in the order they are met.
+    QStringList rules;
+    QHash<QString, int> ruleIndex;
+    for (const RunFailure* failure : failures) {
+        const QString rule = checkOf(*failure);
+        if (!ruleIndex.contains(rule)) {
+            ruleIndex.insert(rule, int(rules.size()));
+            rules.append(rule);
+        }
+    }
+    QByteArray out = "{\n  \"$schema\": \"https://json.schemastore.org/sarif-2.1.0.json\",\n"
+                     "  \"version\": \"2.1.0\",\n  \"runs\": [{\n    \"tool\": {\"driver\": {"
+                     "\"name\": \"crcview\", \"version\": \"" CRC_VIEWER_VERSION "\", \"rules\": [";
+    for (qsizetype i = 0; i < rules.size(); ++i) {
+        const QByteArray id = rules.at(i).toUtf8();
+        out += i == 0 ? "\n      {\"id\": " : ",\n      {\"id\": ";
+        appendJsonString(out, id);
+        for (const char* description : {"shortDescription", "fullDescription", "help"}) {
+            out += ", \"" + QByteArray(description) + "\": {\"text\": ";
+            appendJsonString(out, id);
+            out += '}';
+        }
+        out += '}';
+    }
+    out += "]}},\n    \"originalUriBaseIds\": {\"%SRCROOT%\": {\"description\": {\"text\": "
+           "\"The root of the sources.\"}}},\n    \"results\": [";
+    bool first = true;
+    for (const RunFailure* failure : failures) {
+        out += first ? "\n      {" : ",\n      {";
+        first = false;
+        const QString rule = checkOf(*failure);
+        out += "\"ruleId\": ";
+        appendJsonString(out, rule.toUtf8());
+        out += ", \"ruleIndex\": " + QByteArray::number(ruleIndex.value(rule)) + ", \"level\": \"";
+        // A failure without a level (a test, a result file's item) is an error.
+        out += failure->level == QLatin1String("warning") || failure->level == QLatin1String("note")
+                   ? failure->level.toLatin1()
+                   : QByteArray("error");
+        out += "\", \"message\": {\"text\": ";
+        const QString message = failure->message.isEmpty()
+                                    ? failure->names.join(QStringLiteral(" > "))
+                                    : failure->message;
+        appendJsonString(out, (message.isEmpty() ? failure->type : message).toUtf8());
+        out += "}, \"locations\": [{";
+        if (!failure->source.isEmpty()) {
+            const bool relative = !QDir::isAbsolutePath(failure->source);
+            const QByteArray uri = relative ? QUrl::toPercentEncoding(failure->source, "/")
+                                            : QUrl::fromLocalFile(failure->source).toEncoded();
+            out += "\"physicalLocation\": {\"artifactLocation\": {\"uri\": ";
+            appendJsonString(out, uri);
+            if (relative)
+                out += ", \"uriBaseId\": \"%SRCROOT%\"";
+            out += '}';
+            if (failure->line > 0)
+                out += ", \"region\": {\"startLine\": " + QByteArray::number(failure->line) + '}';
+            out += "}, ";
+        }
+        out += "\"logicalLocations\": [{\"fullyQualifiedName\": ";
+        appendJsonString(out, failure->names.join(QStringLiteral(" > ")).toUtf8());
+        out += "}]}], \"partialFingerprints\": {\"crcviewIdentity/v1\": \"";
+        out += QCryptographicHash::hash(failure->identity, QCryptographicHash::Sha1).toHex();
+        out += "\"}}";
+    }
+    out += first ? "]\n  }]\n}\n" : "\n    ]\n  }]\n}\n";
     return out;
 }
 

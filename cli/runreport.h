@@ -18,6 +18,14 @@ QByteArray codeClimate(const std::vector<const RunFailure*>& failures);
 // each failure's place), a failed case per failure with its rule as class, its place as name,
 // its source file and line, and its message.
 QByteArray junit(const std::vector<const RunFailure*>& failures);
+// What GitHub code scanning takes of one SARIF upload.
+constexpr qsizetype SarifMaxResults = 25000;
+constexpr qsizetype SarifMaxZipped = 10 * 1024 * 1024;
+
+// A SARIF 2.1.0 log of the failures: one run of the tool "crcview", a rule per rule (or item
+// type) met, each result with its level, message, place (the path as given: relative ones are
+// taken from %SRCROOT%), and a partial fingerprint made from its identity.
+QByteArray sarif(const std::vector<const RunFailure*>& failures);
 // A Markdown summary: the count, then a table of the failures, cut at `limit` bytes with a note
 // of how many were left out.
 QByteArray markdown(const std::vector<const RunFailure*>& failures, qsizetype limit);

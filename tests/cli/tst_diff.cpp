@@ -269,6 +269,74 @@ private Q_SLOTS:
             64);
     }
 
+    // A SARIF log for code scanning from a result file: valid, with places from the repository's
+    // root and partial fingerprints; more results than code scanning takes is an error, not a
+    // silent cut, unless a maximum is asked for.
+    void sarifForCodeScanning()
+    {
+        const QString out = path(QStringLiteral("scanning.sarif"));
+        Run run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                           QStringLiteral("sarif"), QStringLiteral("--source-root"), m_dir.path(),
+                           m_head, QStringLiteral("-o"), out});
+        QCOMPARE(run.status, 0);
+        QFile log(out);
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        const QJsonObject sarif = QJsonDocument::fromJson(log.readAll()).object();
+        const QJsonObject theRun = sarif.value("runs").toArray().at(0).toObject();
+        const QJsonArray results = theRun.value("results").toArray();
+        QCOMPARE(results.size(), 2);
+        for (const QJsonValue& value : results)
+            QVERIFY(!value.toObject().value("partialFingerprints").toObject().isEmpty());
+        const QJsonObject rule = theRun.value("tool")
+                                     .toObject()
+                                     .value("driver")
+                                     .toObject()
+                                     .value("rules")
+                                     .toArray()
+                                     .at(0)
+                                     .toObject();
+        for (const char* key : {"shortDescription", "fullDescription", "help"})
+            QVERIFY2(rule.contains(QLatin1String(key)), key);
+        if (QFile::exists(multitool)) {
+            QProcess validate;
+            validate.start(multitool, {QStringLiteral("validate"), out});
+            QVERIFY(validate.waitForFinished(120000));
+            const QString said = QString::fromUtf8(validate.readAllStandardOutput());
+            QVERIFY2(said.contains(QStringLiteral("1 files scanned")) &&
+                         !said.contains(QStringLiteral(": error ")),
+                     qPrintable(said));
+        }
+
+        QByteArray many =
+            "<XROD><DOCUMENT tag='d'><XROD:NODE type='File' name='f' state='ko'><SECTION>";
+        for (int i = 0; i < 25001; ++i)
+            many += "<XROD:NODE type='Finding' name='n" + QByteArray::number(i) +
+                    "' state='ko'><SECTION/></XROD:NODE>";
+        const QString large = path(QStringLiteral("large.crc"));
+        QVERIFY(writeFile(large, many + "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("sarif"),
+                       large, QStringLiteral("-o"), out});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains(QLatin1String("25001 results")), qPrintable(run.err));
+        log.close(); // read anew: a replaced file is another file
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QCOMPARE(QJsonDocument::fromJson(log.readAll()).object(), sarif); // the earlier log kept
+        run = crcview({QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("sarif"),
+                       QStringLiteral("--max-results"), QStringLiteral("10"), large});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.err.contains(QLatin1String("24991 of 25001 results left out")));
+        QCOMPARE(QJsonDocument::fromJson(run.out.toUtf8())
+                     .object()
+                     .value("runs")
+                     .toArray()
+                     .at(0)
+                     .toObject()
+                     .value("results")
+                     .toArray()
+                     .size(),
+                 10);
+    }
+
     void jsonReport()
     {
         const Run run = crcview({QStringLiteral("diff"), QStringLiteral("--format"),

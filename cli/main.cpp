@@ -52,7 +52,8 @@ void printUsage(std::ostream& out)
            "  --node NAME       name the test node in the summary\n"
            "  --check           exit status 1 when any test failed, 2 when a file could\n"
            "                    not be read (even when tests failed)\n"
-           "  --format json     the totals and each file's counts as one JSON object\n"
+           "  --format json     the totals and each file's counts as one JSON object;\n"
+           "                    sarif, junit, codeclimate or markdown: as convert --to\n"
            "  --fail-on LEVEL   with --check, count only analyzers' findings of LEVEL\n"
            "                    (error, warning or note) or graver, and every other failure\n"
            "  export            write the reports, the report files they link to and the\n"
@@ -407,6 +408,16 @@ int main(int argc, char** argv)
         return defectsCommand(arguments, usage);
     if (command == QLatin1String("diff"))
         return diffCommand(arguments, usage);
+    if (command == QLatin1String("summary")) {
+        // The reports of the failures are those of convert --to.
+        const qsizetype format = arguments.indexOf(QLatin1String("--format"));
+        if (format >= 0 && format + 1 < arguments.size() &&
+            !QStringList{QStringLiteral("text"), QStringLiteral("json")}.contains(
+                arguments.at(format + 1))) {
+            arguments[format] = QStringLiteral("--to");
+            return convertCommand(arguments);
+        }
+    }
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;

@@ -258,6 +258,13 @@ private Q_SLOTS:
                      QRegularExpression(QStringLiteral("\\*Cut to fit: \\d+ more failed results"))),
                  qPrintable(run.out));
 
+        // The same from summary --format.
+        const Run fromSummary = crcview({QStringLiteral("summary"), QStringLiteral("--format"),
+                                         QStringLiteral("markdown"), QStringLiteral("--limit"),
+                                         QStringLiteral("4096"), path(QStringLiteral("many.crc"))});
+        QCOMPARE(fromSummary.status, 0);
+        QCOMPARE(fromSummary.out, run.out);
+
         // Unreadable input, unknown format.
         run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
                        QStringLiteral("markdown"), path(QStringLiteral("missing.crc"))});

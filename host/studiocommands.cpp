@@ -67,6 +67,15 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
     m_commands[Forward]->setIcon(m_window->style()->standardIcon(QStyle::SP_ArrowForward));
     m_commands[Back]->setStatusTip(tr("Back to the report and place shown before the last link"));
     m_commands[Forward]->setStatusTip(tr("Forward again to the report and place left by Back"));
+    go->addSeparator();
+    auto tabCommand = [&](Command id, const QString& text, Qt::Key key) {
+        command(go, id, text, QKeySequence::UnknownKey);
+        m_commands[id]->setShortcut(QKeySequence(Qt::ControlModifier | key));
+        // The keys work in the outline, the report and a source alike.
+        m_commands[id]->setShortcutContext(Qt::WindowShortcut);
+    };
+    tabCommand(NextTab, tr("Ne&xt Tab"), Qt::Key_PageDown);
+    tabCommand(PreviousTab, tr("Pre&vious Tab"), Qt::Key_PageUp);
     QToolBar* navigation = m_window->addToolBar(tr("Navigation"));
     navigation->setObjectName(QStringLiteral("navigation"));
     navigation->addAction(m_commands[Back]);
@@ -98,6 +107,8 @@ void StudioCommands::update()
     m_commands[FindPrevious]->setEnabled(viewer && viewer->isFindEnabled());
     m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack"));
     m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
+    m_commands[NextTab]->setEnabled(m_tabs->count() > 1);
+    m_commands[PreviousTab]->setEnabled(m_tabs->count() > 1);
 }
 
 void StudioCommands::run(Command command)
@@ -143,6 +154,12 @@ void StudioCommands::run(Command command)
         break;
     case Forward:
         QMetaObject::invokeMethod(viewer, "goForward");
+        break;
+    case NextTab:
+        m_tabs->showNext(1);
+        break;
+    case PreviousTab:
+        m_tabs->showNext(-1);
         break;
     case CommandCount:
         break;

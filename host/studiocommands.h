@@ -51,6 +51,8 @@ private:
         FindPrevious,
         Back,
         Forward,
+        NextTab,
+        PreviousTab,
         CommandCount
     };
 

@@ -179,8 +179,18 @@ void StudioMainWindow::openWithDialog()
     const QStringList filters = plugin()->filters()
                                 << tr("Analyzer and test results (*.sarif *.sarif.json *.xml)")
                                 << tr("All files (*)");
-    const QStringList files = QADialogs::current().openFileNames(
-        this, tr("Open"), m_services->currentDirectory(), filters.join(QStringLiteral(";;")));
+    // The file type chosen last is shown first.
+    QString filter =
+        filters.contains(m_settings->openFilter()) ? m_settings->openFilter() : filters.first();
+    const QStringList files =
+        QADialogs::current().openFileNames(this, tr("Open"), m_services->currentDirectory(),
+                                           filters.join(QStringLiteral(";;")), &filter);
+    if (files.isEmpty())
+        return;
+    if (filter != m_settings->openFilter() && filters.contains(filter)) {
+        m_settings->setOpenFilter(filter);
+        m_settings->saveChange();
+    }
     openFiles(files);
 }
 

@@ -33,9 +33,10 @@ StudioTabs::StudioTabs(QMainWindow* window)
 {
     m_central = new QStackedWidget(window);
     auto* welcome = new QLabel(
-        tr("<h3>No result file open</h3><p>Open a code review result file (<b>.crc</b>) with "
-           "<b>File &gt; Open</b> (%1) or <b>File &gt; Open Recent</b>, or drop it on this "
-           "window.</p>")
+        tr("<h3>No result file open</h3><p>Open a code review result file (<b>.crc</b>), an "
+           "analyzer's SARIF log (<b>.sarif</b>, <b>.sarif.json</b>) or a JUnit XML test report "
+           "(<b>.xml</b>) with <b>File &gt; Open</b> (%1) or <b>File &gt; Open Recent</b>, or "
+           "drop it on this window.</p>")
             .arg(QKeySequence(QKeySequence::Open).toString(QKeySequence::NativeText)),
         m_central);
     welcome->setAlignment(Qt::AlignCenter);
@@ -170,6 +171,11 @@ bool StudioTabs::hasTab() const
     return m_tabs->currentWidget() != nullptr;
 }
 
+int StudioTabs::count() const
+{
+    return m_tabs->count();
+}
+
 QString StudioTabs::currentText() const
 {
     return m_tabs->tabText(m_tabs->currentIndex());
@@ -203,6 +209,13 @@ void StudioTabs::currentTabChanged()
         m_outlines->addWidget(outline);
     m_outlines->setCurrentWidget(outline ? outline : m_noOutline);
     Q_EMIT changed();
+}
+
+void StudioTabs::showNext(int by)
+{
+    const int count = m_tabs->count();
+    if (count > 1)
+        m_tabs->setCurrentIndex(((m_tabs->currentIndex() + by) % count + count) % count);
 }
 
 void StudioTabs::closeCurrent()

@@ -43,8 +43,9 @@ public:
     QAStViewerWindow* lastActivated() const { return m_active; }
     QList<QAStViewerWindow*> viewers() const;
     SourceView* activeSource() const;
-    // Whether a tab is shown; its text, and that of the tab of `page`.
+    // Whether a tab is shown, how many there are; its text, and that of the tab of `page`.
     bool hasTab() const;
+    int count() const;
     QString currentText() const;
     QString textOf(QWidget* page) const;
     // The outline shown in the outline dock; null when the tab shown has none.
@@ -54,6 +55,8 @@ public:
     // The files a viewer shows: those of its list that it could read.
     static QStringList shownFiles(QAStViewerWindow* viewer);
 
+    // Shows the tab `by` places after the one shown (before it when negative), round the ends.
+    void showNext(int by);
     // Closes the tab shown, as its close button does; a viewer may refuse.
     void closeCurrent();
 

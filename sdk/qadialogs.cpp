@@ -20,9 +20,9 @@ public:
     }
 
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
-                              const QString& filter) override
+                              const QString& filter, QString* selectedFilter) override
     {
-        return QFileDialog::getOpenFileNames(parent, caption, directory, filter);
+        return QFileDialog::getOpenFileNames(parent, caption, directory, filter, selectedFilter);
     }
 
     QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
@@ -80,21 +80,26 @@ QMessageBox::StandardButton ScriptedDialogs::message(QWidget*, QMessageBox::Icon
                                                      QMessageBox::StandardButtons,
                                                      QMessageBox::StandardButton defaultButton)
 {
-    asked.append({QStringLiteral("message"), title, text});
+    asked.append({QStringLiteral("message"), title, text, QString()});
     return buttons.isEmpty() ? defaultButton : buttons.takeFirst();
 }
 
 QStringList ScriptedDialogs::openFileNames(QWidget*, const QString& caption, const QString&,
-                                           const QString& filter)
+                                           const QString& filter, QString* selectedFilter)
 {
-    asked.append({QStringLiteral("open"), caption, filter});
-    return files.isEmpty() ? QStringList() : files.takeFirst();
+    asked.append(
+        {QStringLiteral("open"), caption, filter, selectedFilter ? *selectedFilter : QString()});
+    if (files.isEmpty())
+        return QStringList();
+    if (selectedFilter && !filters.isEmpty())
+        *selectedFilter = filters.takeFirst();
+    return files.takeFirst();
 }
 
 QString ScriptedDialogs::saveFileName(QWidget*, const QString& caption, const QString&,
                                       const QString& filter)
 {
-    asked.append({QStringLiteral("save"), caption, filter});
+    asked.append({QStringLiteral("save"), caption, filter, QString()});
     if (files.isEmpty())
         return QString();
     const QStringList answer = files.takeFirst();
@@ -103,6 +108,6 @@ QString ScriptedDialogs::saveFileName(QWidget*, const QString& caption, const QS
 
 QString ScriptedDialogs::existingDirectory(QWidget*, const QString& caption, const QString&)
 {
-    asked.append({QStringLiteral("directory"), caption, QString()});
+    asked.append({QStringLiteral("directory"), caption, QString(), QString()});
     return directories.isEmpty() ? QString() : directories.takeFirst();
 }

@@ -18,8 +18,11 @@ public:
                                                 const QString& title, const QString& text,
                                                 QMessageBox::StandardButtons buttons,
                                                 QMessageBox::StandardButton defaultButton) = 0;
+    // `selectedFilter`, when given, is the filter shown first and is set to the one the user
+    // chose.
     virtual QStringList openFileNames(QWidget* parent, const QString& caption,
-                                      const QString& directory, const QString& filter) = 0;
+                                      const QString& directory, const QString& filter,
+                                      QString* selectedFilter = nullptr) = 0;
     virtual QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
                                  const QString& filter) = 0;
     virtual QString existingDirectory(QWidget* parent, const QString& caption,
@@ -48,6 +51,7 @@ public:
         QString kind; // "message", "open", "save" or "directory"
         QString title;
         QString text;
+        QString selectedFilter; // the filter an open dialog showed first
     };
 
     QMessageBox::StandardButton message(QWidget* parent, QMessageBox::Icon icon,
@@ -55,7 +59,7 @@ public:
                                         QMessageBox::StandardButtons buttons,
                                         QMessageBox::StandardButton defaultButton) override;
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
-                              const QString& filter) override;
+                              const QString& filter, QString* selectedFilter = nullptr) override;
     QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
                          const QString& filter) override;
     QString existingDirectory(QWidget* parent, const QString& caption,
@@ -65,6 +69,9 @@ public:
     // and file dialogs are cancelled.
     QList<QMessageBox::StandardButton> buttons;
     QList<QStringList> files;
+    // The filters chosen in the open dialogs that are answered with files, in order; when they
+    // run out, the filter shown first stays.
+    QList<QString> filters;
     QList<QString> directories;
     QList<Asked> asked;
 };

@@ -9,6 +9,7 @@
 #include "host/progresspanel.h"
 #include "host/recentfiles.h"
 #include "host/sourceroots.h"
+#include "host/sourcerootspage.h"
 #include "host/studiocommands.h"
 #include "host/studiocomponent.h"
 #include "host/studioservices.h"
@@ -204,6 +205,9 @@ void StudioMainWindow::showPreferences()
     }
     auto* dialog = new PreferencesDialog(plugin()->preferenceSettings(), this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    auto* rootsPage = new SourceRootsPage(m_roots.get());
+    rootsPage->setParent(dialog);
+    dialog->addPages(rootsPage);
     dialog->setValuesReader([this] { return m_settings->store()->producedValues(); });
     // Apply and OK both broadcast the new values to the plug-in's windows.
     plugin()->connectAccepted(dialog, SIGNAL(applied()));

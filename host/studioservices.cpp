@@ -196,7 +196,7 @@ QString StudioServices::locateSource(const QString& missing)
     const QString found = absolute(picked.first());
     if (m_roots->learn(missing, found)) {
         m_output->appendOutput(tr("Sources under %1 are now looked for under %2")
-                                   .arg(m_roots->lastFrom(), m_roots->lastTo()));
+                                   .arg(m_roots->last().from, m_roots->last().to));
         m_settings->saveChange();
     }
     return found;

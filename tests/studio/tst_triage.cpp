@@ -11,14 +11,20 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QPushButton>
 #include <QTabWidget>
+#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
+#include <QTreeWidget>
 #include <iostream>
 
 namespace {
@@ -66,6 +72,93 @@ std::tuple<int, QString, QString> runWithoutDisplay(const QStringList& arguments
     return {ended && studio.exitStatus() == QProcess::NormalExit ? studio.exitCode() : -1,
             QString::fromLocal8Bit(studio.readAllStandardOutput()),
             QString::fromLocal8Bit(studio.readAllStandardError())};
+}
+
+// A report whose one failed finding links to `target`.
+QByteArray reportLinkingTo(const QString& target)
+{
+    return QStringLiteral("<XROD><DOCUMENT tag='r'><XROD:NODE name='finding' type='Rule' "
+                          "state='ko'><SECTION><PARAGRAPH><LINK target='%1'>%1</LINK>"
+                          "</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>")
+        .arg(target)
+        .toUtf8();
+}
+
+// The dialog Tools > Preferences... opened, showing its page `title`; null when there is none.
+QDialog* preferencesAt(StudioFixture& studio, const QString& title)
+{
+    if (!studio.trigger({QStringLiteral("Tools"), QStringLiteral("Preferences...")}))
+        return nullptr;
+    QDialog* dialog = nullptr;
+    for (QDialog* shown : studio.window().findChildren<QDialog*>()) {
+        if (shown->isVisible() && shown->windowTitle() == QLatin1String("Preferences"))
+            dialog = shown;
+    }
+    auto* pages = dialog ? dialog->findChild<QTreeWidget*>() : nullptr;
+    const QList<QTreeWidgetItem*> found =
+        pages ? pages->findItems(title, Qt::MatchExactly | Qt::MatchRecursive)
+              : QList<QTreeWidgetItem*>();
+    if (found.isEmpty()) {
+        qWarning().noquote() << "The preferences have no page" << title;
+        return nullptr;
+    }
+    QTest::mouseClick(pages->viewport(), Qt::LeftButton, {},
+                      pages->visualItemRect(found.first()).center());
+    return dialog;
+}
+
+// The rows of the source roots page: missing folder, a tab, the folder looked under.
+QStringList rowsOf(const QTableWidget* table)
+{
+    QStringList rows;
+    for (int row = 0; row < table->rowCount(); ++row)
+        rows.append(table->item(row, 0)->text() + QLatin1Char('\t') + table->item(row, 1)->text());
+    return rows;
+}
+
+// The field in which the cell of `table` at `row`, `column` is being edited; null when none is.
+QLineEdit* cellEditor(const QTableWidget* table, int row, int column)
+{
+    const QRect cell = table->visualRect(table->model()->index(row, column));
+    for (QLineEdit* field : table->viewport()->findChildren<QLineEdit*>()) {
+        if (field->isVisible() && field->geometry().contains(cell.center()))
+            return field;
+    }
+    qWarning() << "The cell" << row << column << "is not being edited";
+    return nullptr;
+}
+
+// Types `text` over what the cell being edited holds, then Return.
+bool typeIntoCell(const QTableWidget* table, int row, int column, const QString& text)
+{
+    QLineEdit* editor = cellEditor(table, row, column);
+    if (!editor)
+        return false;
+    QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(editor, text);
+    QTest::keyClick(editor, Qt::Key_Return);
+    // The view takes the text once the events that follow the key are handled.
+    QCoreApplication::processEvents();
+    return true;
+}
+
+// Double-clicks the cell and types `text` over what it holds.
+bool editCell(QTableWidget* table, int row, int column, const QString& text)
+{
+    const QRect cell = table->visualRect(table->model()->index(row, column));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+    QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+    return typeIntoCell(table, row, column, text);
+}
+
+QPushButton* buttonNamed(const QWidget* parent, const QString& text)
+{
+    for (QPushButton* button : parent->findChildren<QPushButton*>()) {
+        if (button->isVisible() && plainText(button->text()) == text)
+            return button;
+    }
+    qWarning().noquote() << "No button" << text;
+    return nullptr;
 }
 
 } // namespace
@@ -173,6 +266,74 @@ private Q_SLOTS:
         QCOMPARE(m_studio.currentTabText(), QStringLiteral("rules-core.crc"));
         m_studio.press(Qt::Key_PageUp, Qt::ControlModifier);
         QCOMPARE(m_studio.currentTabText(), QStringLiteral("lines.c"));
+    }
+    // Two logs in one folder whose sources are in two checkouts: locating the second's keeps
+    // the first's root, and both stay found. The Preferences list the roots, newest first; a
+    // root removed there is gone from the settings file, one added there is used.
+    void severalSourceRootsInPreferences()
+    {
+        QVERIFY(writeFile(path(QStringLiteral("one/src/a.c")), "int a;\n"));
+        QVERIFY(writeFile(path(QStringLiteral("two/lib/b.c")), "int b;\n"));
+        QVERIFY(writeFile(path(QStringLiteral("three/lib/b.c")), "int b3;\n"));
+        QVERIFY(writeFile(path(QStringLiteral("logs/first.crc")),
+                          reportLinkingTo(QStringLiteral("src/a.c line 1"))));
+        QVERIFY(writeFile(path(QStringLiteral("logs/second.crc")),
+                          reportLinkingTo(QStringLiteral("lib/b.c line 1"))));
+        const QString logs = path(QStringLiteral("logs/"));
+        // Opens the report, shows its tab and follows the link; a source located on the way is
+        // `located`.
+        auto follow = [this](const QString& report, const QString& link,
+                             const QString& located = QString()) {
+            if (!m_studio.open({path(report)}) ||
+                !m_studio.showTab(m_studio.tabNamed(QFileInfo(report).fileName())))
+                return false;
+            if (!located.isEmpty()) {
+                m_studio.dialogs().buttons = {QMessageBox::Yes};
+                m_studio.dialogs().files = {{path(located)}};
+            }
+            return m_studio.clickLink(link);
+        };
+
+        QVERIFY(follow(QStringLiteral("logs/first.crc"), QStringLiteral("src/a.c line 1"),
+                       QStringLiteral("one/src/a.c")));
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("one/src/a.c")));
+        QVERIFY(follow(QStringLiteral("logs/second.crc"), QStringLiteral("lib/b.c line 1"),
+                       QStringLiteral("two/lib/b.c")));
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("two/lib/b.c")));
+        QVERIFY(m_studio.closeAllTabs());
+        m_studio.dialogs().asked.clear();
+        QVERIFY(follow(QStringLiteral("logs/first.crc"), QStringLiteral("src/a.c line 1")));
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("one/src/a.c")));
+        QVERIFY(m_studio.dialogs().messages().isEmpty());
+
+        QPointer<QDialog> dialog = preferencesAt(m_studio, QStringLiteral("Source Roots"));
+        QVERIFY(dialog);
+        auto* table = dialog->findChild<QTableWidget*>(QStringLiteral("sourceRoots"));
+        QVERIFY(table && table->isVisible());
+        QCOMPARE(rowsOf(table), (QStringList{logs + '\t' + path(QStringLiteral("two/")),
+                                             logs + '\t' + path(QStringLiteral("one/"))}));
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualRect(table->model()->index(0, 0)).center());
+        QTest::mouseClick(buttonNamed(dialog, QStringLiteral("Remove")), Qt::LeftButton);
+        QTest::mouseClick(buttonNamed(dialog, QStringLiteral("Add")), Qt::LeftButton);
+        QVERIFY(typeIntoCell(table, 1, 0, path(QStringLiteral("elsewhere"))));
+        QVERIFY(editCell(table, 1, 1, path(QStringLiteral("three"))));
+        QCOMPARE(rowsOf(table), (QStringList{logs + '\t' + path(QStringLiteral("one/")),
+                                             path(QStringLiteral("elsewhere")) + '\t' +
+                                                 path(QStringLiteral("three"))}));
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok),
+                          Qt::LeftButton);
+        QTRY_VERIFY(dialog.isNull());
+        const QByteArray settings = testkit::readFile(settingsPath());
+        QVERIFY(!settings.contains(path(QStringLiteral("two/")).toUtf8()));
+        QVERIFY(settings.contains(path(QStringLiteral("three/")).toUtf8()));
+
+        QVERIFY(writeFile(path(QStringLiteral("elsewhere/third.crc")),
+                          reportLinkingTo(path(QStringLiteral("elsewhere/lib/b.c line 1")))));
+        QVERIFY(follow(QStringLiteral("elsewhere/third.crc"),
+                       path(QStringLiteral("elsewhere/lib/b.c line 1"))));
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("three/lib/b.c")));
+        QVERIFY(m_studio.dialogs().messages().isEmpty());
     }
 };
 

@@ -39,7 +39,9 @@ bool sameFile(const QString& a, const QString& b)
 bool takesValue(const QString& command, const QString& option)
 {
     return (command == QLatin1String("dump") && option == QLatin1String("--hide-type")) ||
-           (command == QLatin1String("summary") && option == QLatin1String("--node"));
+           (command == QLatin1String("summary") &&
+            (option == QLatin1String("--node") || option == QLatin1String("--format") ||
+             option == QLatin1String("--fail-on")));
 }
 
 // Converts into a private temporary folder, not the cache (which need not be writable), and
@@ -134,7 +136,7 @@ ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
         const QString converted = ImportCache::resultFileFor(argument, &error);
         if (converted.isNull()) {
             report(error);
-            m_failed = true;
+            m_failed.append(argument);
             continue;
         }
         ++m_converted;
@@ -145,5 +147,6 @@ ImportedFiles::ImportedFiles(const QString& command, QStringList* arguments)
 
 int ImportedFiles::exitStatus(int status) const
 {
-    return m_failed && status == 0 ? exitUnreadable : status;
+    // A log that could not be read leaves the verdict incomplete: that outweighs failed tests.
+    return !m_failed.isEmpty() && status != exitUsage ? exitUnreadable : status;
 }

@@ -15,12 +15,14 @@ public:
     ImportedFiles(const QString& command, QStringList* arguments);
 
     // False when some files were given and none of them could be converted.
-    bool anyLeft() const { return !m_failed || m_converted > 0 || m_others > 0; }
+    bool anyLeft() const { return m_failed.isEmpty() || m_converted > 0 || m_others > 0; }
+    // The files that could not be converted, as given.
+    const QStringList& failed() const { return m_failed; }
     // The command's exit status, made 2 (unreadable input) when a conversion failed.
     int exitStatus(int status) const;
 
 private:
-    bool m_failed = false;
+    QStringList m_failed;
     int m_converted = 0;
     int m_others = 0;
 };

@@ -4,6 +4,7 @@
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
 #include "cli/exitstatus.h"
+#include "filter/failurecounts.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
 #include "import/importcache.h"
@@ -15,41 +16,56 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QStringList>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 
 namespace {
 
+void printUsage(std::ostream& out)
+{
+    out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
+           "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
+           "                       FILE...\n"
+           "       crcview export [--failed] DIRECTORY FILE...\n"
+           "       crcview convert FILE [-o OUT.crc]\n"
+           "       crcview defects [--defects FILE] [--format csv|json]\n"
+           "       crcview --help | --version\n"
+           "  dump              print every result node of FILE, its types and totals\n"
+           "  --count           print only the number of nodes and the totals\n"
+           "  --failed          keep only failed nodes (and nodes without a verdict)\n"
+           "  --hide-type TYPE  drop the nodes whose type starts with the regular\n"
+           "                    expression TYPE, and everything below them\n"
+           "The totals always count the whole file.\n"
+           "  summary           open the files in a viewer and print the passed and failed\n"
+           "                    counts; files that cannot be read are listed on standard\n"
+           "                    error (exit status 2)\n"
+           "  --node NAME       name the test node in the summary\n"
+           "  --check           exit status 1 when any test failed, 2 when a file could\n"
+           "                    not be read (even when tests failed)\n"
+           "  --format json     the totals and each file's counts as one JSON object\n"
+           "  --fail-on LEVEL   with --check, count only analyzers' findings of LEVEL\n"
+           "                    (error, warning or note) or graver, and every other failure\n"
+           "  export            write the reports, the report files they link to and the\n"
+           "                    summary as linked HTML pages into DIRECTORY; prints the\n"
+           "                    path of index.html; exit status 2 when a file could not\n"
+           "                    be read or a page could not be written\n"
+           "  convert           write the result-file markup of FILE to OUT.crc or to\n"
+           "                    standard output\n"
+           "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
+           "result files everywhere.\n"
+           "  defects           list the defects filed from crcstudio (its store, or\n"
+           "                    --defects FILE) as CSV or JSON\n";
+}
+
 int usage()
 {
-    std::cerr << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
-                 "       crcview summary [--node NAME] [--check] FILE...\n"
-                 "       crcview export [--failed] DIRECTORY FILE...\n"
-                 "       crcview convert FILE [-o OUT.crc]\n"
-                 "       crcview defects [--defects FILE] [--format csv|json]\n"
-                 "  dump              print every result node of FILE, its types and totals\n"
-                 "  --count           print only the number of nodes and the totals\n"
-                 "  --failed          keep only failed nodes (and nodes without a verdict)\n"
-                 "  --hide-type TYPE  drop the nodes whose type starts with the regular\n"
-                 "                    expression TYPE, and everything below them\n"
-                 "The totals always count the whole file.\n"
-                 "  summary           open the files in a viewer and print the passed and failed\n"
-                 "                    counts; files that cannot be read are listed on standard\n"
-                 "                    error (exit status 2)\n"
-                 "  --node NAME       name the test node in the summary\n"
-                 "  --check           exit status 1 when any test failed\n"
-                 "  export            write the reports, the report files they link to and the\n"
-                 "                    summary as linked HTML pages into DIRECTORY; prints the\n"
-                 "                    path of index.html; exit status 2 when a file could not\n"
-                 "                    be read or a page could not be written\n"
-                 "  convert           write the result-file markup of FILE to OUT.crc or to\n"
-                 "                    standard output\n"
-                 "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
-                 "result files everywhere.\n"
-                 "  defects           list the defects filed from crcstudio (its store, or\n"
-                 "                    --defects FILE) as CSV or JSON\n";
+    printUsage(std::cerr);
     return exitUsage;
 }
 
@@ -160,12 +176,12 @@ int dump(const QStringList& arguments, Loaded& loaded)
 }
 
 // Reads `files` into the session and shows it as a viewer does; the files that could not be
-// read are named on standard error with why. True when every file could be read.
-bool open(ReportSession& session, const QStringList& files)
+// read are named on standard error with why, and returned.
+QStringList open(ReportSession& session, const QStringList& files)
 {
     session.setFiles(files);
     ReportSession::Reading reading = session.read(files, true);
-    const QStringList failed = std::move(reading.failed);
+    QStringList failed = std::move(reading.failed);
     const QStringList reasons = std::move(reading.reasons);
     session.add(std::move(reading));
     if (!failed.isEmpty()) {
@@ -178,37 +194,94 @@ bool open(ReportSession& session, const QStringList& files)
     }
     if (!session.records().empty())
         session.analyse(QStringLiteral("crcview"));
-    return failed.isEmpty();
+    return failed;
+}
+
+// The counts as scripts read them: totals, then each file by the name it was given.
+QByteArray summaryJson(const ReportSession& session, const QStringList& unreadable)
+{
+    qint64 passed = 0, failed = 0, skipped = 0;
+    QJsonArray files;
+    for (const auto& record : session.records()) {
+        const qint32 notRun = std::max(record->inconclusive, 0);
+        passed += record->passed;
+        failed += record->failed;
+        skipped += notRun;
+        files.append(QJsonObject{{"file", ImportCache::originalsIn(record->fileName)},
+                                 {"passed", record->passed},
+                                 {"failed", record->failed},
+                                 {"skipped", notRun}});
+    }
+    QJsonArray unread;
+    for (const QString& file : unreadable)
+        unread.append(ImportCache::originalsIn(file));
+    const QJsonObject totals{{"passed", passed}, {"failed", failed}, {"skipped", skipped}};
+    return QJsonDocument(QJsonObject{{"totals", totals}, {"files", files}, {"unreadable", unread}})
+        .toJson(QJsonDocument::Indented);
+}
+
+// The levels --fail-on takes, gravest first.
+const QStringList failLevels = {QStringLiteral("error"), QStringLiteral("warning"),
+                                QStringLiteral("note")};
+
+// Whether a failure counts against the gate: analyzers' findings of `level` or graver, and every
+// failure that has no level.
+bool failsAt(const ReportSession& session, const QString& level)
+{
+    const qsizetype threshold = failLevels.indexOf(level);
+    FailureCounts counts;
+    for (const auto& record : session.records())
+        counts += failuresIn(record->tree ? record->tree->rootNode() : nullptr);
+    const int graver[] = {counts.errors, counts.warnings, counts.notes};
+    int failing = counts.failed;
+    for (qsizetype i = 0; i <= threshold; ++i)
+        failing += graver[i];
+    return failing > 0;
 }
 
 // Reads the files as the studio does for a console run, and prints the totals.
-int summary(const QStringList& arguments, Loaded& loaded)
+int summary(const QStringList& arguments, const QStringList& unconverted, Loaded& loaded)
 {
     QString node;
+    QString failOn;
     bool check = false;
+    bool json = false;
     QStringList files;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
         if (argument == QLatin1String("--node") && i + 1 < arguments.size())
             node = arguments.at(++i);
+        else if (argument == QLatin1String("--format") && i + 1 < arguments.size() &&
+                 (arguments.at(i + 1) == QLatin1String("json") ||
+                  arguments.at(i + 1) == QLatin1String("text")))
+            json = arguments.at(++i) == QLatin1String("json");
         else if (argument == QLatin1String("--check"))
             check = true;
+        else if (argument == QLatin1String("--fail-on") && i + 1 < arguments.size() &&
+                 failLevels.contains(arguments.at(i + 1)))
+            failOn = arguments.at(++i);
         else if (argument.startsWith(QLatin1Char('-')))
             return usage();
         else
             files.append(argument);
     }
-    if (files.isEmpty())
+    if (files.isEmpty() || (!failOn.isNull() && !check))
         return usage();
 
     loaded.viewer = std::make_unique<Viewer>();
     ReportSession& session = loaded.viewer->session;
-    const bool readable = open(session, files);
-    std::cout << session.consoleSummary(node).toLocal8Bit().constData();
+    const QStringList unreadable = unconverted + open(session, files);
+    if (json)
+        std::cout << summaryJson(session, unreadable).constData();
+    else
+        std::cout << session.consoleSummary(node).toLocal8Bit().constData();
     std::cout.flush();
-    if (!readable)
+    if (!unreadable.isEmpty())
         return exitUnreadable;
-    return check && session.testFailed() > 0 ? exitFailedTests : 0;
+    if (!check)
+        return 0;
+    const bool failing = failOn.isNull() ? session.testFailed() > 0 : failsAt(session, failOn);
+    return failing ? exitFailedTests : 0;
 }
 
 // Log messages of an export, on standard error.
@@ -244,7 +317,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     }
     loaded.viewer = std::make_unique<Viewer>();
     ReportSession& session = loaded.viewer->session;
-    const bool unreadable = !open(session, rest);
+    const bool unreadable = !open(session, rest).isEmpty();
     if (failedOnly) {
         // As a viewer asked to show failed tests only: all of them when none failed.
         session.setFailedOnly(session.testFailed() > 0);
@@ -280,6 +353,14 @@ int main(int argc, char** argv)
     if (arguments.isEmpty())
         return usage();
     const QString command = arguments.takeFirst();
+    if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
+        printUsage(std::cout);
+        return 0;
+    }
+    if (command == QLatin1String("--version")) {
+        std::cout << "crcview " CRC_VIEWER_VERSION "\n";
+        return 0;
+    }
     if (command == QLatin1String("convert"))
         return convertCommand(arguments);
     if (command == QLatin1String("defects"))
@@ -292,7 +373,7 @@ int main(int argc, char** argv)
     if (command == QLatin1String("dump"))
         status = dump(arguments, loaded);
     else if (command == QLatin1String("summary"))
-        status = summary(arguments, loaded);
+        status = summary(arguments, imported.failed(), loaded);
     else if (command == QLatin1String("export"))
         status = exportPages(arguments, loaded);
     else

@@ -31,6 +31,10 @@ public:
     // What identifies the result across runs (the converter's "key" attribute), empty when the
     // file gives none.
     QString key;
+    // How grave an analyzer's finding is ("error", "warning", "note" or "none") and the rule
+    // that found it; empty for other nodes.
+    QString level;
+    QString rule;
 };
 
 // Debug dump: name, type, state and tag, then the kinds of the bounding items when set.

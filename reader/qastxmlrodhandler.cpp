@@ -187,9 +187,14 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
 
     if (attributes.contains("base"))
         node->base = attributes.value("base");
-    // Every node has a key of its own: not pooled. Other attributes are not kept.
+    // Every node has a key of its own: not pooled. Levels and rules repeat: pooled. Other
+    // attributes are not kept.
     if (const char* key = attributes.raw("key"))
         node->key = QString::fromUtf8(key);
+    if (const char* level = attributes.raw("level"))
+        node->level = m_texts.get(level);
+    if (const char* rule = attributes.raw("rule"))
+        node->rule = m_texts.get(rule);
     return true;
 }
 

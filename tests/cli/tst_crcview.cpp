@@ -4,6 +4,9 @@
 
 #include <QDir>
 #include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -165,6 +168,15 @@ private Q_SLOTS:
             QCOMPARE(run.status, 64);
             QVERIFY(run.err.startsWith(QLatin1String("usage: crcview")));
         }
+        // Asked for, the usage is an answer, not an error.
+        Run run = crcview({QStringLiteral("--help")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.startsWith(QLatin1String("usage: crcview")));
+        QCOMPARE(run.err, QString());
+        run = crcview({QStringLiteral("--version")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.out.startsWith(QLatin1String("crcview ")));
+        QVERIFY(run.out.at(8).isDigit());
     }
 
     void summaryCountsAllFilesAndSaysWhatFailed()
@@ -198,6 +210,56 @@ private Q_SLOTS:
         QVERIFY(run.err.contains(QStringLiteral("File(s) not found or corrupted:\n\t") + broken));
         QVERIFY(run.err.contains(broken + QStringLiteral(":2:")));
         QCOMPARE(crcview({QStringLiteral("summary")}).status, 64);
+
+        // A log that cannot be converted leaves the verdict incomplete, even beside failed tests.
+        const QString brokenLog = writeFile(dir, QStringLiteral("broken.sarif"), "{\"runs\": [");
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--check"), failed, brokenLog});
+        QCOMPARE(run.status, 2);
+        QVERIFY(run.err.contains(brokenLog));
+
+        // For scripts: the totals and each file's counts, the unreadable ones named as given.
+        run = crcview({QStringLiteral("summary"), QStringLiteral("--format"),
+                       QStringLiteral("json"), passed, failed, broken, brokenLog});
+        QCOMPARE(run.status, 2);
+        const QJsonObject counts = QJsonDocument::fromJson(run.out.toUtf8()).object();
+        QCOMPARE(counts.value("totals").toObject(),
+                 QJsonObject({{"passed", 4}, {"failed", 2}, {"skipped", 0}}));
+        const QJsonArray perFile = counts.value("files").toArray();
+        QCOMPARE(perFile.size(), 2);
+        QCOMPARE(perFile.at(1).toObject().value("file").toString(), failed);
+        QCOMPARE(perFile.at(1).toObject().value("failed").toInt(), 2);
+        QCOMPARE(counts.value("unreadable").toArray(), QJsonArray({brokenLog, broken}));
+    }
+
+    // The gate counts analyzers' findings from the level asked for; failures without a level
+    // always count, and a rule's group is not a failure of its own.
+    void gateOnTheLevelOfFindings()
+    {
+        QTemporaryDir dir;
+        const QString log = writeFile(
+            dir, QStringLiteral("lint.sarif"),
+            R"({"version": "2.1.0", "runs": [{"tool": {"driver": {"name": "lint"}}, "results": [
+                 {"ruleId": "R1", "level": "warning", "message": {"text": "w"}},
+                 {"ruleId": "R2", "level": "note", "message": {"text": "n"}}]}]})");
+        const QString failed =
+            writeFile(dir, QStringLiteral("ko.crc"),
+                      "<XROD><DOCUMENT tag='b'><XROD:NODE name='r' type='Rule' state='ko' sum='1'>"
+                      "<SECTION/></XROD:NODE></DOCUMENT></XROD>");
+        const auto gate = [&](const QString& level, const QString& file) {
+            return crcview({QStringLiteral("summary"), QStringLiteral("--check"),
+                            QStringLiteral("--fail-on"), level, file})
+                .status;
+        };
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--check"), log}).status, 1);
+        QCOMPARE(gate(QStringLiteral("error"), log), 0);
+        QCOMPARE(gate(QStringLiteral("warning"), log), 1);
+        QCOMPARE(gate(QStringLiteral("note"), log), 1);
+        QCOMPARE(gate(QStringLiteral("error"), failed), 1);
+        QCOMPARE(gate(QStringLiteral("fatal"), log), 64);
+        QCOMPARE(crcview({QStringLiteral("summary"), QStringLiteral("--fail-on"),
+                          QStringLiteral("note"), log})
+                     .status,
+                 64);
     }
 
     void exportWritesLinkedPages()

@@ -1,5 +1,7 @@
 // Filtering: the node predicate, the filtered copies of trees and documents, the summary.
 
+#include "filter/failurecounts.h"
+#include "filter/outlinequery.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporterfilterwriter.h"
 #include "filter/qareporternodevalidator.h"
@@ -616,6 +618,76 @@ private Q_SLOTS:
         QVERIFY(outline(table).endsWith(
             QLatin1String("ROW[CELLTEXT CELL[TEXT:4294967294] CELL[TEXT:2147483654] "
                           "CELL[TEXT:2147483647] CELL[TEXT:8589934595]]]")));
+    }
+    // The outline's filter box: a result is shown when every word holds, with the entries
+    // above it; words find parts of the names above, levels by their start, rules and files by
+    // a part; commas give alternatives, quotes keep blanks.
+    void outlineQueryShowsResultsAndWhatIsAbove()
+    {
+        const auto record = readReport(
+            wrap("<XROD:NODE name='src/main.c' type='File' state='ko'><SECTION/>"
+                 "<XROD:NODE name='no-goto' type='Rule' state='ko'><SECTION/>"
+                 "<XROD:NODE name='line 3: goto used' type='Finding' state='ko' level='error' "
+                 "rule='no-goto'><SECTION/></XROD:NODE>"
+                 "<XROD:NODE name='line 9: goto again' type='Finding' state='ko' level='warning' "
+                 "rule='no-goto'><SECTION/></XROD:NODE></XROD:NODE></XROD:NODE>"
+                 "<XROD:NODE name='src/util.c' type='File' state='ko'><SECTION/>"
+                 "<XROD:NODE name='unused' type='Rule' state='ko'><SECTION/>"
+                 "<XROD:NODE name='line 1: use strict missing' type='Finding' state='ko' "
+                 "level='note' rule='unused'><SECTION/></XROD:NODE></XROD:NODE>"
+                 "<XROD:NODE name='empty' type='Rule' state='ok'><SECTION/></XROD:NODE>"
+                 "</XROD:NODE>"));
+        QVERIFY(record);
+        const auto shown = [&record](const QString& text, const QStringList& levels = {}) {
+            OutlineQuery query(text);
+            query.requireLevel(levels);
+            QStringList names;
+            query.select(
+                record->tree->rootNode(), QStringLiteral("clang.sarif"),
+                [&names](const OutlineQuery::ResultNode* node) { names.append(node->data->name); });
+            return names.join(QLatin1Char('|'));
+        };
+        const QString all = QStringLiteral("src/main.c|no-goto|line 3: goto used|line 9: goto "
+                                           "again|src/util.c|unused|line 1: use strict "
+                                           "missing|empty");
+        QVERIFY(OutlineQuery(QStringLiteral("  ")).isEmpty());
+        QCOMPARE(shown(QString()), all);
+        QCOMPARE(shown(QStringLiteral("clang")), all); // the file entry's name
+        QCOMPARE(shown(QStringLiteral("MAIN.C")), QStringLiteral("src/main.c|no-goto|line 3: "
+                                                                 "goto used|line 9: goto again"));
+        QCOMPARE(shown(QStringLiteral("level:err")),
+                 QStringLiteral("src/main.c|no-goto|line 3: goto used"));
+        QCOMPARE(shown(QStringLiteral("level:error,note")),
+                 QStringLiteral("src/main.c|no-goto|line 3: goto used|src/util.c|unused|line 1: "
+                                "use strict missing"));
+        QCOMPARE(shown(QStringLiteral("level:error level:note")), QString());
+        QCOMPARE(shown(QString(), {QStringLiteral("warning")}),
+                 QStringLiteral("src/main.c|no-goto|line 9: goto again"));
+        QCOMPARE(shown(QStringLiteral("level:error"), {QStringLiteral("warning")}), QString());
+        QCOMPARE(shown(QStringLiteral("rule:USED again")), QString());
+        QCOMPARE(shown(QStringLiteral("rule:goto again")),
+                 QStringLiteral("src/main.c|no-goto|line 9: goto again"));
+        QCOMPARE(shown(QStringLiteral("file:util \"use strict\"")),
+                 QStringLiteral("src/util.c|unused|line 1: use strict missing"));
+        QCOMPARE(shown(QStringLiteral("file:clang")), QString()); // files are the File entries
+        QCOMPARE(shown(QStringLiteral("empty")), QStringLiteral("src/util.c|empty"));
+        QCOMPARE(shown(QStringLiteral("http://x level:")), QString()); // a plain word
+
+        FailureCounts counts;
+        QCOMPARE(counts.text(), QString());
+        QAReporterNode finding;
+        finding.level = QStringLiteral("error");
+        counts.addFailure(finding);
+        QCOMPARE(counts.text(), QStringLiteral("1 error"));
+        finding.level = QStringLiteral("none");
+        counts.addFailure(finding);
+        FailureCounts more;
+        finding.level = QStringLiteral("warning");
+        more.addFailure(finding);
+        more.addFailure(finding);
+        counts += more;
+        QCOMPARE(counts.text(), QStringLiteral("1 error, 2 warnings, 1 failed"));
+        QCOMPARE(counts.total(), 4);
     }
 };
 

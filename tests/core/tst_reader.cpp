@@ -112,7 +112,9 @@ private Q_SLOTS:
     {
         const Result r = read(
             wrap("<XROD:NODE name='' type='T' icone='pic.png' base='/src/'><SECTION/></XROD:NODE>"
-                 "<XROD:NODE name='n' type='T' state='NE'><SECTION/></XROD:NODE>"));
+                 "<XROD:NODE name='n' type='T' state='NE'><SECTION/></XROD:NODE>"
+                 "<XROD:NODE name='f' type='Finding' state='ko' level='warning' rule='no-var'>"
+                 "<SECTION/></XROD:NODE>"));
         QVERIFY(r.ok);
         QAReporterNode* empty = findNode(r.tree.get(), QString(QLatin1String("")));
         QVERIFY(empty);
@@ -124,6 +126,10 @@ private Q_SLOTS:
         QCOMPARE(ne->stat, QStringLiteral("NE"));
         QVERIFY(ne->base.isNull());
         QVERIFY(ne->icon.isNull());
+        QVERIFY(ne->level.isEmpty() && ne->rule.isEmpty());
+        QAReporterNode* finding = findNode(r.tree.get(), QStringLiteral("f"));
+        QCOMPARE(finding->level, QStringLiteral("warning"));
+        QCOMPARE(finding->rule, QStringLiteral("no-var"));
     }
 
     void totalsCountSumsByState()

@@ -8,9 +8,6 @@
 #include "model/qareporterdata.h"
 #include "prefs/qareporterpref.h"
 #include "sdk/qadialogs.h"
-#include "sdk/qailogmonitor.h"
-#include "sdk/qaiprogressmonitor.h"
-#include "sdk/trackwellinterface.h"
 #include "session/reportsession.h"
 #include "tests/teststudio.h"
 #include "viewer/qareporter.h"
@@ -124,15 +121,6 @@ QString helpText(const QAReporter& window, int id)
             return action->statusTip();
     }
     return QString();
-}
-
-// The context menu's entry that files the entry it was opened on.
-QAction* submitEntry(const QAReporter& window)
-{
-    return outlineOf(window)
-        ->findChild<QMenu*>(QStringLiteral("outlineContextMenu"))
-        ->actions()
-        .at(1);
 }
 
 void open(QAReporter& window, QStringList files)
@@ -551,176 +539,6 @@ private Q_SLOTS:
         QFile untouched(existing);
         QVERIFY(untouched.open(QIODevice::ReadOnly));
         QCOMPARE(untouched.readAll(), QByteArray("old"));
-        QADialogs::install(nullptr);
-    }
-
-    void exportingLinkedPages()
-    {
-        Files files;
-        ScriptedDialogs* dialogs = scriptDialogs();
-        files.add(QStringLiteral("common.xrd"),
-                  "<DOCUMENT tag='c'><LINK target='xrdlink://deeper.xrd#x'>d</LINK>"
-                  "<LINK target='xrdlink://common.xrd'>self</LINK></DOCUMENT>");
-        files.add(QStringLiteral("deeper.xrd"),
-                  "<DOCUMENT tag='d'><LINK target='xrdlink://common.xrd'>back</LINK>"
-                  "<LINK target='xrdlink://missing.xrd'>m</LINK></DOCUMENT>");
-        const QByteArray links =
-            "<PARAGRAPH><LINK target='xrdlink://common.xrd#top'>c</LINK></PARAGRAPH>";
-        const QString a = files.add(
-            QStringLiteral("a.crc"),
-            report("ra", node("pass", "R", "ok", 1) +
-                             "<XROD:NODE name='fail' type='R' state='ko' sum='1'><SECTION>" +
-                             links + "</SECTION></XROD:NODE>"));
-        const QString b =
-            files.add(QStringLiteral("b.crc"),
-                      report("rb", "<XROD:NODE name='f2' type='R' state='ko' sum='1'><SECTION>" +
-                                       links + "</SECTION></XROD:NODE>"));
-        QAReporter window(QStringLiteral("Export"), QPixmap());
-        open(window, {a, b});
-        window.failedtests();
-
-        QTemporaryDir out;
-        struct Log : QAILogMonitor
-        {
-            void logMessage(const QString& message) override { messages.append(message); }
-            QStringList messages;
-        } log;
-        // A linked file that cannot be read: everything else is written, the export says it
-        // is not complete, and the log gives the reader's reason.
-        QVERIFY(!window.exportHTML(out.path(), QStringLiteral("index.html"), nullptr, &log));
-        QStringList pages =
-            QDir(out.path()).entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
-        QCOMPARE(pages,
-                 QStringList({"common.html", "deeper.html", "index.html", "ra.html", "rb.html"}));
-        QFile ra(out.filePath(QStringLiteral("ra.html")));
-        QVERIFY(ra.open(QIODevice::ReadOnly));
-        const QByteArray page = ra.readAll();
-        QVERIFY(page.contains("href=\"common.html#top\""));
-        QVERIFY(!page.contains(">pass<")); // failed-only mode: the passed section is not there
-        QCOMPARE(log.messages.size(), 1);
-        QVERIFY2(log.messages.first().contains(QLatin1String("missing.xrd: cannot open the file")),
-                 qPrintable(log.messages.first()));
-
-        // Through the command: the directory is asked for; a refusal exports nothing.
-        QTemporaryDir second;
-        dialogs->directories = {QString(), second.path()};
-        window.exportDoc();
-        QVERIFY(QDir(second.path()).entryList(QDir::Files).isEmpty());
-        window.exportDoc();
-        QVERIFY(QFileInfo::exists(second.filePath(QStringLiteral("index.html"))));
-
-        struct Canceled : QAIProgressMonitor
-        {
-            void setTotalSteps(int) override {}
-            void setProgress(int) override {}
-            void setLabelText(const QString&) override {}
-            bool isCanceled() const override { return true; }
-        } canceled;
-        QTemporaryDir third;
-        QVERIFY(!window.exportHTML(third.path(), QStringLiteral("index.html"), &canceled, &log));
-        QVERIFY(QDir(third.path()).entryList(QDir::Files).isEmpty());
-
-        QAReporter idle(QStringLiteral("Idle"), QPixmap());
-        QTemporaryDir fourth;
-        QVERIFY(idle.exportHTML(fourth.path(), QStringLiteral("index.html"), nullptr, &log));
-        QVERIFY(QDir(fourth.path()).entryList(QDir::Files).isEmpty()); // nothing analysed yet
-        window.alltests();
-        QADialogs::install(nullptr);
-    }
-
-    void submittingADefect()
-    {
-        struct Tracker : TrackwellInterface
-        {
-            quint16 open() override { return step("open", openResult); }
-            quint16 setHeadline(const char* text) override
-            {
-                headline = QString::fromLocal8Bit(text);
-                return step("headline", headlineResult);
-            }
-            quint16 setDescription(const char* text) override
-            {
-                description = QString::fromLocal8Bit(text);
-                return step("description", 1);
-            }
-            quint16 attachFile(const char* label, const char* path) override
-            {
-                attachment =
-                    QString::fromLocal8Bit(label) + QLatin1Char('=') + QString::fromLocal8Bit(path);
-                return step("attach", 1);
-            }
-            quint16 submit(int) override { return step("submit", 1); }
-            const char* getCmdLine() override { return "cmd"; }
-            int activatedCmdLine() const override { return echo; }
-            const char* getErrorMessage() const override { return "broken"; }
-            quint16 step(const char* name, quint16 result)
-            {
-                steps.append(QString::fromLatin1(name));
-                return result;
-            }
-            QStringList steps;
-            QString headline, description, attachment;
-            quint16 openResult = 1, headlineResult = 1;
-            int echo = 0;
-        } tracker;
-
-        Files files;
-        scriptDialogs();
-        const QString a =
-            files.add(QStringLiteral("run.crc"),
-                      report("ra", node("bad", "Rule", "ko", 1) + node("good", "Rule", "ok", 1)));
-        QAReporter window(QStringLiteral("Defects"), QPixmap());
-        open(window, {a});
-        studio().output.clear();
-        window.submitTrackwell(); // no tracker
-        QCOMPARE(studio().output, QStringList({"Submit Defect Report Failed ...\n"}));
-
-        studio().tracker = &tracker;
-        QARListView* outline = outlineOf(window);
-        const QModelIndex file = entryIn(window, 0);
-        outline->setCurrentIndex(file);
-        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Report"));
-        QVERIFY(!submitEntry(window)->isEnabled()); // a whole file cannot be filed
-        outline->setCurrentIndex(entryIn(window, 1, file));
-        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Report"));
-        QVERIFY(submitEntry(window)->isEnabled());
-        outline->setCurrentIndex(entryIn(window, 0, file));
-        QCOMPARE(submitEntry(window)->text(), QStringLiteral("&Submit Trackwell Defect Report"));
-
-        studio().output.clear();
-        window.submitTrackwell();
-        QCOMPARE(tracker.steps,
-                 QStringList({"open", "headline", "description", "attach", "submit"}));
-        QCOMPARE(tracker.headline, QStringLiteral("teststudiorun.crc:bad"));
-        QCOMPARE(tracker.description,
-                 QStringLiteral("Report file:  run.crc Item failed:  bad Item type:   Rule "));
-        QCOMPARE(tracker.attachment, QStringLiteral("Report File=") +
-                                         QDir::toNativeSeparators(QFileInfo(a).absoluteFilePath()));
-        QCOMPARE(studio().output, QStringList({"Submit Defect Report ...\n"}));
-
-        window.setNode({QString(), QStringLiteral("suite.test")});
-        tracker.steps.clear();
-        tracker.headlineResult = 0;
-        tracker.echo = 1;
-        studio().output.clear();
-        window.submitTrackwell();
-        QCOMPARE(tracker.steps,
-                 QStringList({"open", "headline", "description", "attach", "submit"}));
-        QVERIFY(tracker.description.startsWith(QLatin1String("Test:       suite.test ")));
-        QCOMPARE(tracker.headline, QStringLiteral("teststudiosuite.test:run.crc:bad"));
-        QCOMPARE(studio().output,
-                 QStringList({"Submit Defect Report ...\n", "cmd\n", "cmd\n", "Warning ...\n",
-                              "broken\n", "cmd\n", "cmd\n", "cmd\n"}));
-
-        tracker.steps.clear();
-        tracker.openResult = 0;
-        tracker.echo = 0;
-        studio().output.clear();
-        window.submitTrackwell();
-        QCOMPARE(tracker.steps, QStringList({"open"}));
-        QCOMPARE(studio().output,
-                 QStringList({"Submit Defect Report ...\n", "broken\n", "Stopped.\n"}));
-        studio().tracker = nullptr;
         QADialogs::install(nullptr);
     }
 };

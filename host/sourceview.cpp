@@ -2,10 +2,13 @@
 
 #include "sdk/qasafefile.h"
 
+#include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFile>
 #include <QFontDatabase>
 #include <QPainter>
 #include <QTextBlock>
+#include <QUrl>
 
 // The margin of a source view that shows the line numbers; the view paints it.
 class LineNumberMargin : public QWidget
@@ -132,4 +135,19 @@ void SourceView::showLine(int line)
     highlight.cursor = cursor;
     setExtraSelections({highlight});
     centerCursor();
+}
+
+bool SourceView::openInEditor(QString* error) const
+{
+    // What is there now, not what was read: a FIFO put in its place would hang the editor.
+    if (!QASafeWrite::isRegularFile(m_path)) {
+        *error =
+            QCoreApplication::translate("SourceView", "%1 is no longer a regular file").arg(m_path);
+        return false;
+    }
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(m_path))) {
+        *error = QCoreApplication::translate("SourceView", "No editor opens %1").arg(m_path);
+        return false;
+    }
+    return true;
 }

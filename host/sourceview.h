@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <memory>
 
 // A source file shown read-only, with one line highlighted.
@@ -17,6 +18,12 @@ public:
     static std::unique_ptr<SourceView> open(const QString& path, QString* error);
 
     const QString& path() const { return m_path; }
+    // The tab whose link showed the file last: Back returns to it. Null when it is gone.
+    QWidget* cameFrom() const { return m_cameFrom; }
+    void setCameFrom(QWidget* page) { m_cameFrom = page; }
+    // Hands the file to the desktop's editor for it; false with `error` when it is no longer a
+    // regular file or no editor takes it.
+    bool openInEditor(QString* error) const;
     // Highlights line `line` (from 1) and scrolls it into view; lines past the end go to the last.
     void showLine(int line);
     // The width of the margin on the left that numbers the lines.
@@ -31,6 +38,7 @@ private:
     void paintLineNumbers(QPaintEvent* event);
 
     QString m_path;
+    QPointer<QWidget> m_cameFrom;
     int m_line = 0;
     QWidget* m_lineNumbers;
 };

@@ -1,5 +1,6 @@
 #include "host/studiocommands.h"
 
+#include "host/outputdock.h"
 #include "host/recentfiles.h"
 #include "host/sourceview.h"
 #include "host/studiotabs.h"
@@ -25,15 +26,15 @@ bool viewerFlag(const QAStViewerWindow* viewer, const char* name)
 } // namespace
 
 StudioCommands::StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent,
-                               QDockWidget* output)
-    : QObject(window), m_window(window), m_tabs(tabs)
+                               OutputDock* output)
+    : QObject(window), m_window(window), m_tabs(tabs), m_output(output)
 {
-    createMenus(recent, output);
+    createMenus(recent);
     // The mouse's back and forward buttons, wherever in the window they are pressed.
     qApp->installEventFilter(this);
 }
 
-void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
+void StudioCommands::createMenus(RecentFiles* recent)
 {
     auto command = [this](QMenu* menu, Command id, const QString& text,
                           QKeySequence::StandardKey key) {
@@ -47,6 +48,8 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
     file->addAction(tr("&Open..."), QKeySequence::Open, this, &StudioCommands::openRequested);
     recent->setMenu(file->addMenu(tr("Open &Recent")));
     command(file, Reload, tr("&Reload"), QKeySequence::Refresh);
+    command(file, OpenInEditor, tr("Open in &Editor"), QKeySequence::UnknownKey);
+    m_commands[OpenInEditor]->setStatusTip(tr("Open the source file shown in its editor"));
     command(file, SaveAs, tr("Save &As..."), QKeySequence::SaveAs);
     command(file, ExportDoc, tr("&Export to HTML..."), QKeySequence::UnknownKey);
     command(file, Print, tr("&Print..."), QKeySequence::Print);
@@ -86,7 +89,7 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
 
     m_viewMenu = bar->addMenu(tr("&View"));
     m_viewMenu->addAction(m_tabs->outlineDock()->toggleViewAction());
-    m_viewMenu->addAction(output->toggleViewAction());
+    m_viewMenu->addAction(m_output->toggleViewAction());
 
     for (QMenu* menu : {file, edit, go})
         connect(menu, &QMenu::aboutToShow, this, &StudioCommands::update);
@@ -105,7 +108,10 @@ void StudioCommands::update()
     m_commands[Find]->setEnabled(viewer && viewer->isFindEnabled());
     m_commands[FindNext]->setEnabled(viewer && viewer->isFindEnabled());
     m_commands[FindPrevious]->setEnabled(viewer && viewer->isFindEnabled());
-    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack"));
+    m_commands[OpenInEditor]->setEnabled(source);
+    // A source goes back to the tab whose link showed it.
+    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack") ||
+                                 (source && m_tabs->holdsPage(source->cameFrom())));
     m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
     m_commands[NextTab]->setEnabled(m_tabs->count() > 1);
     m_commands[PreviousTab]->setEnabled(m_tabs->count() > 1);
@@ -122,6 +128,14 @@ void StudioCommands::run(Command command)
         Q_EMIT aboutToReload();
         viewer->reload();
         break;
+    case OpenInEditor: {
+        QString error;
+        if (!m_tabs->activeSource()->openInEditor(&error)) {
+            m_output->appendOutput(error);
+            m_output->show();
+        }
+        break;
+    }
     case SaveAs:
         viewer->saveAs();
         break;
@@ -150,7 +164,10 @@ void StudioCommands::run(Command command)
         QMetaObject::invokeMethod(viewer, "findPrevious");
         break;
     case Back:
-        QMetaObject::invokeMethod(viewer, "goBack");
+        if (const SourceView* source = m_tabs->activeSource())
+            m_tabs->show(source->cameFrom());
+        else
+            QMetaObject::invokeMethod(viewer, "goBack");
         break;
     case Forward:
         QMetaObject::invokeMethod(viewer, "goForward");

@@ -3,9 +3,9 @@
 #include <QObject>
 
 class QAction;
-class QDockWidget;
 class QMainWindow;
 class QMenu;
+class OutputDock;
 class RecentFiles;
 class StudioTabs;
 
@@ -18,8 +18,8 @@ class StudioCommands : public QObject
 
 public:
     // Builds the menus of `window`: File > Open Recent lists `recent`, View shows or hides the
-    // outline and `output` docks.
-    StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent, QDockWidget* output);
+    // outline and `output` docks; what cannot be done is said in `output`.
+    StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent, OutputDock* output);
 
     // The plug-in's menus go before Tools; Tools and View take more entries.
     QMenu* toolsMenu() const { return m_toolsMenu; }
@@ -41,6 +41,7 @@ private:
     enum Command
     {
         Reload,
+        OpenInEditor,
         SaveAs,
         ExportDoc,
         Print,
@@ -56,11 +57,12 @@ private:
         CommandCount
     };
 
-    void createMenus(RecentFiles* recent, QDockWidget* output);
+    void createMenus(RecentFiles* recent);
     void run(Command command);
 
     QMainWindow* m_window;
     StudioTabs* m_tabs;
+    OutputDock* m_output;
     QMenu* m_toolsMenu = nullptr;
     QMenu* m_viewMenu = nullptr;
     QAction* m_commands[CommandCount] = {};

@@ -103,6 +103,11 @@ bool StudioTabs::holds(QAStViewerWindow* viewer) const
     return viewer && m_tabs->indexOf(viewer) >= 0;
 }
 
+bool StudioTabs::holdsPage(const QWidget* page) const
+{
+    return page && m_tabs->indexOf(const_cast<QWidget*>(page)) >= 0;
+}
+
 void StudioTabs::show(QWidget* page)
 {
     m_tabs->setCurrentWidget(page);
@@ -253,6 +258,8 @@ bool StudioTabs::showSource(const QString& path, int line, bool activate, QStrin
         if (auto* source = qobject_cast<SourceView*>(m_tabs->widget(i));
             source && source->path() == path) {
             source->showLine(line);
+            if (activate && source != m_tabs->currentWidget())
+                source->setCameFrom(m_tabs->currentWidget());
             if (activate)
                 m_tabs->setCurrentWidget(source);
             return true;
@@ -265,7 +272,9 @@ bool StudioTabs::showSource(const QString& path, int line, bool activate, QStrin
     const int index = m_tabs->addTab(shown, QFileInfo(path).fileName());
     m_tabs->setTabToolTip(index, QAPlainText::toolTip(QDir::toNativeSeparators(path)));
     shown->showLine(line);
-    if (activate)
+    if (activate) {
+        shown->setCameFrom(m_tabs->currentWidget());
         m_tabs->setCurrentWidget(shown);
+    }
     return true;
 }

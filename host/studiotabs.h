@@ -32,9 +32,11 @@ public:
     // Whether `viewer` is one of the tabs (a window whose tab was closed may still be on its
     // way out).
     bool holds(QAStViewerWindow* viewer) const;
+    bool holdsPage(const QWidget* page) const;
     void show(QWidget* page);
     // Shows `path` at `line` in its tab, which is made when the file is not shown yet; false
-    // with `error` when the file cannot be shown.
+    // with `error` when the file cannot be shown. Shown from the tab in front, it goes back there
+    // (see SourceView::cameFrom()).
     bool showSource(const QString& path, int line, bool activate, QString* error);
 
     // The viewer of the tab shown (null when it shows a source), the one last told it is

@@ -8,6 +8,7 @@
 
 #include <QAbstractScrollArea>
 #include <QApplication>
+#include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -19,13 +20,16 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
 #include <QTreeWidget>
+#include <QUrl>
 #include <iostream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -162,6 +166,18 @@ QPushButton* buttonNamed(const QWidget* parent, const QString& text)
 }
 
 } // namespace
+
+// Stands for the desktop's editors: notes the files handed to them.
+class Editors : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList opened;
+
+public Q_SLOTS:
+    void open(const QUrl& url) { opened.append(url.toLocalFile()); }
+};
 
 class TestTriage : public QObject
 {
@@ -334,6 +350,46 @@ private Q_SLOTS:
                        path(QStringLiteral("elsewhere/lib/b.c line 1"))));
         QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("three/lib/b.c")));
         QVERIFY(m_studio.dialogs().messages().isEmpty());
+    }
+    // From a source shown by a link, Back (the key, the menu) returns to the report it came
+    // from. Open in Editor hands the file to the desktop's editor, and refuses it once a FIFO
+    // took its place.
+    void sourceViewBackAndEditor()
+    {
+        QVERIFY(writeFile(path(QStringLiteral("back/main.c")), "int a;\nint b;\n"));
+        QVERIFY(writeFile(path(QStringLiteral("back/finding.crc")),
+                          reportLinkingTo(QStringLiteral("main.c line 2"))));
+        QVERIFY(m_studio.open({example("rules-core.crc")}));
+        QVERIFY(m_studio.open({path(QStringLiteral("back/finding.crc"))}));
+        QVERIFY(m_studio.clickLink(QStringLiteral("main.c line 2")));
+        QCOMPARE(m_studio.currentTabText(), QStringLiteral("main.c"));
+        m_studio.press(Qt::Key_Left, Qt::AltModifier);
+        QCOMPARE(m_studio.currentTabText(), QStringLiteral("finding.crc"));
+        QVERIFY(m_studio.clickLink(QStringLiteral("main.c line 2")));
+        QCOMPARE(m_studio.currentTabText(), QStringLiteral("main.c"));
+        QVERIFY(m_studio.trigger({QStringLiteral("Go"), QStringLiteral("Back")}));
+        QCOMPARE(m_studio.currentTabText(), QStringLiteral("finding.crc"));
+
+        Editors editors;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &editors, "open");
+        auto noEditors =
+            qScopeGuard([] { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); });
+        QVERIFY(!m_studio.entry({QStringLiteral("File"), QStringLiteral("Open in Editor")})
+                     ->isEnabled());
+        QVERIFY(m_studio.clickLink(QStringLiteral("main.c line 2")));
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Open in Editor")}));
+        QCOMPARE(editors.opened, QStringList{path(QStringLiteral("back/main.c"))});
+
+        QVERIFY(QFile::remove(path(QStringLiteral("back/main.c"))));
+        QCOMPARE(mkfifo(QFile::encodeName(path(QStringLiteral("back/main.c"))).constData(), 0600),
+                 0);
+        m_studio.newOutput();
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Open in Editor")}));
+        QCOMPARE(editors.opened.size(), 1);
+        QVERIFY2(m_studio.newOutput().join('\n').contains(
+                     path(QStringLiteral("back/main.c")) +
+                     QStringLiteral(" is no longer a regular file")),
+                 qPrintable(m_studio.output()));
     }
 };
 

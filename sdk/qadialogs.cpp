@@ -1,5 +1,6 @@
 #include "sdk/qadialogs.h"
 
+#include <QDialog>
 #include <QFileDialog>
 
 namespace {
@@ -18,6 +19,8 @@ public:
         box.setDefaultButton(defaultButton);
         return QMessageBox::StandardButton(box.exec());
     }
+
+    int run(QDialog* dialog) override { return dialog->exec(); }
 
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
                               const QString& filter, QString* selectedFilter) override
@@ -110,4 +113,12 @@ QString ScriptedDialogs::existingDirectory(QWidget*, const QString& caption, con
 {
     asked.append({QStringLiteral("directory"), caption, QString(), QString()});
     return directories.isEmpty() ? QString() : directories.takeFirst();
+}
+
+int ScriptedDialogs::run(QDialog* dialog)
+{
+    asked.append({QStringLiteral("dialog"), dialog->windowTitle(), QString(), QString()});
+    if (dialogRuns.isEmpty())
+        return QDialog::Accepted;
+    return dialogRuns.takeFirst()(dialog);
 }

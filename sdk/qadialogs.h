@@ -3,7 +3,10 @@
 #include <QList>
 #include <QMessageBox>
 #include <QStringList>
+#include <functional>
 #include <memory>
+
+class QDialog;
 
 // Every message box, question and file or directory dialog of the plug-in goes through here.
 // The default shows the real dialogs, message boxes with their text as plain text (it names files
@@ -27,6 +30,9 @@ public:
                                  const QString& filter) = 0;
     virtual QString existingDirectory(QWidget* parent, const QString& caption,
                                       const QString& directory) = 0;
+    // Runs one of the studio's own dialogs to its end, modally; its result (QDialog::Accepted or
+    // Rejected).
+    virtual int run(QDialog* dialog) = 0;
 
     // The dialogs in force; the real ones until install() is called.
     static QADialogs& current();
@@ -48,7 +54,7 @@ class ScriptedDialogs : public QADialogs
 public:
     struct Asked
     {
-        QString kind; // "message", "open", "save" or "directory"
+        QString kind; // "message", "open", "save", "directory" or "dialog"
         QString title;
         QString text;
         QString selectedFilter; // the filter an open dialog showed first
@@ -64,6 +70,9 @@ public:
                          const QString& filter) override;
     QString existingDirectory(QWidget* parent, const QString& caption,
                               const QString& directory) override;
+    // Hands the dialog to the next of `dialogRuns` (which may show it and act on it as a user
+    // does) and answers its result; accepts it untouched when there is none.
+    int run(QDialog* dialog) override;
 
     // Answers to give, in order; when they run out, message boxes take their default button
     // and file dialogs are cancelled.
@@ -73,5 +82,6 @@ public:
     // run out, the filter shown first stays.
     QList<QString> filters;
     QList<QString> directories;
+    QList<std::function<int(QDialog*)>> dialogRuns;
     QList<Asked> asked;
 };

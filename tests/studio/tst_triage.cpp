@@ -2,12 +2,14 @@
 // dialog and Open Recent, keys between tabs, source roots in the preferences, the source view
 // of a finding, and defects that keep what the finding said.
 
+#include "defects/defectstore.h"
 #include "host/studiomainwindow.h"
 #include "tests/studio/studiofixture.h"
 #include "tests/testkit.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>
+#include <QCheckBox>
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -21,6 +23,8 @@
 #include <QProcessEnvironment>
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -165,6 +169,65 @@ QPushButton* buttonNamed(const QWidget* parent, const QString& text)
     return nullptr;
 }
 
+// Shows the dialog handed to the studio's dialogs, lets `act` work on it as a user does, and
+// answers how it ended.
+std::function<int(QDialog*)> actingOn(const std::function<void(QDialog*)>& act)
+{
+    return [act](QDialog* dialog) {
+        dialog->show();
+        act(dialog);
+        const int result = dialog->result();
+        dialog->hide();
+        return result;
+    };
+}
+
+// Clicks the button of the dialog that reads `text`.
+void click(const QDialog* dialog, const QString& text)
+{
+    if (QPushButton* button = buttonNamed(dialog, text))
+        QTest::mouseClick(button, Qt::LeftButton);
+}
+
+QList<Defect> storedDefects(const QString& store)
+{
+    DefectStore reader(store);
+    QList<Defect> defects;
+    if (!reader.read(&defects))
+        qWarning() << reader.errorString();
+    return defects;
+}
+
+// A defect store as the first crcstudio made it, holding one defect; false when it cannot be
+// made.
+bool writeFirstStore(const QString& path)
+{
+    bool made = false;
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("first"));
+        database.setDatabaseName(path);
+        QSqlQuery query(database);
+        made = database.open() &&
+               query.exec(QStringLiteral(
+                   "CREATE TABLE defects ( id INTEGER PRIMARY KEY AUTOINCREMENT, state TEXT NOT "
+                   "NULL DEFAULT 'open'  CHECK (state IN ('open', 'closed')), headline TEXT NOT "
+                   "NULL, description TEXT NOT NULL, item_path TEXT NOT NULL, file TEXT, filed "
+                   "TEXT NOT NULL, external_reference TEXT)")) &&
+               query.exec(QStringLiteral(
+                   "CREATE TABLE attachments ( defect INTEGER NOT NULL REFERENCES defects(id), "
+                   "label TEXT NOT NULL, path TEXT NOT NULL, size INTEGER NOT NULL, sha256 TEXT "
+                   "NOT NULL)")) &&
+               query.exec(QStringLiteral("PRAGMA user_version = 1")) &&
+               query.exec(QStringLiteral(
+                   "INSERT INTO defects (headline, description, item_path, filed) VALUES "
+                   "('old one', 'kept', '[\"a.crc\",\"x\"]', '2025-01-02T03:04:05Z')"));
+        database.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("first"));
+    return made;
+}
+
 } // namespace
 
 // Stands for the desktop's editors: notes the files handed to them.
@@ -188,6 +251,24 @@ class TestTriage : public QObject
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
     QString settingsPath() const { return path(QStringLiteral("config/settings.xml")); }
+
+    // An analyzer's log of one finding, with its source beside it; the log's path.
+    QString writeScan() const
+    {
+        const QString log = path(QStringLiteral("scan/scan.sarif"));
+        const bool written =
+            writeFile(path(QStringLiteral("scan/src/copy.c")),
+                      "int f(char* in)\n{\n    char buf[4];\n    strcpy(buf, in);\n}\n") &&
+            writeFile(log, R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"Flawfinder"}},
+                "results":[{"ruleId":"FF1001","level":"error",
+                "message":{"text":"Buffer <b>overflow</b> of buf"},
+                "locations":[{"physicalLocation":{"artifactLocation":{"uri":"src/copy.c"},
+                "region":{"startLine":3,"endLine":4,
+                "snippet":{"text":"char buf[4];\n    strcpy(buf, in);"}}}}]}]}]})");
+        if (!written)
+            qWarning() << "Cannot write" << log;
+        return log;
+    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -390,6 +471,101 @@ private Q_SLOTS:
                      path(QStringLiteral("back/main.c")) +
                      QStringLiteral(" is no longer a regular file")),
                  qPrintable(m_studio.output()));
+    }
+    // A defect filed from an analyzer's finding keeps its source, rule, level, message and code,
+    // and has the log attached, not its converted copy. Before it is filed it is shown for
+    // review, texts from the log as they are: Cancel files nothing, the headline can be
+    // amended, and reviews can be turned off, which is kept in the settings.
+    void defectsKeepWhatTheFindingSays()
+    {
+        const QString log = writeScan();
+        const QString store = path(QStringLiteral("scan/defects.sqlite"));
+        m_studio.useDefectStore(store);
+        QVERIFY(m_studio.open({log}));
+        QStringList finding;
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        for (QModelIndex item = entries->index(0, 0); item.isValid();
+             item = entries->index(0, 0, item))
+            finding.append(item.data().toString());
+        auto reviews = [this] {
+            int count = 0;
+            for (const ScriptedDialogs::Asked& one : std::as_const(m_studio.dialogs().asked))
+                count += one.kind == QLatin1String("dialog") ? 1 : 0;
+            return count;
+        };
+
+        m_studio.newOutput();
+        m_studio.dialogs().dialogRuns.append(
+            actingOn([](QDialog* dialog) { click(dialog, QStringLiteral("Cancel")); }));
+        QVERIFY(m_studio.fileDefect(finding));
+        QCOMPARE(reviews(), 1);
+        QVERIFY(storedDefects(store).isEmpty());
+        QVERIFY2(m_studio.newOutput().join('\n').contains(QLatin1String("nothing was filed")),
+                 qPrintable(m_studio.output()));
+
+        QString details;
+        m_studio.dialogs().dialogRuns.append(actingOn([&details](QDialog* dialog) {
+            details = dialog->findChild<QPlainTextEdit*>(QStringLiteral("details"))->toPlainText();
+            typeOver(fieldLabelled(dialog, QStringLiteral("Headline:")),
+                     QStringLiteral("Overflow in copy.c"));
+            click(dialog, QStringLiteral("File"));
+        }));
+        QVERIFY(m_studio.fileDefect(finding));
+        QCOMPARE(reviews(), 2);
+        QList<Defect> defects = storedDefects(store);
+        QCOMPARE(defects.size(), 1);
+        const Defect& filed = defects.first();
+        QCOMPARE(filed.headline, QStringLiteral("Overflow in copy.c"));
+        QCOMPARE(filed.sourcePath, path(QStringLiteral("scan/src/copy.c")));
+        QCOMPARE(filed.sourceLine, 3);
+        QCOMPARE(filed.rule, QStringLiteral("FF1001"));
+        QCOMPARE(filed.level, QStringLiteral("error"));
+        QCOMPARE(filed.message, QStringLiteral("Buffer <b>overflow</b> of buf"));
+        QCOMPARE(filed.snippet, QStringLiteral("char buf[4];\n    strcpy(buf, in);"));
+        QCOMPARE(filed.file, log);
+        QCOMPARE(filed.attachments.size(), 1);
+        QCOMPARE(filed.attachments.first().path, log);
+        QVERIFY2(details.contains(QStringLiteral("Message: Buffer <b>overflow</b> of buf")),
+                 qPrintable(details));
+        QVERIFY2(details.contains(QStringLiteral("Attached: ") + log), qPrintable(details));
+
+        m_studio.dialogs().dialogRuns.append(actingOn([](QDialog* dialog) {
+            for (QCheckBox* box : dialog->findChildren<QCheckBox*>()) {
+                if (plainText(box->text()) ==
+                    QLatin1String("Review each defect before it is filed"))
+                    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(4, box->height() / 2));
+            }
+            click(dialog, QStringLiteral("File"));
+        }));
+        QVERIFY(m_studio.fileDefect(finding));
+        QVERIFY(m_studio.fileDefect(finding));
+        QCOMPARE(reviews(), 3);
+        QCOMPARE(storedDefects(store).size(), 3);
+        QVERIFY(testkit::readFile(settingsPath())
+                    .contains("<boolean name=\"review_before_filing\" value=\"false\"/>"));
+    }
+    // A store of the first crcstudio, without the details of findings, is read as it is and
+    // takes a defect with them: its old defect is kept.
+    void aFirstStoreTakesTheDetails()
+    {
+        const QString store = path(QStringLiteral("first/defects.sqlite"));
+        QVERIFY(QDir().mkpath(path(QStringLiteral("first"))));
+        QVERIFY(writeFirstStore(store));
+        QCOMPARE(storedDefects(store).size(), 1);
+        m_studio.useDefectStore(store);
+        QVERIFY(m_studio.open({writeScan()}));
+        QStringList finding;
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        for (QModelIndex item = entries->index(0, 0); item.isValid();
+             item = entries->index(0, 0, item))
+            finding.append(item.data().toString());
+        QVERIFY(m_studio.fileDefect(finding));
+        const QList<Defect> defects = storedDefects(store);
+        QCOMPARE(defects.size(), 2);
+        QCOMPARE(defects.first().headline, QStringLiteral("old one"));
+        QVERIFY(defects.first().rule.isEmpty());
+        QCOMPARE(defects.last().rule, QStringLiteral("FF1001"));
+        QCOMPARE(defects.last().sourceLine, 3);
     }
 };
 

@@ -4,6 +4,9 @@
 #include <QPointer>
 #include <memory>
 
+class QLabel;
+struct SourceRequest;
+
 // A source file shown read-only, with one line highlighted.
 class SourceView : public QPlainTextEdit
 {
@@ -24,8 +27,11 @@ public:
     // Hands the file to the desktop's editor for it; false with `error` when it is no longer a
     // regular file or no editor takes it.
     bool openInEditor(QString* error) const;
-    // Highlights line `line` (from 1) and scrolls it into view; lines past the end go to the last.
-    void showLine(int line);
+    // Highlights the place of `request` and scrolls it into view: its line (from 1; lines past
+    // the end go to the last) and those after it that its last line or its snippet cover, the
+    // snippet's lines where they read as the file's. Its message, when it has one, shows beside
+    // the first line.
+    void showPlace(const SourceRequest& request);
     // The width of the margin on the left that numbers the lines.
     int lineNumberWidth() const;
 
@@ -36,9 +42,12 @@ private:
     friend class LineNumberMargin;
     explicit SourceView(const QString& path);
     void paintLineNumbers(QPaintEvent* event);
+    // Puts the message beside the first line of the place, where it is drawn now.
+    void placeMessage();
 
     QString m_path;
     QPointer<QWidget> m_cameFrom;
     int m_line = 0;
     QWidget* m_lineNumbers;
+    QLabel* m_message;
 };

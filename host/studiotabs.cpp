@@ -252,12 +252,13 @@ void StudioTabs::closeTab(int index)
     page->deleteLater();
 }
 
-bool StudioTabs::showSource(const QString& path, int line, bool activate, QString* error)
+bool StudioTabs::showSource(const QString& path, const SourceRequest& request, bool activate,
+                            QString* error)
 {
     for (int i = 0; i < m_tabs->count(); ++i) {
         if (auto* source = qobject_cast<SourceView*>(m_tabs->widget(i));
             source && source->path() == path) {
-            source->showLine(line);
+            source->showPlace(request);
             if (activate && source != m_tabs->currentWidget())
                 source->setCameFrom(m_tabs->currentWidget());
             if (activate)
@@ -271,7 +272,7 @@ bool StudioTabs::showSource(const QString& path, int line, bool activate, QStrin
     SourceView* shown = source.release(); // the tabs own it from here
     const int index = m_tabs->addTab(shown, QFileInfo(path).fileName());
     m_tabs->setTabToolTip(index, QAPlainText::toolTip(QDir::toNativeSeparators(path)));
-    shown->showLine(line);
+    shown->showPlace(request);
     if (activate) {
         shown->setCameFrom(m_tabs->currentWidget());
         m_tabs->setCurrentWidget(shown);

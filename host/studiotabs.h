@@ -11,6 +11,7 @@ class QStackedWidget;
 class QTabWidget;
 class QWidget;
 class SourceView;
+struct SourceRequest;
 
 // The middle of the studio's window: viewer windows and source files as tabs, or a text that
 // says how to open a file while there are none, and the outline of the viewer shown in the
@@ -34,10 +35,12 @@ public:
     bool holds(QAStViewerWindow* viewer) const;
     bool holdsPage(const QWidget* page) const;
     void show(QWidget* page);
-    // Shows `path` at `line` in its tab, which is made when the file is not shown yet; false
-    // with `error` when the file cannot be shown. Shown from the tab in front, it goes back there
-    // (see SourceView::cameFrom()).
-    bool showSource(const QString& path, int line, bool activate, QString* error);
+    // Shows `path` at the place of `request` in its tab (its path is the one asked for, `path`
+    // where it was found), which is made when the file is not shown yet; false with `error`
+    // when the file cannot be shown. Shown from the tab in front, it goes back there (see
+    // SourceView::cameFrom()).
+    bool showSource(const QString& path, const SourceRequest& request, bool activate,
+                    QString* error);
 
     // The viewer of the tab shown (null when it shows a source), the one last told it is
     // active, and every viewer in tab order.

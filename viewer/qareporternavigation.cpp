@@ -5,15 +5,20 @@
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
+#include "model/qareporternode.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
+#include "sdk/sourcerequest.h"
 #include "sdk/studiointerface.h"
+#include "session/findingdetails.h"
 #include "session/placehistory.h"
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 
+#include <QDir>
 #include <QMainWindow>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QStatusBar>
 
@@ -77,6 +82,37 @@ void QAReporter::scrollToTag(const QString& tag, int, int)
     moveDoc(tag);
 }
 
+// The place a source link leads to; at the own place of a finding, with what the finding says
+// there. The finding is the node whose section holds the link or, failing that, the entry
+// selected in the outline, when the link leads to that finding's place.
+SourceRequest QAReporter::sourceRequest(DLink* link, const QString& location) const
+{
+    static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
+    const QRegularExpressionMatch place = atLine.match(location);
+    SourceRequest request;
+    request.path = place.hasMatch() ? place.captured(1) : location;
+    request.line = place.captured(2).toInt();
+    const auto at = [&request](const QAReporterNode* node) {
+        FindingDetails details = node ? FindingDetails::of(*node) : FindingDetails();
+        if (details.sourceLine != request.line || details.sourcePath.isEmpty() ||
+            !QDir::cleanPath(request.path).endsWith(QDir::cleanPath(details.sourcePath)))
+            details = FindingDetails();
+        return details;
+    };
+    FindingDetails details = at(m_session->searchReporterNode(link));
+    if (details.sourceLine == 0) {
+        const OutlineNode* selected = OutlineModel::nodeOf(currentEntry());
+        details = at(selected ? selected->data : nullptr);
+    }
+    if (details.sourceLine > 0) {
+        request.message = details.level.isEmpty()
+                              ? details.message
+                              : details.level + QStringLiteral(": ") + details.message;
+        request.snippet = details.snippet;
+    }
+    return request;
+}
+
 void QAReporter::resolveLink(DLink* link)
 {
     const ReportSession::LinkAction action = m_session->followLink(link);
@@ -105,10 +141,12 @@ void QAReporter::resolveLink(DLink* link)
     case ReportSession::LinkAction::OpenTag:
         history.leave(currentPlace()); // the studio moves this window
         Q_EMIT stateChanged();
-        [[fallthrough]];
-    case ReportSession::LinkAction::OpenSource:
         if (StudioInterface* studio = hostStudio())
             studio->openLocation(action.location, 3, true);
+        return;
+    case ReportSession::LinkAction::OpenSource:
+        if (StudioInterface* studio = hostStudio())
+            studio->openSource(sourceRequest(link, action.location));
         return;
     }
     if (!action.anchor.isEmpty())

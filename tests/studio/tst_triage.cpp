@@ -29,6 +29,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QUrl>
@@ -566,6 +567,44 @@ private Q_SLOTS:
         QVERIFY(defects.first().rule.isEmpty());
         QCOMPARE(defects.last().rule, QStringLiteral("FF1001"));
         QCOMPARE(defects.last().sourceLine, 3);
+    }
+    // Following a finding's own place highlights all the lines of its region and shows its
+    // message beside the first, as text; a link elsewhere shows the line alone, no message.
+    void sourceViewShowsTheFindingsRegionAndMessage()
+    {
+        const QString log = writeScan();
+        QVERIFY(m_studio.open({log}));
+        QStringList finding;
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        for (QModelIndex item = entries->index(0, 0); item.isValid();
+             item = entries->index(0, 0, item))
+            finding.append(item.data().toString());
+        QVERIFY(m_studio.clickEntry(finding));
+        QVERIFY(m_studio.clickLink(QStringLiteral("src/copy.c line 3")));
+        QPlainTextEdit* source = m_studio.sourceView();
+        QVERIFY2(source, qPrintable(m_studio.output()));
+        QList<int> highlighted;
+        for (const QTextEdit::ExtraSelection& one : source->extraSelections())
+            highlighted.append(one.cursor.blockNumber() + 1);
+        QCOMPARE(highlighted, (QList<int>{3, 4}));
+        auto* message = source->viewport()->findChild<QLabel*>(QStringLiteral("findingMessage"));
+        QVERIFY(message && message->isVisible());
+        QCOMPARE(message->textFormat(), Qt::PlainText);
+        QCOMPARE(message->text(), QStringLiteral("error: Buffer <b>overflow</b> of buf"));
+        const QTextBlock third = source->document()->findBlockByNumber(2);
+        const QRect line = source->cursorRect(QTextCursor(third));
+        QVERIFY2(message->geometry().top() <= line.center().y() &&
+                     message->geometry().bottom() >= line.center().y(),
+                 qPrintable(QStringLiteral("%1 %2").arg(message->y()).arg(line.y())));
+        QVERIFY(message->x() > source->fontMetrics().horizontalAdvance(third.text()));
+
+        QVERIFY(writeFile(path(QStringLiteral("scan/plain.crc")),
+                          reportLinkingTo(QStringLiteral("src/copy.c line 3"))));
+        QVERIFY(m_studio.open({path(QStringLiteral("scan/plain.crc"))}));
+        QVERIFY(m_studio.clickLink(QStringLiteral("src/copy.c line 3")));
+        QCOMPARE(m_studio.sourceView(), source);
+        QCOMPARE(source->extraSelections().size(), 1);
+        QVERIFY(message->isHidden());
     }
 };
 

@@ -544,6 +544,23 @@ private Q_SLOTS:
         QCOMPARE(storedDefects(store).size(), 3);
         QVERIFY(testkit::readFile(settingsPath())
                     .contains("<boolean name=\"review_before_filing\" value=\"false\"/>"));
+
+        // Tools > Defect Tracker shows the reviews turned off, and turns them on again.
+        QPointer<QDialog> tracker = m_studio.openTrackerDialog();
+        QVERIFY(tracker);
+        QCheckBox* review = nullptr;
+        for (QCheckBox* box : tracker->findChildren<QCheckBox*>()) {
+            if (plainText(box->text()) == QLatin1String("Review each defect before it is filed"))
+                review = box;
+        }
+        QVERIFY(review && !review->isChecked());
+        QTest::mouseClick(review, Qt::LeftButton, {}, QPoint(4, review->height() / 2));
+        QTest::mouseClick(tracker->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok),
+                          Qt::LeftButton);
+        QTRY_VERIFY(tracker.isNull());
+        QVERIFY(m_studio.fileDefect(finding));
+        QCOMPARE(reviews(), 4);
+        QCOMPARE(storedDefects(store).size(), 4);
     }
     // A store of the first crcstudio, without the details of findings, is read as it is and
     // takes a defect with them: its old defect is kept.

@@ -39,6 +39,8 @@ bool sameFile(const QString& a, const QString& b)
 bool takesValue(const QString& command, const QString& option)
 {
     return (command == QLatin1String("dump") && option == QLatin1String("--hide-type")) ||
+           (command == QLatin1String("export") &&
+            (option == QLatin1String("--baseline") || option == QLatin1String("--source-url"))) ||
            (command == QLatin1String("summary") &&
             (option == QLatin1String("--node") || option == QLatin1String("--format") ||
              option == QLatin1String("--fail-on")));

@@ -3,6 +3,7 @@
 #include "cli/commandlinecontext.h"
 #include "cli/convertcommand.h"
 #include "cli/defectscommand.h"
+#include "cli/diffcommand.h"
 #include "cli/exitstatus.h"
 #include "filter/failurecounts.h"
 #include "filter/qareporterfilter.h"
@@ -32,8 +33,11 @@ void printUsage(std::ostream& out)
     out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
            "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
            "                       FILE...\n"
-           "       crcview export [--failed] DIRECTORY FILE...\n"
+           "       crcview export [--failed] [--baseline BASE] [--source-url TEMPLATE]\n"
+           "                      [--embed-sources] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
+           "       crcview diff [--format text|json|sarif|markdown [-o FILE]]... [--check]\n"
+           "                    BASE HEAD\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
            "       crcview --help | --version\n"
            "  dump              print every result node of FILE, its types and totals\n"
@@ -55,8 +59,19 @@ void printUsage(std::ostream& out)
            "                    summary as linked HTML pages into DIRECTORY; prints the\n"
            "                    path of index.html; exit status 2 when a file could not\n"
            "                    be read or a page could not be written\n"
+           "  --baseline BASE   the summary page starts with the failures that are new\n"
+           "                    since the run BASE, then those fixed since\n"
+           "  --source-url TEMPLATE  link sources to a web address, {path} the file's path\n"
+           "                    in the sources and {line} the line, e.g.\n"
+           "                    'https://host/repo/blob/REV/{path}#L{line}'\n"
+           "  --embed-sources   show the lines around each place under its link\n"
            "  convert           write the result-file markup of FILE to OUT.crc or to\n"
            "                    standard output\n"
+           "  diff              compare the failed results of HEAD with those of BASE:\n"
+           "                    the counts of new, fixed and still failing, each new one;\n"
+           "                    each --format may be given again, its -o FILE after it\n"
+           "  --check           (diff) exit status 1 when anything failed that did not\n"
+           "                    in BASE; 2 when a run cannot be read\n"
            "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
            "result files everywhere.\n"
            "  defects           list the defects filed from crcstudio (its store, or\n"
@@ -298,14 +313,33 @@ public:
 int exportPages(const QStringList& arguments, Loaded& loaded)
 {
     bool failedOnly = false;
+    QString baseline;
+    bool embedSources = false;
+    QString sourceUrl;
     QStringList rest;
-    for (const QString& argument : arguments) {
-        if (argument == QLatin1String("--failed"))
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("--failed")) {
             failedOnly = true;
-        else if (argument.startsWith(QLatin1Char('-')))
+        } else if (argument == QLatin1String("--baseline") && i + 1 < arguments.size() &&
+                   baseline.isNull()) {
+            baseline = arguments.at(++i);
+        } else if (argument == QLatin1String("--embed-sources")) {
+            embedSources = true;
+        } else if (argument == QLatin1String("--source-url") && i + 1 < arguments.size()) {
+            sourceUrl = arguments.at(++i);
+            // A web address, so that no page links to a script.
+            if (!(sourceUrl.startsWith(QLatin1String("https://")) ||
+                  sourceUrl.startsWith(QLatin1String("http://"))) ||
+                !sourceUrl.contains(QLatin1String("{path}"))) {
+                std::cerr << "crcview: --source-url needs an http or https address with {path}\n";
+                return exitUsage;
+            }
+        } else if (argument.startsWith(QLatin1Char('-'))) {
             return usage();
-        else
+        } else {
             rest.append(argument);
+        }
     }
     if (rest.size() < 2)
         return usage();
@@ -319,10 +353,16 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     ReportSession& session = loaded.viewer->session;
     const bool unreadable = !open(session, rest).isEmpty();
     if (failedOnly) {
-        // As a viewer asked to show failed tests only: all of them when none failed.
-        session.setFailedOnly(session.testFailed() > 0);
+        // The failed results only, none when none failed: the summary says how they went.
+        session.setFailedOnly(true);
         session.analyse(QStringLiteral("crcview"));
     }
+    // A baseline that cannot be read is said, and the pages are written without it.
+    QString baselineError;
+    const bool compared = baseline.isNull() || session.setBaseline(baseline, &baselineError);
+    if (!compared)
+        std::cerr << ImportCache::originalsIn(baselineError).toLocal8Bit().constData() << "\n";
+    session.setSourceExport(sourceUrl, embedSources);
     ErrorLog log;
     // Pages that could not be written and linked files that could not be read are each a line
     // on standard error already; they make the exit status 2.
@@ -330,7 +370,7 @@ int exportPages(const QStringList& arguments, Loaded& loaded)
     std::cout
         << QDir(directory).absoluteFilePath(session.exportedIndexPage()).toLocal8Bit().constData()
         << "\n";
-    return unreadable || !complete ? exitUnreadable : 0;
+    return unreadable || !complete || !compared ? exitUnreadable : 0;
 }
 
 // Ends the process once the output is out, leaving what the command read where it is. Every
@@ -365,6 +405,8 @@ int main(int argc, char** argv)
         return convertCommand(arguments);
     if (command == QLatin1String("defects"))
         return defectsCommand(arguments, usage);
+    if (command == QLatin1String("diff"))
+        return diffCommand(arguments, usage);
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;

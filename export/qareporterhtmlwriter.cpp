@@ -7,10 +7,13 @@
 #include "model/qareporternode.h"
 #include "model/reversesearch.h"
 #include "sdk/qafileutil.h"
+#include "sdk/qasafefile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QUrl>
 
 static const QChar slash(47);
 static const QChar backslash(92);
@@ -98,7 +101,8 @@ QString QAReporterHTMLWriter::reportPageName(const QString& tag) const
 {
     if (!m_pageNames)
         return safeFileName(QFileInfo(tag).baseName()) + pageSuffix();
-    return m_pageNames->nameFor(QStringLiteral("report:") + tag, tag, pageSuffix());
+    return m_pageNames->nameFor(QStringLiteral("report:") + tag, m_pageBases.value(tag, tag),
+                                pageSuffix());
 }
 
 // Attribute values are escaped, and a relative value never starts with what a browser would
@@ -112,17 +116,115 @@ void QAReporterHTMLWriter::writeHref(const QString& value)
     writeText(value);
 }
 
-void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file)
+void QAReporterHTMLWriter::setSourceOptions(const QString& urlTemplate, bool embed)
+{
+    m_sourceUrl = urlTemplate;
+    m_embedSources = embed;
+}
+
+QString QAReporterHTMLWriter::pathInSources(const QString& file, const QString& base) const
+{
+    QString path = QDir::cleanPath(QDir::fromNativeSeparators(file.trimmed()));
+    const QString root = QDir::cleanPath(QDir::fromNativeSeparators(base));
+    if (!is_relative_path(path) && !base.isEmpty() && path.startsWith(root + slash))
+        path = path.mid(root.size() + 1);
+    else if (!is_relative_path(path) && !m_xrdBase.isEmpty() &&
+             path.startsWith(QDir::cleanPath(m_xrdBase) + slash))
+        path = path.mid(QDir::cleanPath(m_xrdBase).size() + 1);
+    while (path.startsWith(QLatin1String("./")))
+        path = path.mid(2);
+    while (path.startsWith(slash))
+        path = path.mid(1);
+    return path;
+}
+
+const QList<QByteArray>& QAReporterHTMLWriter::sourceLines(const QString& path, int upTo)
+{
+    // Reading goes as far as the lines asked for, and never past the size a source may have.
+    constexpr qint64 maxSourceSize = 64 * 1024 * 1024;
+    constexpr int keptFiles = 16;
+    auto known = m_sources.find(path);
+    if (known != m_sources.end() && (known->complete || known->lines.size() >= upTo))
+        return known->lines;
+    if (known == m_sources.end()) {
+        if (m_sources.size() >= keptFiles)
+            m_sources.clear();
+        known = m_sources.insert(path, SourceFile());
+    }
+    SourceFile& source = known.value();
+    source.lines.clear();
+    source.complete = true;
+    QFile file(path);
+    QString reason;
+    if (!QASafeWrite::openRegularFile(file, &reason))
+        return source.lines;
+    qint64 read = 0;
+    while (read < maxSourceSize && !file.atEnd()) {
+        QByteArray line = file.readLine(maxSourceSize - read);
+        read += line.size();
+        if (line.endsWith('\n'))
+            line.chop(1);
+        if (line.endsWith('\r'))
+            line.chop(1);
+        source.lines.append(line);
+        if (source.lines.size() >= upTo) {
+            source.complete = file.atEnd();
+            break;
+        }
+    }
+    return source.lines;
+}
+
+// The lines around `line`, numbered, that one marked, as a block of the paragraph.
+QByteArray QAReporterHTMLWriter::sourceLinesMarkup(const QString& path, int line)
+{
+    constexpr int around = 3;
+    if (!m_embedSources || line < 1)
+        return {};
+    const QList<QByteArray>& lines = sourceLines(path, line + around);
+    if (lines.size() < line)
+        return {};
+    QByteArray out = "<code class=\"source-lines\" style=\"display:block;white-space:pre\">";
+    const int last = qMin(int(lines.size()), line + around);
+    for (int at = qMax(1, line - around); at <= last; ++at) {
+        const QString text = QStringLiteral("%1  ").arg(at, 6) +
+                             QString::fromUtf8(lines.at(at - 1)) + QLatin1Char('\n');
+        if (at == line)
+            out += "<mark>";
+        DHTMLWriter::appendEscaped(out, text);
+        if (at == line)
+            out += "</mark>";
+    }
+    return out + "</code>";
+}
+
+void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file, const QString& line)
 {
     QString path = QDir::toNativeSeparators(QDir::cleanPath(file.trimmed()));
-    if (path.isEmpty() || is_relative_path(path)) {
+    QString base;
+    if (path.isEmpty() || is_relative_path(path) || !m_sourceUrl.isEmpty()) {
         if (!m_nodes)
             m_nodes = std::make_unique<QAReporterNodeIndex>(m_displayed, DItem::Link);
         if (const QAReporterNode* node = m_nodes->find(link))
-            path = node->base + path;
+            base = node->base;
+    }
+    if (path.isEmpty() || is_relative_path(path)) {
+        path = base + path;
         // What is still relative lies beside the report, as in the viewer.
         if (is_relative_path(path) && !m_xrdBase.isEmpty())
             path = QDir::toNativeSeparators(QDir::cleanPath(m_xrdBase + slash + path));
+    }
+    const QString source = path;
+    if (!m_sourceUrl.isEmpty()) {
+        QString address = m_sourceUrl;
+        address.replace(QLatin1String("{path}"), QString::fromLatin1(QUrl::toPercentEncoding(
+                                                     pathInSources(file, base), "/")));
+        address.replace(QLatin1String("{line}"), QString::number(line.toInt()));
+        writeRaw("<a href=\"");
+        writeText(address);
+        writeRaw("\">");
+        writeChildren(link, "</a>" + sourceLinesMarkup(source, line.toInt()));
+        return;
     }
     if (!m_baseForLink.isEmpty()) {
         // Many links name the same file: each path is made relative once.
@@ -142,7 +244,7 @@ void QAReporterHTMLWriter::writeSourceLink(DItem* link, const QString& file)
         writeText(path);
     }
     writeRaw("\">");
-    writeChildren(link, "</a>");
+    writeChildren(link, "</a>" + sourceLinesMarkup(source, line.toInt()));
 }
 
 void QAReporterHTMLWriter::doLink(DItem* item)
@@ -153,7 +255,17 @@ void QAReporterHTMLWriter::doLink(DItem* item)
     const QString& target = link->target();
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     if (const QRegularExpressionMatch match = sourceLine.match(target); match.hasMatch()) {
-        writeSourceLink(item, match.captured(1));
+        writeSourceLink(item, match.captured(1), match.captured(2));
+        return;
+    }
+
+    // A web page (a rule's help) is linked as it is: its scheme is one a browser shows.
+    if (target.startsWith(QLatin1String("https://")) ||
+        target.startsWith(QLatin1String("http://"))) {
+        writeRaw("<a href=\"");
+        writeText(target);
+        writeRaw("\" rel=\"noopener noreferrer\">");
+        writeChildren(item, "</a>");
         return;
     }
 

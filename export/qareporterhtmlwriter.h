@@ -33,6 +33,10 @@ public:
 
     // The export directory: source paths are written relative to it.
     void setBaseForLink(const QString& dir);
+    // Source links lead to the web address `urlTemplate` makes ("{path}" the file's path from
+    // its node's base, "{line}" the line) instead of the file; none with an empty template.
+    // With `embed`, the lines around the place follow each link, read from the file.
+    void setSourceOptions(const QString& urlTemplate, bool embed);
     // The names of the export's files, which every page name comes from; borrowed. Without
     // them, pages are named after tags and report file names alone.
     void setPageNames(DPageNames* names) { m_pageNames = names; }
@@ -49,6 +53,12 @@ public:
     QAReporterData* exportedReport(const QString& xrdPath) const;
     // The page of the report whose document is tagged `tag`.
     QString reportPageName(const QString& tag) const;
+    // The name the page of the report document tagged `tag` is to have instead of its tag
+    // (a converted log's page is named after the log).
+    void setReportPageBase(const QString& tag, const QString& base)
+    {
+        m_pageBases.insert(tag, base);
+    }
 
     // Report files named by the links written so far, each once, in the order met: the paths
     // resolveXrd() gave while the link's page was written.
@@ -62,7 +72,13 @@ public:
     void doLink(DItem* item) override;
 
 private:
-    void writeSourceLink(DItem* link, const QString& file);
+    void writeSourceLink(DItem* link, const QString& file, const QString& line);
+    // The path of a source as the web address template takes it: from its node's base.
+    QString pathInSources(const QString& file, const QString& base) const;
+    // The lines around `line` of the source, as markup that follows its link.
+    QByteArray sourceLinesMarkup(const QString& path, int line);
+    // The first lines of a source file, read as far as asked; empty when it cannot be read.
+    const QList<QByteArray>& sourceLines(const QString& path, int upTo);
     void writeHref(const QString& value);
 
     QString m_baseForLink;
@@ -75,6 +91,15 @@ private:
     QStringList m_referencedXrd;
     QSet<QString> m_referencedSet;
     QSet<QString> m_reportTags; // of the reports' documents, for the links that name one
+    QHash<QString, QString> m_pageBases;
+    QString m_sourceUrl;
+    bool m_embedSources = false;
+    struct SourceFile
+    {
+        QList<QByteArray> lines;
+        bool complete = false; // read to its end, or as far as it can be
+    };
+    QHash<QString, SourceFile> m_sources; // a few files at a time
     QAIProgressMonitor* m_progress;
     QAILogMonitor* m_log;
     // Built at the first link that needs it: the displayed reports do not change while writing.

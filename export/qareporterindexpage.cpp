@@ -16,6 +16,7 @@ namespace {
 
 // A page listing a million failures helps nobody: the first ones are listed, the rest counted.
 constexpr int listedFailures = 200;
+constexpr int minListedPerFile = 10;
 
 QString text(const char* source)
 {
@@ -64,8 +65,7 @@ QString contextOf(const QStringList& above)
 
 } // namespace
 
-QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateTime& when,
-                             const std::function<QString(const QString& tag)>& pageOf)
+QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateTime& when)
 {
     qint64 passed = 0;
     qint64 failed = 0;
@@ -103,16 +103,28 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
                   text("%1 inconclusive").arg(inconclusive));
     out += "</svg>\n";
 
-    // The failures to list are the deepest ones: a failed item none of whose descendants
-    // failed, named with the items above it ("src/main.c › no-goto › line 42").
-    int listed = 0;
-    qint64 more = 0;
-    QByteArray items;
+    out += "<h2>";
+    appendText(out, text("Reports"));
+    out += "</h2>\n</header>\n";
+    return out;
+}
+
+QByteArray indexPageFailures(const QList<QAReporterData*>& reports,
+                             const std::function<QString(const QString& tag)>& pageOf)
+{
+    // Each file gets its share of the list, so that one file's many failures hide no other's:
+    // its first failures, then the way to its page.
+    const int perFile =
+        qMax(minListedPerFile, listedFailures / int(qMax<qsizetype>(1, reports.size())));
+    QByteArray out;
     for (const QAReporterData* record : reports) {
         QAReporterDataTree* tree = record->tree;
         if (!tree || !record->document)
             continue;
         const QString page = pageOf(record->document->tag());
+        const QString fileName = QFileInfo(record->fileName).fileName();
+        // The failures to list are the deepest ones: a failed item none of whose descendants
+        // failed, named with the items above it ("src/main.c › no-goto › line 42").
         struct Failure
         {
             const QAReporterNode* node;
@@ -136,10 +148,13 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
             }
             names.append(node->name);
         }
+        int listed = 0;
+        qint64 more = 0;
+        QByteArray items;
         for (const Failure& failure : failures) {
             if (failure.hasFailedDescendant)
                 continue;
-            if (listed == listedFailures) {
+            if (listed == perFile) {
                 ++more;
                 continue;
             }
@@ -163,23 +178,29 @@ QByteArray indexPagePreamble(const QList<QAReporterData*>& reports, const QDateT
                 appendText(items, failure.node->type);
                 items += "</span>";
             }
-            items += " &middot; ";
-            appendText(items, QFileInfo(record->fileName).fileName());
             items += "</li>\n";
         }
-    }
-    if (listed > 0) {
-        out += "<h2>";
-        appendText(out, text("Failed items"));
-        out += "</h2>\n<ul class=\"failed\">\n" + items + "</ul>\n";
+        if (listed == 0)
+            continue;
+        out += "<h3><a href=\"";
+        appendText(out, page);
+        out += "\">";
+        appendText(out, fileName);
+        out += "</a></h3>\n<ul class=\"failed\">\n" + items + "</ul>\n";
         if (more > 0) {
-            out += "<p>";
-            appendText(out, text("and %1 more failed items").arg(more));
-            out += "</p>\n";
+            out += "<p class=\"more\">";
+            appendText(out, text("and %1 more failed items in").arg(more));
+            out += " <a href=\"";
+            appendText(out, page);
+            out += "\">";
+            appendText(out, fileName);
+            out += "</a></p>\n";
         }
     }
-    out += "<h2>";
-    appendText(out, text("Reports"));
-    out += "</h2>\n</header>\n";
+    if (out.isEmpty())
+        return out;
+    QByteArray section = "<section class=\"failures\">\n<h2>";
+    appendText(section, text("Failed items"));
+    return section + "</h2>\n" + out + "</section>\n";
     return out;
 }

@@ -81,6 +81,7 @@ bool ReportExport::write(const QString& directory, QAIProgressMonitor* progress,
     }
     QAReporterHTMLWriter writer(reports, displayed, progress, log);
     writer.setBaseForLink(directory);
+    writer.setSourceOptions(m_input.sourceUrl, m_input.embedSources);
     DExportHtml exporter(directory, m_input.configFile);
     // Pictures come only from the folders of the result files and the document search path.
     exporter.setImageFolders(reportFolders);
@@ -93,6 +94,16 @@ bool ReportExport::write(const QString& directory, QAIProgressMonitor* progress,
     m_indexPage =
         names.nameFor(QStringLiteral("summary"), QStringLiteral("index"), writer.pageSuffix());
     writer.setPageNames(&names);
+    // A converted log's page says which log it came from ("flawfinder-sarif.html"), where its
+    // document's tag would not ("run1").
+    for (const QAReporterData* record : reports) {
+        const QString original =
+            m_input.originalFileOf ? m_input.originalFileOf(record->fileName) : record->fileName;
+        if (record->document && original != record->fileName)
+            writer.setReportPageBase(
+                record->document->tag(),
+                QFileInfo(original).fileName().replace(QLatin1Char('.'), QLatin1Char('-')));
+    }
     exporter.setIndexPage(m_indexPage);
     if (log && m_indexPage != QStringLiteral("index") + writer.pageSuffix())
         log->logMessage(
@@ -120,11 +131,13 @@ bool ReportExport::write(const QString& directory, QAIProgressMonitor* progress,
         complete &= writeLinkedFiles(linked, m_input, &writer, &exporter, progress, log);
     }
     if (m_input.summary && !canceled) {
-        exporter.setPagePreamble(
-            m_indexPage,
-            indexPagePreamble(reports, QDateTime::currentDateTime(), [&writer](const QString& tag) {
-                return writer.reportPageName(tag);
-            }));
+        exporter.setPagePreamble(m_indexPage,
+                                 m_input.leading +
+                                     indexPagePreamble(reports, QDateTime::currentDateTime()));
+        exporter.setPagePostamble(m_indexPage,
+                                  indexPageFailures(reports, [&writer](const QString& tag) {
+                                      return writer.reportPageName(tag);
+                                  }));
         // Written also after a cancel among the report file pages.
         const bool linkedCanceled = progress && progress->isCanceled();
         complete &= exporter.generateAs(m_input.summary, m_indexPage,

@@ -2,6 +2,7 @@
 
 #include "folio/styles/dstyle.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -27,6 +28,8 @@ public:
         QList<QAReporterData*> displayed;
         // The summary document, written as the index page; none before the reports are shown.
         DDocument* summary = nullptr;
+        // HTML that opens the summary page, before its overview (a comparison with a baseline).
+        QByteArray leading;
         // What the report files the links name are read with.
         DStyleList styles;
         ReadProgress* reading = nullptr;
@@ -35,6 +38,13 @@ public:
         QStringList searchPath;
         // The folder the links of the report read from a file are taken beside.
         std::function<QString(const QString& file)> reportFolderOf;
+        // The file the user opened for a report read from `file` (a converted log's copy);
+        // `file` itself when none is given.
+        std::function<QString(const QString& file)> originalFileOf;
+        // Source links to a web address made from this ("{path}", "{line}"), and with the
+        // lines around the place embedded (see QAReporterHTMLWriter::setSourceOptions()).
+        QString sourceUrl;
+        bool embedSources = false;
     };
 
     explicit ReportExport(Input input);

@@ -29,7 +29,10 @@ const QString reviewKey = QStringLiteral("review_before_filing");
 
 QTreeView* outlineOf(const QAStViewerWindow* viewer)
 {
-    return viewer ? qobject_cast<QTreeView*>(viewer->contentOutlineWidget()) : nullptr;
+    // The outline, or the outline inside what the viewer shows in the outline area.
+    QWidget* shown = viewer ? viewer->contentOutlineWidget() : nullptr;
+    auto* outline = qobject_cast<QTreeView*>(shown);
+    return outline || !shown ? outline : shown->findChild<QTreeView*>();
 }
 
 } // namespace

@@ -2,16 +2,14 @@
 
 #include "import/jsonallocator.h"
 #include "import/resultimport.h"
-#include "import/resultkeys.h"
+#include "import/sarifresults.h"
 #include "import/verdict.h"
 
 #include <QByteArrayView>
 #include <QHash>
 #include <QString>
-#include <utility>
 #include <vector>
 
-class CappedText;
 class MarkupWriter;
 
 // Writes one run of a SARIF log: File > Rule > Finding nodes, the findings of a run grouped by
@@ -40,26 +38,8 @@ public:
                const ImportProgress& progress, int done, int share);
 
 private:
-    // A file that results point into.
-    struct SourceFile
-    {
-        QString name; // as shown: the path relative to the base, or the whole path
-        QString base; // absolute folder ending in '/', empty when the file is not on this machine
-        bool relative = false; // name is relative to base
-
-        bool linkable() const { return !base.isEmpty(); }
-        QString absolutePath() const { return relative ? base + name : name; }
-    };
-
-    // One place a result speaks of.
-    struct Place
-    {
-        SourceFile file;
-        int line = 0;
-        const Value* region = nullptr;
-        Bytes logicalName;
-        bool found = false;
-    };
+    using SourceFile = SarifResults::SourceFile;
+    using Place = SarifResults::Place;
 
     // A result and what identifies it in its run.
     struct Finding
@@ -93,34 +73,10 @@ private:
     void writeLocationLine(const char* label, const FileGroup& owner, const Place& place,
                            Bytes message);
 
-    const Value* ruleOf(const Value& result, QByteArray* id) const;
-    // The fingerprint that sorts first by name, else every partial fingerprint by name, else a
-    // hash of the rule, the file and the code or message, unique in the run.
-    QByteArray keyOf(const Value& result, const QByteArray& ruleId, const Value* rule,
-                     const Place& place);
-    // A message, filled with its arguments, and a text of a rule: kept up to the limits of
-    // captured text, with a note naming the log where cut.
-    QByteArray messageOf(const Value* message, const Value* rule) const;
-    QByteArray ruleText(Bytes text) const;
-    QByteArray withNote(const CappedText& text, bool cut) const;
-    Place placeOf(const Value* location);
-    SourceFile fileOf(const Value* artifactLocation);
-    SourceFile resolve(Bytes uri, Bytes baseId);
-    QString baseFolder(Bytes baseId) const;
-
     const Value& m_run;
-    QString m_directory;
-    QByteArray m_logName;
     MarkupWriter& m_out;
-    const Value* m_driver = nullptr;
-    const Value* m_rules = nullptr;
-    const Value* m_artifacts = nullptr;
-    const Value* m_baseIds = nullptr;
-    QHash<QByteArray, const Value*> m_rulesById;
-    QHash<QByteArray, SourceFile> m_files; // resolved artifact locations, by base id and URI
+    SarifResults m_results;
     std::vector<FileGroup> m_groups;
-    ResultKeys m_keys;
-    std::vector<std::pair<Bytes, Bytes>> m_prints; // the fingerprints of a result, by name
     qsizetype m_resultCount = 0;
     Verdict m_verdict = Verdict::NotEvaluated; // of the whole run
     int m_fileLevel = 1; // title level of the File nodes: one deeper under a Run node

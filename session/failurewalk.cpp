@@ -48,21 +48,25 @@ bool isFailure(const ResultNode* node)
 
 } // namespace
 
-const ResultNode* failureFrom(const Roots& roots, const ResultNode* from, bool forward)
+const ResultNode* failureFrom(const Roots& roots, const ResultNode* from, bool forward,
+                              const std::function<bool(const ResultNode*)>& takes)
 {
     if (roots.empty())
         return nullptr;
+    const auto hit = [&takes](const ResultNode* node) {
+        return isFailure(node) && (!takes || takes(node));
+    };
     const ResultNode* node = from;
     if (!node) {
         // Forward from the first file, which is no failure; backward from the last node, which
         // may be one.
         node = forward ? roots.front() : lastBelow(roots.back());
-        if (!forward && isFailure(node))
+        if (!forward && hit(node))
             return node;
     }
     while (node) {
         node = forward ? nodeAfter(node, roots) : nodeBefore(node, roots);
-        if (node && isFailure(node))
+        if (node && hit(node))
             return node;
     }
     return nullptr;

@@ -1,5 +1,7 @@
 #include "session/reportsession.h"
 
+#include "compare/baselinecomparison.h"
+#include "export/baselinesection.h"
 #include "export/reportexport.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -20,6 +22,24 @@
 #include <QSet>
 
 namespace {
+
+std::vector<BaselineEntry> baselineEntries(const std::vector<const RunFailure*>& failures)
+{
+    std::vector<BaselineEntry> entries;
+    entries.reserve(failures.size());
+    for (const RunFailure* failure : failures)
+        entries.push_back({failure->names, failure->source, failure->line, failure->message});
+    return entries;
+}
+
+// The new and the fixed failures, for the top of the summary page.
+QByteArray baselineLeading(const BaselineComparison& baseline)
+{
+    const RunComparison& comparison = baseline.comparison();
+    return baselineSection(QFileInfo(baseline.basePath()).fileName(),
+                           baselineEntries(comparison.added), baselineEntries(comparison.fixed),
+                           comparison.still);
+}
 
 // The texts keep the viewer window's translation context.
 QString tr(const char* text)
@@ -307,6 +327,12 @@ ReportSession::LinkAction ReportSession::followLink(DLink* link) const
         return action;
     }
 
+    if (target.startsWith(QLatin1String("https://")) ||
+        target.startsWith(QLatin1String("http://"))) {
+        action.kind = LinkAction::OpenWeb;
+        action.location = target;
+        return action;
+    }
     static const QRegularExpression sourceLine(QStringLiteral("(.*)line (\\d+)"));
     const QRegularExpressionMatch match = sourceLine.match(target);
     if (!match.hasMatch()) {
@@ -335,6 +361,20 @@ std::unique_ptr<DDocument> ReportSession::readXrdFile(const QString& path, QStri
     return ::readXrdFile(path, m_context->styles(), m_context->readProgress(), reason);
 }
 
+bool ReportSession::setBaseline(const QString& base, QString* error)
+{
+    QStringList head;
+    for (const auto& record : m_records)
+        head.append(record->fileName);
+    auto baseline = std::make_unique<BaselineComparison>();
+    if (!baseline->compare(base, head, error)) {
+        m_baseline.reset();
+        return false;
+    }
+    m_baseline = std::move(baseline);
+    return true;
+}
+
 bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* progress,
                                QAILogMonitor* log)
 {
@@ -361,6 +401,11 @@ bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* pro
         m_context->currentDirectory() + QDir::separator() + QStringLiteral("dhtml.cfg");
     input.searchPath = m_context->documentSearchPath();
     input.reportFolderOf = [this](const QString& file) { return reportFolderOf(file); };
+    input.originalFileOf = [this](const QString& file) { return m_context->originalFileOf(file); };
+    input.sourceUrl = m_sourceUrl;
+    input.embedSources = m_embedSources;
+    if (m_baseline)
+        input.leading = baselineLeading(*m_baseline);
     ReportExport run(std::move(input));
     const bool complete = run.write(directory, progress, log);
     m_exportedIndexPage = run.indexPage();

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+class BaselineComparison;
 class DDocument;
 class DItem;
 class DLink;
@@ -49,7 +50,8 @@ public:
             ShowReport, // show `file` instead (then `anchor`, when there is one)
             ShowAnchor, // scroll to `anchor` in the reports shown
             OpenSource, // open `location`, a source file at a line
-            OpenTag     // hand `location`, a tag, to the studio
+            OpenTag,    // hand `location`, a tag, to the studio
+            OpenWeb     // open `location`, an http or https address, in the browser
         };
         Kind kind = Nothing;
         QString file;
@@ -132,8 +134,22 @@ public:
     // Writes the records as shown, the report files they link to and the summary as HTML pages
     // into `directory` (see ReportExport).
     bool exportHTML(const QString& directory, QAIProgressMonitor* progress, QAILogMonitor* log);
+    // How the exports link to the sources: to a web address made from `urlTemplate` ("{path}",
+    // "{line}"; to the files when empty), and with the lines around each place embedded.
+    void setSourceExport(const QString& urlTemplate, bool embed)
+    {
+        m_sourceUrl = urlTemplate;
+        m_embedSources = embed;
+    }
     // The file name the last export gave the summary.
     const QString& exportedIndexPage() const { return m_exportedIndexPage; }
+
+    // Compares the records with the run in `base`; the summary page of an export then starts
+    // with the new and the fixed failures. False, with the reason in `error`, when a run cannot
+    // be read; the session then has no baseline.
+    bool setBaseline(const QString& base, QString* error);
+    // Null when no baseline is set.
+    const BaselineComparison* baseline() const { return m_baseline.get(); }
 
 private:
     void makeTagsUnique();
@@ -155,4 +171,7 @@ private:
     bool m_analysed = false;
     PlaceHistory m_history;
     QString m_exportedIndexPage;
+    QString m_sourceUrl;
+    bool m_embedSources = false;
+    std::unique_ptr<BaselineComparison> m_baseline;
 };

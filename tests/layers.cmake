@@ -23,10 +23,11 @@ set(LAYER_model model ${LAYER_folio_model})
 set(LAYER_reader reader ${LAYER_model} ${LAYER_folio_reader})
 set(LAYER_filter filter ${LAYER_model})
 set(LAYER_export export ${LAYER_filter} ${LAYER_reader} ${LAYER_folio_export})
-set(LAYER_session session ${LAYER_export})
 set(LAYER_import import sdkcore xml)
+set(LAYER_compare compare ${LAYER_reader} ${LAYER_import})
+set(LAYER_session session ${LAYER_export} ${LAYER_compare})
 set(LAYER_defects defects)
-set(LAYER_cli cli ${LAYER_session} ${LAYER_import} ${LAYER_defects})
+set(LAYER_cli cli ${LAYER_session} ${LAYER_compare} ${LAYER_defects})
 set(LAYER_sdk sdk sdkcore data)
 set(LAYER_folio_view folio_view ${LAYER_folio_model})
 set(LAYER_folio_styleeditor folio_styleeditor folio_view ${LAYER_folio_styles} sdk)
@@ -37,15 +38,15 @@ set(LAYER_plugin plugin ${LAYER_viewer})
 set(LAYER_host host ${LAYER_sdk} ${LAYER_import} ${LAYER_defects})
 # The tests of a layer use that layer and what the tests share.
 set(LAYER_testkit testkit)
-set(LAYER_tests_core tests_core testkit ${LAYER_session} ${LAYER_import})
+set(LAYER_tests_core tests_core testkit ${LAYER_session})
 set(LAYER_tests_folio tests_folio ${core_folio} ${LAYER_folio_view} ${LAYER_folio_styleeditor})
 set(LAYER_tests_cli tests_cli testkit)
 set(LAYER_tests_hostile tests_hostile testkit ${LAYER_session} ${LAYER_import})
 # The plug-in's tests load it as the studio does, through the studio's component.
 set(LAYER_tests_viewer tests_viewer tests tests_core testkit ${LAYER_plugin} host)
 # Layers that must do without Qt Gui and Qt Widgets.
-set(WIDGET_FREE sdkcore xml ${core_folio} model reader filter export session import defects cli
-  testkit tests_core tests_cli tests_hostile)
+set(WIDGET_FREE sdkcore xml ${core_folio} model reader filter export compare session import
+  defects cli testkit tests_core tests_cli tests_hostile)
 
 # The layer of a file by its path from the source folder; empty for files of no layer (the
 # benchmarks), which only the rule on host/ applies to. The other tests ("tests") may include
@@ -61,7 +62,7 @@ function(layer_of path result)
     endif()
   elseif(path MATCHES "^folio/(styles|model|reader|export|view|styleeditor)/")
     set(layer folio_${CMAKE_MATCH_1})
-  elseif(path MATCHES "^(xml|data|model|reader|filter|export|session|import|defects|cli|prefs|viewer|plugin|host)/")
+  elseif(path MATCHES "^(xml|data|model|reader|filter|export|compare|session|import|defects|cli|prefs|viewer|plugin|host)/")
     set(layer ${CMAKE_MATCH_1})
   elseif(path MATCHES "^tests/(core|folio|cli|hostile|viewer)/")
     set(layer tests_${CMAKE_MATCH_1})

@@ -10,6 +10,8 @@
 #include "sdk/studiointerface.h"
 #include "session/placehistory.h"
 #include "session/reportsession.h"
+#include "viewer/outlinemodel.h"
+#include "viewer/outlinepane.h"
 #include "viewer/qareportermanager.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qarpopupmenu.h"
@@ -79,8 +81,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_headerView = new DReportWidget(m_headerDock);
     m_headerView->setObjectName(QStringLiteral("summaryView"));
     m_headerView->setSearchPaths(searchPaths);
-    // A strip of the summary at first, taller when dragged: little margin, so the strip shows
-    // the first row.
+    // Docked as tall as its rows (showHeaderDock()), never less than a strip that shows the
+    // first row.
     m_headerView->setMinimumHeight(26);
     m_headerView->setMargin(2);
     m_headerDock->setWidget(m_headerView);
@@ -96,9 +98,14 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
 
     m_outline = new QARListView;
     m_outline->setObjectName(QStringLiteral("reportOutline"));
-    m_outline->header()->setSectionResizeMode(1, QHeaderView::Fixed);
-    m_outline->header()->resizeSection(1, 20);
-    m_outline->header()->moveSection(1, 0); // the verdict shows left of the name
+    QHeaderView* columns = m_outline->header();
+    columns->setStretchLastSection(false);
+    columns->setSectionResizeMode(OutlineModel::NameColumn, QHeaderView::Stretch);
+    columns->setSectionResizeMode(OutlineModel::VerdictColumn, QHeaderView::Fixed);
+    columns->resizeSection(OutlineModel::VerdictColumn, 20);
+    columns->setSectionResizeMode(OutlineModel::CountColumn, QHeaderView::ResizeToContents);
+    columns->moveSection(OutlineModel::VerdictColumn, 0); // the verdict shows left of the name
+    m_outlinePane = new OutlinePane(m_outline);
 
     m_contextPopup = new QARPopupMenu(m_outline);
     m_contextPopup->setObjectName(QStringLiteral("outlineContextMenu"));
@@ -135,7 +142,7 @@ QAReporter::~QAReporter()
         s_manager->remove(this);
     m_documentView->clearDocs();
     m_headerView->clearDocs();
-    delete m_outline.data();
+    delete m_outlinePane.data();
 }
 
 void QAReporter::closeEvent(QCloseEvent* event)
@@ -158,7 +165,7 @@ void QAReporter::closeEvent(QCloseEvent* event)
 
 QWidget* QAReporter::contentOutlineWidget() const
 {
-    return m_outline;
+    return m_outlinePane;
 }
 
 const QStringList& QAReporter::fileList() const

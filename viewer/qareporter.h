@@ -13,6 +13,7 @@ class DReportWidget;
 class QAction;
 class QAReporterManager;
 class QAReporterPref;
+class OutlinePane;
 class QARListView;
 class QARPopupMenu;
 class QARToolBar;
@@ -102,6 +103,9 @@ public Q_SLOTS:
     void reload(const QString& file);
     void nextKO();
     void prevKO();
+    // Steps through the failed results only (findings and tests, not what holds them).
+    void nextFinding();
+    void previousFinding();
     void switchFilter();
     void alltests();
     void failedtests();
@@ -138,6 +142,7 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private Q_SLOTS:
     void applyPrefs();
@@ -163,6 +168,7 @@ private:
     // The outline's current entry in column 0; invalid when there is none.
     QModelIndex currentEntry() const;
     void showHeaderDock();
+    void fitSummaryDock();
     void searchDocuments(const QRegularExpression& expression, bool backward);
     Place currentPlace() const;
     bool showPlace(const Place& place);
@@ -183,17 +189,21 @@ private:
     DReportWidget* m_headerView;
     DReportWidget* m_documentView;
     bool m_headerShown = false;
+    bool m_fitSummary = false; // the summary dock is to be fitted to its rows once shown
     int m_studioMenuId = -1;
     int m_showHeaderItemId = 0;
     int m_printHeaderItemId = 0;
     QPointer<QMenu> m_commandsMenu;
     QARPopupMenu* m_contextPopup;
-    QAction* m_submitEntry;          // the context menu's submission entry
-    QPointer<QARListView> m_outline; // lives in the studio's outline area; destroyed with us
+    QAction* m_submitEntry; // the context menu's submission entry
+    // The outline and its filter box live in the studio's outline area; destroyed with us.
+    QPointer<OutlinePane> m_outlinePane;
+    QPointer<QARListView> m_outline;
     QString m_title;
     QRegularExpression m_findExpression{QString(), QRegularExpression::CaseInsensitiveOption};
     QString m_findText; // as the user typed it
     bool m_findRegularExpression = false;
     std::unique_ptr<Place> m_pendingPlace; // to return to once a reload is analysed
+    bool m_stepping = false;               // a step to a failure is under way
     QPointer<QARToolBar> m_toolBar;
 };

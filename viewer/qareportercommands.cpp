@@ -25,6 +25,8 @@ enum CommandId
     PreviousFailureId = 104,
     GenerateHtmlId = 105,
     MoreTypesId = 106,
+    NextFindingId = 107,
+    PreviousFindingId = 108,
     FirstTypeId = 202
 };
 
@@ -43,7 +45,29 @@ void QAReporter::showHeaderDock()
         return;
     addDockWidget(Qt::TopDockWidgetArea, m_headerDock);
     m_headerDock->show();
-    resizeDocks({m_headerDock}, {m_headerDock->minimumSizeHint().height()}, Qt::Vertical);
+    m_fitSummary = true;
+    fitSummaryDock();
+}
+
+// Tall enough for the summary's rows, up to a third of the window; laid out at the width the
+// reports are shown at, so once the window is shown.
+void QAReporter::fitSummaryDock()
+{
+    if (!m_fitSummary || !isVisible() || m_headerDock->isHidden())
+        return;
+    m_fitSummary = false;
+    const int frame = m_headerView->height() - m_headerView->viewport()->height();
+    const int chrome = m_headerDock->minimumSizeHint().height() - m_headerView->minimumHeight();
+    const int rows = m_headerView->documentsHeight(qMax(height() / 3, 80)) + qMax(frame, 0);
+    resizeDocks({m_headerDock}, {qMax(rows, m_headerView->minimumHeight()) + qMax(chrome, 0)},
+                Qt::Vertical);
+}
+
+void QAReporter::showEvent(QShowEvent* event)
+{
+    QAStViewerWindow::showEvent(event);
+    if (m_fitSummary)
+        QMetaObject::invokeMethod(this, &QAReporter::fitSummaryDock, Qt::QueuedConnection);
 }
 
 // A failed entry is filed as a defect, another as a report; a whole file cannot be filed.
@@ -87,10 +111,17 @@ void QAReporter::setupToolBar(bool on)
                 Qt::UniqueConnection);
         connect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter,
                 Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::nextFindingClicked, this, &QAReporter::nextFinding,
+                Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::previousFindingClicked, this, &QAReporter::previousFinding,
+                Qt::UniqueConnection);
     } else {
         disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
         disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
         disconnect(m_toolBar, &QARToolBar::fltClicked, this, &QAReporter::switchFilter);
+        disconnect(m_toolBar, &QARToolBar::nextFindingClicked, this, &QAReporter::nextFinding);
+        disconnect(m_toolBar, &QARToolBar::previousFindingClicked, this,
+                   &QAReporter::previousFinding);
     }
 }
 
@@ -134,9 +165,11 @@ void QAReporter::updateToolMenu()
     for (qsizetype i = 0; i < listed; ++i) {
         const QString& type = types.at(i);
         const int id = nextId++;
-        // A type name is shown as it is: an ampersand in it is no mnemonic.
-        QString text = type;
-        text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        // A type name is shown as it is: an ampersand in it is no mnemonic. Hiding a type hides
+        // the entries below its nodes too, and the entry says so.
+        QString name = type;
+        name.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        const QString text = tr("%1 (and all below)").arg(name);
         QAction* entry = m_commandsMenu->addAction(text, this, [this, id] { typeCheck(id); });
         entry->setData(id);
         entry->setCheckable(true);
@@ -175,6 +208,15 @@ void QAReporter::updateToolMenu()
         ->setEnabled(loaded);
     addEntry(tr("Pre&vious Failed Test") + QStringLiteral("\tShift+F8"), PreviousFailureId,
              &QAReporter::prevKO)
+        ->setEnabled(loaded);
+    const auto keyText = [](const QKeySequence& key) {
+        return QLatin1Char('\t') + key.toString(QKeySequence::NativeText);
+    };
+    addEntry(tr("Ne&xt Finding") + keyText(QARToolBar::nextFindingKey()), NextFindingId,
+             &QAReporter::nextFinding)
+        ->setEnabled(loaded);
+    addEntry(tr("Previous Fin&ding") + keyText(QARToolBar::previousFindingKey()), PreviousFindingId,
+             &QAReporter::previousFinding)
         ->setEnabled(loaded);
 
     // Qt shows an entry's status tip when the pointer rests on it; an empty one would erase the
@@ -220,6 +262,10 @@ QString QAReporter::helpText(int id, const QAction* entry)
         return tr("Move to the next failed test");
     case PreviousFailureId:
         return tr("Move to the previous failed test");
+    case NextFindingId:
+        return tr("Move to the next failed finding or test, over what holds them");
+    case PreviousFindingId:
+        return tr("Move to the previous failed finding or test, over what holds them");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
     case MoreTypesId:

@@ -14,6 +14,7 @@
 #include "session/reportsession.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qartoolbar.h"
+#include "viewer/studiosessioncontext.h"
 
 #include <QMainWindow>
 #include <QStatusBar>
@@ -141,8 +142,9 @@ void QAReporter::updateListView()
     m_outline->setAllColumnsShowFocus(false);
     m_outline->setSortingEnabled(false);
     for (const QAReporterData* record : m_session->filtered())
-        m_outline->addReport(record->tree, record->fileName);
-    m_outline->openToDepth(s_preference ? s_preference->general->autoDepth : 4);
+        m_outline->addReport(record->tree, record->fileName,
+                             m_context->originalFileOf(record->fileName));
+    m_outline->showReports(s_preference ? s_preference->general->autoDepth : 4);
     const QModelIndex first = m_outline->model()->index(0, 0);
     if (first.isValid())
         m_outline->showEntry(first);

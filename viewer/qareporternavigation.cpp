@@ -16,37 +16,70 @@
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QMainWindow>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QUrl>
 
+// Stepping moves the outline and the view; the keyboard stays where it was, so that the next
+// key steps on.
 void QAReporter::nextKO()
 {
-    if (m_outline)
-        m_outline->nextKO();
+    if (!m_outline)
+        return;
+    m_stepping = true;
+    m_outline->nextKO();
+    m_stepping = false;
 }
 
 void QAReporter::prevKO()
 {
-    if (m_outline)
-        m_outline->prevKO();
+    if (!m_outline)
+        return;
+    m_stepping = true;
+    m_outline->prevKO();
+    m_stepping = false;
 }
 
+void QAReporter::nextFinding()
+{
+    if (!m_outline)
+        return;
+    m_stepping = true;
+    m_outline->nextFinding();
+    m_stepping = false;
+}
+
+void QAReporter::previousFinding()
+{
+    if (!m_outline)
+        return;
+    m_stepping = true;
+    m_outline->previousFinding();
+    m_stepping = false;
+}
+
+// A selection made with a click or a key moves the view only: the keyboard stays in the
+// outline, so that Up and Down go on choosing entries.
 void QAReporter::moveDoc(const QModelIndex& entry)
+{
+    DItem* item = m_outline ? m_outline->outlineModel()->documentItem(entry) : nullptr;
+    if (item)
+        m_documentView->moveTo(item);
+}
+
+// A double click or Return on an entry also hands the keyboard to the report, with auto-raise.
+void QAReporter::moveDocRaise(const QModelIndex& entry)
 {
     DItem* item = m_outline ? m_outline->outlineModel()->documentItem(entry) : nullptr;
     if (!item)
         return;
     m_documentView->moveTo(item);
-    if (s_preference && s_preference->general->autoRaise)
+    if (!m_stepping && s_preference && s_preference->general->autoRaise)
         m_documentView->setFocus();
-}
-
-void QAReporter::moveDocRaise(const QModelIndex& entry)
-{
-    moveDoc(entry);
 }
 
 void QAReporter::moveDoc(const QString& tag)
@@ -147,6 +180,9 @@ void QAReporter::resolveLink(DLink* link)
     case ReportSession::LinkAction::OpenSource:
         if (StudioInterface* studio = hostStudio())
             studio->openSource(sourceRequest(link, action.location));
+        return;
+    case ReportSession::LinkAction::OpenWeb:
+        QDesktopServices::openUrl(QUrl(action.location, QUrl::StrictMode));
         return;
     }
     if (!action.anchor.isEmpty())

@@ -16,9 +16,12 @@
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
+#include "viewer/studiosessioncontext.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMainWindow>
+#include <QStatusBar>
 
 namespace {
 
@@ -44,9 +47,11 @@ void QAReporter::saveAs()
 bool QAReporter::saveCopy(const QString& source, const QString& title)
 {
     const QFileInfo from(source);
+    // The dialog starts beside the file the user opened (a converted log's copy lies elsewhere).
+    const QFileInfo original(m_context->originalFileOf(source));
     const QString chosen = QADialogs::current().saveFileName(
-        this, tr("Save %1 Report As", "%1 is the source file name.").arg(from.fileName()),
-        from.absolutePath(), tr("Report File") + QStringLiteral(" (*.xrd)"));
+        this, tr("Save %1 Report As", "%1 is the source file name.").arg(original.fileName()),
+        original.absolutePath(), tr("Report File") + QStringLiteral(" (*.xrd)"));
     if (chosen.isEmpty())
         return true;
     const QFileInfo to(chosen);
@@ -100,8 +105,17 @@ void QAReporter::exportDoc()
         QStringList messages;
     } log;
     log.studioLog = studio ? studio->logMonitor() : nullptr;
-    if (exportHTML(directory, QStringLiteral("index.html"), &progress, &log) ||
-        progress.isCanceled())
+    if (exportHTML(directory, QStringLiteral("index.html"), &progress, &log)) {
+        // Where the pages went, for the user to open them.
+        const QString index = QDir::toNativeSeparators(
+            QDir(directory).absoluteFilePath(m_session->exportedIndexPage()));
+        if (QAOutputWindow* output = studio ? studio->outputWindow() : nullptr)
+            output->appendOutput(tr("Exported to %1\n").arg(index));
+        if (auto* window = qobject_cast<QMainWindow*>(studio ? studio->mainWindow() : nullptr))
+            window->statusBar()->showMessage(tr("Exported to %1").arg(index));
+        return;
+    }
+    if (progress.isCanceled())
         return;
     constexpr int shown = 10;
     QString text = tr("The export to %1 is not complete:").arg(directory);

@@ -3,6 +3,9 @@
 #include "sdk/qapixmapcenter.h"
 
 namespace {
+#include "data/icons/levelerror.xpm"
+#include "data/icons/levelnote.xpm"
+#include "data/icons/levelwarning.xpm"
 #include "data/icons/nextKO.xpm"
 #include "data/icons/precKO.xpm"
 #include "data/icons/reload.xpm"
@@ -29,6 +32,18 @@ QPixmap testUnknown()
 QPixmap report()
 {
     return GETPIX("reporter_16_bis_xpm", reporter_16_bis_xpm);
+}
+QPixmap levelError()
+{
+    return GETPIX("levelerror_xpm", levelerror_xpm);
+}
+QPixmap levelWarning()
+{
+    return GETPIX("levelwarning_xpm", levelwarning_xpm);
+}
+QPixmap levelNote()
+{
+    return GETPIX("levelnote_xpm", levelnote_xpm);
 }
 QPixmap previousFailure()
 {

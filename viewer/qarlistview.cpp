@@ -1,5 +1,6 @@
 #include "viewer/qarlistview.h"
 
+#include "filter/outlinequery.h"
 #include "model/qareporterdatatree.h"
 #include "viewer/outlinemodel.h"
 
@@ -7,7 +8,8 @@
 #include <vector>
 
 QARListView::QARListView(QWidget* parent)
-    : QAListView(parent), m_model(std::make_unique<OutlineModel>())
+    : QAListView(parent), m_model(std::make_unique<OutlineModel>()),
+      m_query(std::make_unique<OutlineQuery>())
 {
     setModel(m_model.get());
 }
@@ -22,9 +24,56 @@ void QARListView::clear()
     m_model->clear();
 }
 
-QModelIndex QARListView::addReport(QAReporterDataTree* tree, const QString& fileName)
+QModelIndex QARListView::addReport(QAReporterDataTree* tree, const QString& fileName,
+                                   const QString& shownPath)
 {
-    return m_model->addFile(tree, fileName);
+    return m_model->addFile(tree, fileName, shownPath);
+}
+
+void QARListView::showReports(int depth)
+{
+    m_openDepth = depth;
+    if (m_query->isEmpty()) {
+        openToDepth(depth);
+        return;
+    }
+    m_model->setQuery(*m_query);
+    openShown();
+}
+
+void QARListView::setFilterText(const QString& text)
+{
+    if (text == m_filterText)
+        return;
+    m_filterText = text;
+    *m_query = OutlineQuery(text);
+    // The current entry stays when shown; else the nearest entry above it that is.
+    const QModelIndex current = currentEntry();
+    const OutlineNode* kept = OutlineModel::nodeOf(current);
+    if (!kept)
+        kept = m_model->fileRoot(current);
+    if (m_deepEntry.isValid() && current == m_deepStandIn)
+        kept = OutlineModel::nodeOf(m_deepEntry);
+    m_deepEntry = QModelIndex();
+    m_deepStandIn = QModelIndex();
+    m_model->setQuery(*m_query);
+    if (m_model->isFiltered())
+        openShown();
+    else
+        openToDepth(m_openDepth);
+    QModelIndex entry;
+    for (const OutlineNode* node = kept; node && !entry.isValid(); node = node->parent)
+        entry = m_model->indexOf(node);
+    if (entry.isValid())
+        showEntry(entry);
+}
+
+void QARListView::openShown()
+{
+    collapseAll();
+    scheduleDelayedItemsLayout();
+    for (int row = 0; row < m_model->rowCount(); ++row)
+        openBranch(m_model->index(row, 0), openDepthLimit);
 }
 
 namespace {
@@ -52,19 +101,18 @@ void QARListView::openToDepth(int depth)
 
 void QARListView::openBranch(const QModelIndex& entry, int limit)
 {
-    // Only entries with children are opened.
-    std::vector<std::pair<const OutlineNode*, int>> pending;
-    pending.emplace_back(OutlineModel::nodeOf(entry), depthOf(entry));
-    if (!pending.back().first)
-        pending.back().first = m_model->fileRoot(entry);
+    // Only entries with children are opened; with a filter, only the entries it shows.
+    std::vector<std::pair<QModelIndex, int>> pending;
+    pending.emplace_back(entry, depthOf(entry));
     while (!pending.empty()) {
-        const auto [node, nodeDepth] = pending.back();
+        const auto [at, atDepth] = pending.back();
         pending.pop_back();
-        if (!node || nodeDepth >= limit || node->children.empty())
+        const int children = m_model->rowCount(at);
+        if (atDepth >= limit || children == 0)
             continue;
-        expand(m_model->indexOf(node));
-        for (const auto& child : node->children)
-            pending.emplace_back(child.get(), nodeDepth + 1);
+        expand(at);
+        for (int row = 0; row < children; ++row)
+            pending.emplace_back(m_model->index(row, OutlineModel::NameColumn, at), atDepth + 1);
     }
 }
 
@@ -111,22 +159,32 @@ void QARListView::showEntry(const QModelIndex& entry)
 
 void QARListView::nextKO()
 {
-    stepToFailure(true);
+    stepToFailure(true, false);
 }
 
 void QARListView::prevKO()
 {
-    stepToFailure(false);
+    stepToFailure(false, false);
 }
 
-void QARListView::stepToFailure(bool forward)
+void QARListView::nextFinding()
+{
+    stepToFailure(true, true);
+}
+
+void QARListView::previousFinding()
+{
+    stepToFailure(false, true);
+}
+
+void QARListView::stepToFailure(bool forward, bool resultsOnly)
 {
     QModelIndex start = currentEntry();
     if (!start.isValid())
         return;
     if (m_deepEntry.isValid() && start == m_deepStandIn)
         start = m_deepEntry;
-    const QModelIndex failure = m_model->failureFrom(start, forward);
+    const QModelIndex failure = m_model->failureFrom(start, forward, resultsOnly);
     if (!failure.isValid())
         return;
     showEntry(failure);
@@ -156,7 +214,7 @@ QModelIndex QARListView::entryAt(const QStringList& path) const
                 next = candidate;
         }
         if (!next.isValid())
-            return {};
+            return found;
         found = next;
     }
     return found;

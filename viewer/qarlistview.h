@@ -6,6 +6,7 @@
 #include <memory>
 
 class OutlineModel;
+class OutlineQuery;
 class QAReporterDataTree;
 
 // The outline of a viewer window: one entry per result file with its result nodes below, and
@@ -22,8 +23,17 @@ public:
     OutlineModel* outlineModel() const { return m_model.get(); }
 
     // Appends the entry of one result file with all its nodes; returns it, or an invalid index
-    // when the tree has no root. The tree must stay until clear().
-    QModelIndex addReport(QAReporterDataTree* tree, const QString& fileName);
+    // when the tree has no root. The tree must stay until clear(). `shownPath` is the path the
+    // entry's tool tip names (the file the user opened), `fileName` when empty.
+    QModelIndex addReport(QAReporterDataTree* tree, const QString& fileName,
+                          const QString& shownPath = QString());
+    // Once the reports are added: applies the filter and opens the entries, every one shown
+    // when filtered, else those above `depth` (see openToDepth()).
+    void showReports(int depth);
+    // Shows only the entries `text` asks for (an OutlineQuery; all with an empty text), keeping
+    // the current entry, or the nearest one above it that stays.
+    void setFilterText(const QString& text);
+    const QString& filterText() const { return m_filterText; }
     // Opens the entries whose depth (0 for files) is below `depth`, closes the others; file
     // entries always stay open.
     void openToDepth(int depth);
@@ -32,7 +42,8 @@ public:
     // Makes `entry` the current and only selected entry and scrolls to it.
     void showEntry(const QModelIndex& entry);
     // The names from the file entry down to `entry`, and the entry found again by them (the
-    // first of equal names at each level); invalid when the path leads nowhere.
+    // first of equal names at each level): where the path breaks off (a type hidden, a filter),
+    // the last entry found on the way; invalid when not even the file is there.
     static QStringList entryPath(const QModelIndex& entry);
     QModelIndex entryAt(const QStringList& path) const;
     // Removes every entry; the trees may go afterwards.
@@ -48,17 +59,24 @@ public Q_SLOTS:
     // branches and files, without wrapping around, and emit doubleClicked() for it.
     void nextKO();
     void prevKO();
+    // The same over the failed results only: the findings and tests, not what holds them.
+    void nextFinding();
+    void previousFinding();
 
 protected:
     // "*" opens the whole branch under the current entry, down to the limit.
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void stepToFailure(bool forward);
+    void stepToFailure(bool forward, bool resultsOnly);
+    void openShown();
     // Opens `entry` and every entry below it down to the depth `limit` (0 for file entries).
     void openBranch(const QModelIndex& entry, int limit);
 
     std::unique_ptr<OutlineModel> m_model;
+    QString m_filterText;
+    std::unique_ptr<OutlineQuery> m_query;
+    int m_openDepth = 4;
     // The entry last shown when it lay below the limit, and the ancestor that stands for it:
     // stepping to failures goes on from the entry while the ancestor stays current.
     QPersistentModelIndex m_deepEntry;

@@ -42,7 +42,25 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
         button->setToolTip(
             tr("%1 (%2)").arg(button->text(), key.toString(QKeySequence::NativeText)));
     }
+    m_nextFinding = new QAction(tr("Next Finding"), this);
+    m_nextFinding->setShortcut(nextFindingKey());
+    connect(m_nextFinding, &QAction::triggered, this, &QARToolBar::nextFindingClicked);
+    m_previousFinding = new QAction(tr("Previous Finding"), this);
+    m_previousFinding->setShortcut(previousFindingKey());
+    connect(m_previousFinding, &QAction::triggered, this, &QARToolBar::previousFindingClicked);
+    if (mainWindow)
+        mainWindow->addActions({m_nextFinding, m_previousFinding});
     setEnabledAll(false);
+}
+
+QKeySequence QARToolBar::nextFindingKey()
+{
+    return QKeySequence(Qt::CTRL | Qt::Key_Period);
+}
+
+QKeySequence QARToolBar::previousFindingKey()
+{
+    return QKeySequence(Qt::CTRL | Qt::Key_Comma);
 }
 
 QToolButton* QARToolBar::addButton(const QPixmap& icon, const QString& text, const QString& name,
@@ -76,6 +94,8 @@ void QARToolBar::setEnabledAll(bool on)
     m_prevButton->setEnabled(on);
     m_nextButton->setEnabled(on);
     m_filterButton->setEnabled(on);
+    m_nextFinding->setEnabled(on);
+    m_previousFinding->setEnabled(on);
 }
 
 void QARToolBar::switchFilter()

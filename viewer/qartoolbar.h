@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QKeySequence>
 #include <QPointer>
 #include <QToolBar>
 
+class QAction;
 class QMainWindow;
 class QToolButton;
 class StudioInterface;
@@ -28,6 +30,10 @@ public:
     QToolButton* prevButton() const { return m_prevButton; }
     QToolButton* nextButton() const { return m_nextButton; }
     QToolButton* filterButton() const { return m_filterButton; }
+    // The keys of the next and previous failed result (a finding or a test): Ctrl+. and Ctrl+,
+    // anywhere in the main window, enabled with the buttons.
+    static QKeySequence nextFindingKey();
+    static QKeySequence previousFindingKey();
 
 public Q_SLOTS:
     void KOsClicked();
@@ -40,6 +46,8 @@ Q_SIGNALS:
     void KOprecClicked();
     void fltClicked();
     void refreshClicked();
+    void nextFindingClicked();
+    void previousFindingClicked();
 
 private:
     QToolButton* addButton(const QPixmap& icon, const QString& text, const QString& name,
@@ -50,5 +58,7 @@ private:
     QToolButton* m_prevButton = nullptr;
     QToolButton* m_nextButton = nullptr;
     QToolButton* m_filterButton = nullptr;
+    QAction* m_nextFinding = nullptr;
+    QAction* m_previousFinding = nullptr;
     bool m_filtered = false;
 };

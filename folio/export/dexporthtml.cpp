@@ -177,6 +177,11 @@ void DExportHtml::setPagePreamble(const QString& fileName, const QByteArray& mar
     m_preambles.insert(fileName, markup);
 }
 
+void DExportHtml::setPagePostamble(const QString& fileName, const QByteArray& markup)
+{
+    m_postambles.insert(fileName, markup);
+}
+
 bool DExportHtml::writeManifest(QAILogMonitor* monitor)
 {
     if (!m_manifestRead)
@@ -414,6 +419,11 @@ bool DExportHtml::generateAs(DDocument* document, const QString& fileName,
         return false;
     }
     insertTop(body);
+    // The end of the main block is in the last part of the body, which stays in memory.
+    if (const QByteArray end = m_postambles.value(fileName); !end.isEmpty()) {
+        const qsizetype mainEnd = body.lastIndexOf("</main>");
+        body.insert(mainEnd < 0 ? body.size() : mainEnd, end);
+    }
     QString title = document->title().isEmpty() ? document->tag() : document->title();
     if (!m_title.isEmpty())
         title = title.isEmpty() ? m_title : title + QStringLiteral(" \u2013 ") + m_title;

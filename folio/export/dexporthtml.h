@@ -46,8 +46,9 @@ public:
     DPageNames& pageNames();
     // The page every other page links back to; none by default.
     void setIndexPage(const QString& fileName) { m_indexPage = fileName; }
-    // Markup put at the top of the page `fileName`, as it is.
+    // Markup put at the top of the page `fileName`, as it is, and at the end of its main block.
     void setPagePreamble(const QString& fileName, const QByteArray& markup);
+    void setPagePostamble(const QString& fileName, const QByteArray& markup);
 
     // Writes the page of `document`, named after its tag, reporting its progress in 100 steps.
     // False when the page could not be written or the user canceled; no partial page is left
@@ -93,6 +94,7 @@ private:
     QSet<QString> m_inManifest;
     QString m_indexPage;
     QHash<QString, QByteArray> m_preambles;
+    QHash<QString, QByteArray> m_postambles;
     QHash<QString, QString> m_images; // picture source to file name ("" when left out)
     int m_problems = 0;
     qint64 m_bytesWritten = 0;

@@ -135,6 +135,14 @@ DBlockLayout& DFolioView::laidOut(int block)
     return *slot;
 }
 
+int DFolioView::documentsHeight(int limit)
+{
+    long long height = 2LL * m_margin;
+    for (int block = 0; block < m_heights.size() && height < limit; ++block)
+        height += laidOut(block).height();
+    return int(qMin<long long>(height, limit));
+}
+
 long long DFolioView::scrollPosition() const
 {
     return m_heights.size() ? m_heights.top(m_top) + m_topOffset : 0;

@@ -60,6 +60,9 @@ public:
     QColor backgroundColor() const { return m_background; }
     void setWordWrap(bool on);
     bool wordWrap() const { return m_context.wordWrap; }
+    // The height the documents take at the view's width with the space around them, laid out
+    // from the top as far as needed: at most `limit` pixels.
+    int documentsHeight(int limit);
     // Space around the documents, in pixels.
     void setMargin(int pixels);
     int margin() const { return m_margin; }

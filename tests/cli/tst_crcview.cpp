@@ -68,7 +68,8 @@ QStringList deadLinks(const QString& out)
         const QString html = QString::fromUtf8(readAll(QDir(out).filePath(page)));
         for (auto match = href.globalMatch(html); match.hasNext();) {
             const QString link = match.next().captured(1);
-            if (link.startsWith(QLatin1String("file:")))
+            // Source files and web pages are outside the export.
+            if (link.startsWith(QLatin1String("file:")) || link.startsWith(QLatin1String("https:")))
                 continue;
             const qsizetype hash = link.indexOf(u'#');
             QString target = hash < 0 ? link : link.left(hash);
@@ -513,6 +514,54 @@ private Q_SLOTS:
     }
 
     // The bundled examples are what a new user opens first: they must all read cleanly.
+    // --source-url links each source place to a web address; --embed-sources shows the lines
+    // around it under the link, read only from a regular file. A template that is no web
+    // address, or names no path, is a bad command line.
+    void exportLinksSourcesToTheWebOrEmbedsThem()
+    {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("repo/src")));
+        writeFile(dir, QStringLiteral("repo/src/main.c"),
+                  "int one;\nint two;\nint three;\nint four;\nint five;\nint six;\n");
+        const QString report = writeFile(
+            dir, QStringLiteral("repo/report.crc"),
+            "<XROD><DOCUMENT tag='r'><XROD:NODE name='f' type='File' state='ko' base='" +
+                dir.filePath(QStringLiteral("repo/")).toUtf8() +
+                "'><SECTION><XROD:NODE name='n' type='Rule' state='ko' sum='1'><SECTION "
+                "tag='s'><PARAGRAPH>At <LINK target='src/main.c line 4'>main.c:4</LINK>"
+                "</PARAGRAPH></SECTION></XROD:NODE></SECTION></XROD:NODE></DOCUMENT></XROD>");
+        const QString out = dir.filePath(QStringLiteral("web"));
+        Run run = crcview({QStringLiteral("export"), QStringLiteral("--source-url"),
+                           QStringLiteral("https://host/repo/blob/REV/{path}#L{line}"),
+                           QStringLiteral("--embed-sources"), out, report});
+        QVERIFY2(run.status == 0, qPrintable(run.err));
+        QByteArray page = readAll(out + QStringLiteral("/r.html"));
+        QVERIFY2(page.contains("<a href=\"https://host/repo/blob/REV/src/main.c#L4\">main.c:4</a>"),
+                 page.constData());
+        QVERIFY(page.contains("     1  int one;\n"));
+        QVERIFY(page.contains("<mark>     4  int four;\n</mark>"));
+        QVERIFY(page.contains("     6  int six;\n</code>"));
+
+        // Without a template the link stays a file's; the lines are shown all the same.
+        const QString local = dir.filePath(QStringLiteral("local"));
+        run = crcview({QStringLiteral("export"), QStringLiteral("--embed-sources"), local, report});
+        QVERIFY2(run.status == 0, qPrintable(run.err));
+        page = readAll(local + QStringLiteral("/r.html"));
+        QVERIFY(page.contains("src/main.c\">main.c:4</a>"));
+        QVERIFY(page.contains("<mark>     4  int four;\n</mark>"));
+        // No template, no lines: as before.
+        run = crcview({QStringLiteral("export"), dir.filePath(QStringLiteral("plain")), report});
+        QVERIFY(!readAll(dir.filePath(QStringLiteral("plain/r.html"))).contains("int four"));
+
+        for (const QString& bad : {QStringLiteral("javascript:alert('{path}')"),
+                                   QStringLiteral("https://host/no-path")}) {
+            run = crcview({QStringLiteral("export"), QStringLiteral("--source-url"), bad,
+                           dir.filePath(QStringLiteral("bad")), report});
+            QCOMPARE(run.status, 64);
+        }
+    }
+
     void examplesReadCleanly()
     {
         const QDir examples(QStringLiteral(EXAMPLES_DIR));

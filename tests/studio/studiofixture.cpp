@@ -197,6 +197,13 @@ QStringList FixtureDialogs::openFileNames(QWidget* parent, const QString& captio
     return ScriptedDialogs::openFileNames(parent, caption, directory, filter, selectedFilter);
 }
 
+QString FixtureDialogs::saveFileName(QWidget* parent, const QString& caption,
+                                     const QString& directory, const QString& filter)
+{
+    savedIn.append(directory);
+    return ScriptedDialogs::saveFileName(parent, caption, directory, filter);
+}
+
 QStringList FixtureDialogs::messages() const
 {
     QStringList texts;
@@ -540,9 +547,28 @@ QTreeView* StudioFixture::outline() const
     QDockWidget* dock = dockNamed(*m_window, QStringLiteral("outline"));
     auto* stack = dock ? qobject_cast<QStackedWidget*>(dock->widget()) : nullptr;
     QWidget* shown = stack ? stack->currentWidget() : nullptr;
-    return shown && shown->objectName() == QLatin1String("reportOutline")
-               ? qobject_cast<QTreeView*>(shown)
-               : nullptr;
+    return shown ? shown->findChild<QTreeView*>(QStringLiteral("reportOutline")) : nullptr;
+}
+
+QLineEdit* StudioFixture::outlineFilter() const
+{
+    QDockWidget* dock = dockNamed(*m_window, QStringLiteral("outline"));
+    auto* stack = dock ? qobject_cast<QStackedWidget*>(dock->widget()) : nullptr;
+    QWidget* shown = stack ? stack->currentWidget() : nullptr;
+    return shown ? shown->findChild<QLineEdit*>(QStringLiteral("outlineFilter")) : nullptr;
+}
+
+bool StudioFixture::filterOutline(const QString& text)
+{
+    QLineEdit* box = outlineFilter();
+    if (!box || !box->isVisible()) {
+        qWarning() << "No filter box is shown above the outline";
+        return false;
+    }
+    bringForward();
+    typeOver(box, text);
+    QTest::keyClick(box, Qt::Key_Return);
+    return true;
 }
 
 QModelIndex StudioFixture::outlineEntry(const QStringList& names) const

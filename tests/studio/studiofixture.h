@@ -38,10 +38,13 @@ class FixtureDialogs : public ScriptedDialogs
 public:
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
                               const QString& filter, QString* selectedFilter = nullptr) override;
+    QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
+                         const QString& filter) override;
     // The messages shown, in order (the file and folder dialogs left out).
     QStringList messages() const;
 
     QStringList openedIn;
+    QStringList savedIn; // where each Save dialog started
 };
 
 class StudioFixture
@@ -131,6 +134,11 @@ public:
 
     // The outline shown in the outline dock; null when the tab shown has none.
     QTreeView* outline() const;
+    // The filter box above the outline; null when the tab shown has none.
+    QLineEdit* outlineFilter() const;
+    // Clicks into the filter box, types `text` over what it held and presses Return; false
+    // when there is no filter box.
+    [[nodiscard]] bool filterOutline(const QString& text);
     // The entry at the names from the file entry down; invalid (with a warning) when not shown.
     QModelIndex outlineEntry(const QStringList& names) const;
     // The names from the file entry down to `entry`.

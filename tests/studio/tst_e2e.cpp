@@ -119,7 +119,7 @@ class TestEndToEnd : public QObject
             if (separators == 1 && entry != QLatin1String("-"))
                 types.append(
                     (entry.startsWith(QLatin1String("[x] ")) ? QString() : QStringLiteral("-")) +
-                    entry.mid(4));
+                    entry.mid(4).remove(QLatin1String(" (and all below)")));
         }
         return types;
     }
@@ -537,7 +537,8 @@ private Q_SLOTS:
         QCOMPARE(typeEntries(), fileTypes);
         QVERIFY(m_studio.documentText().contains(rule));
 
-        QVERIFY(m_studio.trigger({QStringLiteral("Code Review"), QStringLiteral("Rule")}));
+        QVERIFY(m_studio.trigger(
+            {QStringLiteral("Code Review"), QStringLiteral("Rule (and all below)")}));
         QVERIFY(!m_studio.documentText().contains(rule));
         QCOMPARE(typeEntries(), (QStringList{QStringLiteral("File"), QStringLiteral("-Rule")}));
         QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Reload")}));
@@ -547,7 +548,8 @@ private Q_SLOTS:
         QVERIFY(m_studio.clickLink(QStringLiteral("cases")));
         QCOMPARE(m_studio.shownFiles(), QStringList{path("types/cases.crc")});
         QCOMPARE(typeEntries(), suiteTypes);
-        QVERIFY(m_studio.trigger({QStringLiteral("Code Review"), QStringLiteral("Case")}));
+        QVERIFY(m_studio.trigger(
+            {QStringLiteral("Code Review"), QStringLiteral("Case (and all below)")}));
         QVERIFY(!m_studio.documentText().contains(testCase));
         QVERIFY(m_studio.documentText().contains(QLatin1String("the suite")));
 
@@ -601,7 +603,10 @@ private Q_SLOTS:
         auto* dialogButtons = autoRaise->window()->findChild<QDialogButtonBox*>();
         QTest::mouseClick(dialogButtons->button(QDialogButtonBox::Cancel), Qt::LeftButton);
         m_studio.bringForward();
+        // A click leaves the keyboard in the outline; Return hands it to the report.
         QVERIFY(m_studio.clickEntry({QStringLiteral("one.crc"), QStringLiteral("n")}));
+        QVERIFY(outline->hasFocus());
+        m_studio.press(Qt::Key_Return);
         QVERIFY(view()->hasFocus());
 
         // The report starts 5 pixels from the left; the background shows before it.
@@ -615,17 +620,16 @@ private Q_SLOTS:
         }
         QVERIFY2(firstInk >= 5 && firstInk <= 8, qPrintable(QString::number(firstInk)));
         QVERIFY(!m_studio.summaryDock()->isHidden());
-        QVERIFY2(m_studio.summaryView()->height() <= 30,
-                 qPrintable(QString::number(m_studio.summaryView()->height())));
     }
 
-    // 10. Exporting failed results only when nothing failed is no error.
+    // 10. Exporting failed results only when nothing failed is no error: the summary is
+    // written, and no passed result.
     void exportingFailedOnlyWithNothingFailed()
     {
         const QString passed = path("passed/passed.crc");
         QVERIFY(writeFile(passed, "<XROD><DOCUMENT tag='ok'><XROD:NODE name='n' type='Rule' "
-                                  "state='ok' sum='3'><SECTION><PARAGRAPH>fine</PARAGRAPH>"
-                                  "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+                                  "state='ok' sum='3'><SECTION><PARAGRAPH>fine-and-passed"
+                                  "</PARAGRAPH></SECTION></XROD:NODE></DOCUMENT></XROD>"));
         QProcess crcview;
         crcview.start(
             QStringLiteral(CRCVIEW_PATH),
@@ -633,6 +637,10 @@ private Q_SLOTS:
         QVERIFY(crcview.waitForFinished(60000));
         QCOMPARE(crcview.exitCode(), 0);
         QVERIFY(QFile::exists(path("pages/index.html")));
+        const QStringList pages = QDir(path("pages")).entryList({QStringLiteral("*.html")});
+        for (const QString& page : pages)
+            QVERIFY2(!testkit::readFile(path("pages/") + page).contains("fine-and-passed"),
+                     qPrintable(page));
 
         crcview.start(QStringLiteral(CRCVIEW_PATH),
                       {QStringLiteral("export"), QStringLiteral("--failed"), path("pages2"), passed,

@@ -346,7 +346,8 @@ private Q_SLOTS:
         QList<QAction*> entries = typeSection(menu);
         QCOMPARE(entries.size(), 51);
         for (int i = 0; i < 50; ++i) {
-            QCOMPARE(entries.at(i)->text(), QStringLiteral("K%1").arg(i, 4, 10, QLatin1Char('0')));
+            QCOMPARE(entries.at(i)->text(),
+                     QStringLiteral("K%1 (and all below)").arg(i, 4, 10, QLatin1Char('0')));
             QVERIFY(entries.at(i)->isChecked());
         }
         QAction* note = entries.last();

@@ -223,6 +223,8 @@ private Q_SLOTS:
     {
         QVERIFY(m_studio.open({data + QStringLiteral("/pytest-pyflakes-xunit1.xml")}));
         QCOMPARE(totals(m_studio.summaryText()), QStringLiteral("Total 5 723 18 746"));
+        // The summary read, its dock is closed again: the trace below gets the room.
+        QVERIFY(m_studio.trigger({QStringLiteral("Code Review"), QStringLiteral("Show header")}));
         const QModelIndex tests = entryStartingWith(
             QStringLiteral("pyflakes.test.test_api.IntegrationTests"), Qt::MatchExactly);
         QVERIFY(tests.isValid());
@@ -260,10 +262,11 @@ private Q_SLOTS:
                 .pixmap(16)
                 .toImage();
         };
-        // Runs drawn alike are counted together; a finding below a run is drawn as failed.
+        // Runs drawn alike are counted together; the runs with findings are the failed ones.
         QList<QImage> icons;
         QList<int> counts;
         QModelIndex finding;
+        QModelIndex failedRun; // the first run with findings
         int titled = 0;
         for (int row = 0; row < entries->rowCount(log); ++row) {
             const QModelIndex run = entries->index(row, 0, log);
@@ -277,6 +280,7 @@ private Q_SLOTS:
                 ++counts[known];
             }
             if (!finding.isValid() && entries->rowCount(run) > 0) {
+                failedRun = run;
                 finding = run;
                 while (entries->rowCount(finding) > 0)
                     finding = entries->index(0, 0, finding);
@@ -285,7 +289,7 @@ private Q_SLOTS:
         QCOMPARE(titled, 81);
         QCOMPARE(icons.size(), 2);
         QVERIFY(finding.isValid());
-        const qsizetype failedRuns = icons.indexOf(verdictIcon(finding));
+        const qsizetype failedRuns = icons.indexOf(verdictIcon(failedRun));
         QVERIFY(failedRuns >= 0);
         QCOMPARE(counts.at(failedRuns), 7);
         QCOMPARE(counts.at(1 - failedRuns), 74);

@@ -18,6 +18,7 @@
 
 #include <QDir>
 #include <QDockWidget>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -74,7 +75,7 @@ ScriptedDialogs* scriptDialogs()
 
 QARListView* outlineOf(const QAReporter& window)
 {
-    return qobject_cast<QARListView*>(window.contentOutlineWidget());
+    return window.contentOutlineWidget()->findChild<QARListView*>(QStringLiteral("reportOutline"));
 }
 
 DReportWidget* reportView(const QAReporter& window)
@@ -331,8 +332,11 @@ private Q_SLOTS:
         QVERIFY(summaryDock(window));
         QCOMPARE(window.findChild<DReportWidget*>(QStringLiteral("summaryView")),
                  summaryDock(window)->widget());
-        // The outline shows in the studio's outline area, not in the window.
-        QCOMPARE(window.contentOutlineWidget()->objectName(), QStringLiteral("reportOutline"));
+        // The outline and its filter box show in the studio's outline area, not in the window.
+        QCOMPARE(window.contentOutlineWidget()->objectName(), QStringLiteral("reportOutlinePane"));
+        QVERIFY(
+            window.contentOutlineWidget()->findChild<QLineEdit*>(QStringLiteral("outlineFilter")));
+        QVERIFY(outlineOf(window));
         QVERIFY(outlineOf(window)->findChild<QARPopupMenu*>(QStringLiteral("outlineContextMenu")));
         window.activated();
         QVERIFY(codeReviewMenu(window));
@@ -396,10 +400,12 @@ private Q_SLOTS:
         QStringList texts;
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-", "Rule",
-                                     "Metric", "-", "&Reload", "-", "Show &header", "&Print Header",
-                                     "-", "&Submit Trackwell Report", "-", "&Generate HTML", "-",
-                                     "&Next Failed Test\tF8", "Pre&vious Failed Test\tShift+F8"}));
+        QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-",
+                                     "Rule (and all below)", "Metric (and all below)", "-",
+                                     "&Reload", "-", "Show &header", "&Print Header", "-",
+                                     "&Submit Trackwell Report", "-", "&Generate HTML", "-",
+                                     "&Next Failed Test\tF8", "Pre&vious Failed Test\tShift+F8",
+                                     "Ne&xt Finding\tCtrl+.", "Previous Fin&ding\tCtrl+,"}));
         QVERIFY(!menu->actions().at(6)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
         QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());

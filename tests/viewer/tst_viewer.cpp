@@ -302,6 +302,24 @@ private Q_SLOTS:
         QCOMPARE(levels, depth);
         QCOMPARE(QARListView::entryPath(item).size(), depth + 1);
         QCOMPARE(view.entryAt(QARListView::entryPath(item)), item);
+
+        // Filtered, counted and stepped through without recursion either: the deepest entry
+        // is the only result, every entry above it stays, and the file counts one failure.
+        view.setFilterText(QStringLiteral("deep.crc"));
+        item = view.model()->index(0, 0);
+        QCOMPARE(view.model()->index(0, 2).data().toString(), QStringLiteral("1"));
+        levels = 0;
+        while (view.model()->rowCount(item) == 1) {
+            item = view.model()->index(0, 0, item);
+            ++levels;
+        }
+        QCOMPARE(levels, depth);
+        view.setCurrentIndex(view.model()->index(0, 0));
+        view.nextFinding();
+        QCOMPARE(QARListView::entryPath(view.currentEntry()).size(),
+                 QARListView::openDepthLimit + 1); // the entry at the limit stands for it
+        view.setFilterText(QStringLiteral("nothing"));
+        QCOMPARE(view.model()->rowCount(view.model()->index(0, 0)), 0);
         view.clear();
     }
 };

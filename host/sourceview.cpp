@@ -1,7 +1,6 @@
 #include "host/sourceview.h"
 
 #include "sdk/qasafefile.h"
-#include "sdk/sourcerequest.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>
@@ -132,8 +131,24 @@ std::unique_ptr<SourceView> SourceView::open(const QString& path, QString* error
     return view;
 }
 
+bool SourceView::stepPlace(int by, SourceRequest* step) const
+{
+    const int to = m_place.step + by;
+    if (to < 0 || to >= m_place.steps.size())
+        return false;
+    *step = m_place;
+    step->step = to;
+    step->path = m_place.steps.at(to).path;
+    step->line = m_place.steps.at(to).line;
+    step->lastLine = 0;
+    step->snippet.clear();
+    step->message = m_place.steps.at(to).message;
+    return true;
+}
+
 void SourceView::showPlace(const SourceRequest& request)
 {
+    m_place = request;
     QTextBlock block = document()->findBlockByNumber(qMax(request.line, 1) - 1);
     if (!block.isValid())
         block = document()->lastBlock();

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "sdk/sourcerequest.h"
+
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <memory>
 
 class QLabel;
-struct SourceRequest;
 
 // A source file shown read-only, with one line highlighted.
 class SourceView : public QPlainTextEdit
@@ -32,6 +33,11 @@ public:
     // snippet's lines where they read as the file's. Its message, when it has one, shows beside
     // the first line.
     void showPlace(const SourceRequest& request);
+    // The place shown last, with its code flow.
+    const SourceRequest& place() const { return m_place; }
+    // The place of the step `by` steps after the one shown (before it when negative); false when
+    // there is none.
+    bool stepPlace(int by, SourceRequest* step) const;
     // The width of the margin on the left that numbers the lines.
     int lineNumberWidth() const;
 
@@ -50,4 +56,5 @@ private:
     int m_line = 0;
     QWidget* m_lineNumbers;
     QLabel* m_message;
+    SourceRequest m_place;
 };

@@ -79,6 +79,13 @@ void StudioCommands::createMenus(RecentFiles* recent)
     };
     tabCommand(NextTab, tr("Ne&xt Tab"), Qt::Key_PageDown);
     tabCommand(PreviousTab, tr("Pre&vious Tab"), Qt::Key_PageUp);
+    go->addSeparator();
+    command(go, NextStep, tr("Next &Step"), QKeySequence::UnknownKey);
+    m_commands[NextStep]->setShortcut(QKeySequence(Qt::Key_F10));
+    m_commands[NextStep]->setStatusTip(tr("The next step of the finding's code flow"));
+    command(go, PreviousStep, tr("Previous S&tep"), QKeySequence::UnknownKey);
+    m_commands[PreviousStep]->setShortcut(QKeySequence(Qt::ShiftModifier | Qt::Key_F10));
+    m_commands[PreviousStep]->setStatusTip(tr("The step before in the finding's code flow"));
     QToolBar* navigation = m_window->addToolBar(tr("Navigation"));
     navigation->setObjectName(QStringLiteral("navigation"));
     navigation->addAction(m_commands[Back]);
@@ -113,6 +120,9 @@ void StudioCommands::update()
     m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack") ||
                                  (source && m_tabs->holdsPage(source->cameFrom())));
     m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
+    SourceRequest step;
+    m_commands[NextStep]->setEnabled(source && source->stepPlace(1, &step));
+    m_commands[PreviousStep]->setEnabled(source && source->stepPlace(-1, &step));
     m_commands[NextTab]->setEnabled(m_tabs->count() > 1);
     m_commands[PreviousTab]->setEnabled(m_tabs->count() > 1);
 }
@@ -178,6 +188,13 @@ void StudioCommands::run(Command command)
     case PreviousTab:
         m_tabs->showNext(-1);
         break;
+    case NextStep:
+    case PreviousStep: {
+        SourceRequest step;
+        if (m_tabs->activeSource()->stepPlace(command == NextStep ? 1 : -1, &step))
+            Q_EMIT sourceStepRequested(step);
+        break;
+    }
     case CommandCount:
         break;
     }

@@ -8,6 +8,7 @@ class QMenu;
 class OutputDock;
 class RecentFiles;
 class StudioTabs;
+struct SourceRequest;
 
 // The studio's menus and the commands in them: File, Edit, Go, Tools and View, the navigation
 // toolbar, and the mouse's back and forward buttons anywhere in the window. The commands that
@@ -33,6 +34,8 @@ Q_SIGNALS:
     void preferencesRequested();
     // File > Reload is about to reach the viewer shown.
     void aboutToReload();
+    // A step of the code flow of the source shown is to be shown.
+    void sourceStepRequested(const SourceRequest& step);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -54,6 +57,8 @@ private:
         Forward,
         NextTab,
         PreviousTab,
+        NextStep,
+        PreviousStep,
         CommandCount
     };
 

@@ -21,6 +21,7 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
+#include "sdk/sourcerequest.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -66,6 +67,8 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     connect(m_commands, &StudioCommands::openRequested, this, &StudioMainWindow::openWithDialog);
     connect(m_commands, &StudioCommands::preferencesRequested, this,
             &StudioMainWindow::showPreferences);
+    connect(m_commands, &StudioCommands::sourceStepRequested, this,
+            [this](const SourceRequest& step) { m_services->openSource(step); });
     // The originals of converted results may have changed since they were converted.
     connect(m_commands, &StudioCommands::aboutToReload, this,
             [this] { refreshImportedResults(this, m_services.get()); });

@@ -56,8 +56,8 @@ public:
     // line), and brings it to the front when `activate` is set.
     virtual void openLocation(const QString& location, int kind, bool activate) = 0;
     // Opens a source file at a place and brings it to the front, with what the request tells of
-    // it: the lines of the place and the finding's message. A studio that shows no more than
-    // the place gets it through openLocation() (kind 3).
+    // it: the lines of the place, the finding's message and its code flow to step through. A
+    // studio that shows no more than the place gets it through openLocation() (kind 3).
     virtual void openSource(const SourceRequest& request);
     // The defect tracker, or null when the studio has none.
     virtual TrackwellInterface* trackwellInterface() const = 0;

@@ -17,11 +17,11 @@ constexpr int mostItems = 10000;
 
 // The next item in document order after `item`, children first; null once `last` and all
 // that is in it are passed.
-const DItem* following(const DItem* item, const DItem* last)
+DItem* following(DItem* item, DItem* last)
 {
-    if (const DItemContainer* container = item->asContainer(); container && container->firstChild())
+    if (DItemContainer* container = item->asContainer(); container && container->firstChild())
         return container->firstChild();
-    for (const DItem* at = item; at; at = at->parent()) {
+    for (DItem* at = item; at; at = at->parent()) {
         if (at == last)
             return nullptr;
         if (at->next())
@@ -31,11 +31,11 @@ const DItem* following(const DItem* item, const DItem* last)
 }
 
 // The text of a paragraph and everything in it, in order.
-QString textOf(const DItem* paragraph)
+QString textOf(DItem* paragraph)
 {
     QString text;
     int looked = 0;
-    for (const DItem* item = paragraph; item && looked < mostItems;
+    for (DItem* item = paragraph; item && looked < mostItems;
          item = following(item, paragraph), ++looked) {
         if (const auto* run = dcast<DText>(item))
             text += run->text();
@@ -55,9 +55,9 @@ FindingDetails FindingDetails::of(const QAReporterNode& node)
     static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
     const QString levelLead = node.level + QStringLiteral(": ");
     int looked = 0;
-    for (const DItem* item = node.item; item && looked < mostItems;
+    for (DItem* item = node.item; item && looked < mostItems;
          item = following(item, node.endItem), ++looked) {
-        if (const auto* link = dcast<DLink>(item); link && details.sourcePath.isEmpty()) {
+        if (auto* link = dcast<DLink>(item); link && details.sourcePath.isEmpty()) {
             const QRegularExpressionMatch place = atLine.match(link->target());
             if (place.hasMatch()) {
                 details.sourcePath = place.captured(1);
@@ -68,6 +68,14 @@ FindingDetails FindingDetails::of(const QAReporterNode& node)
         }
         if (item->type() != DItem::Paragraph)
             continue;
+        if (const QString text = textOf(item); text.startsWith(QLatin1String("Step "))) {
+            for (DItem* in = item; in; in = following(in, item)) {
+                if (auto* link = dcast<DLink>(in)) {
+                    details.steps.append({link, text});
+                    break;
+                }
+            }
+        }
         if (details.snippet.isEmpty() && item->style() &&
             item->style()->name().startsWith(QLatin1String("Code")))
             details.snippet = textOf(item);

@@ -4,6 +4,7 @@
 #include <QString>
 #include <utility>
 
+class DLink;
 class QAReporterNode;
 
 // What an analyzer's finding says of itself, read from its node and its section of the report:
@@ -17,6 +18,13 @@ struct FindingDetails
     QString level;
     QString message;
     QString snippet;
+    // The steps of its code flows: each step's link and its paragraph's text, in order.
+    struct Step
+    {
+        DLink* link;
+        QString text;
+    };
+    QList<Step> steps;
 
     static FindingDetails of(const QAReporterNode& node);
 

@@ -115,33 +115,62 @@ void QAReporter::scrollToTag(const QString& tag, int, int)
     moveDoc(tag);
 }
 
-// The place a source link leads to; at the own place of a finding, with what the finding says
-// there. The finding is the node whose section holds the link or, failing that, the entry
-// selected in the outline, when the link leads to that finding's place.
+// The place a source link leads to; for a link of a finding (its own place or a step of its code
+// flow), with what the finding says there and the steps of its flow. The finding is the node
+// whose section holds the link or, failing that, the entry selected in the outline.
 SourceRequest QAReporter::sourceRequest(DLink* link, const QString& location) const
 {
     static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
-    const QRegularExpressionMatch place = atLine.match(location);
-    SourceRequest request;
-    request.path = place.hasMatch() ? place.captured(1) : location;
-    request.line = place.captured(2).toInt();
-    const auto at = [&request](const QAReporterNode* node) {
-        FindingDetails details = node ? FindingDetails::of(*node) : FindingDetails();
-        if (details.sourceLine != request.line || details.sourcePath.isEmpty() ||
-            !QDir::cleanPath(request.path).endsWith(QDir::cleanPath(details.sourcePath)))
-            details = FindingDetails();
-        return details;
+    const auto placeOf = [](const QString& text, SourceRequest* into) {
+        const QRegularExpressionMatch place = atLine.match(text);
+        into->path = place.hasMatch() ? place.captured(1) : text;
+        into->line = place.captured(2).toInt();
     };
-    FindingDetails details = at(m_session->searchReporterNode(link));
-    if (details.sourceLine == 0) {
+    SourceRequest request;
+    placeOf(location, &request);
+    // Whether the link is the finding's own place (1), one of its steps (2), or neither (0).
+    const auto linkOf = [&](const FindingDetails& details) {
+        if (details.sourceLine == request.line && !details.sourcePath.isEmpty() &&
+            QDir::cleanPath(request.path).endsWith(QDir::cleanPath(details.sourcePath)))
+            return 1;
+        for (const FindingDetails::Step& step : details.steps) {
+            if (step.link == link)
+                return 2;
+        }
+        return 0;
+    };
+    const QAReporterNode* node = m_session->searchReporterNode(link);
+    FindingDetails details = node ? FindingDetails::of(*node) : FindingDetails();
+    int kind = linkOf(details);
+    if (kind == 0) {
         const OutlineNode* selected = OutlineModel::nodeOf(currentEntry());
-        details = at(selected ? selected->data : nullptr);
+        details =
+            selected && selected->data ? FindingDetails::of(*selected->data) : FindingDetails();
+        kind = linkOf(details);
     }
-    if (details.sourceLine > 0) {
+    if (kind == 0)
+        return request;
+    if (kind == 1) {
         request.message = details.level.isEmpty()
                               ? details.message
                               : details.level + QStringLiteral(": ") + details.message;
         request.snippet = details.snippet;
+    }
+    for (const FindingDetails::Step& step : details.steps) {
+        const ReportSession::LinkAction action = m_session->followLink(step.link);
+        if (action.kind != ReportSession::LinkAction::OpenSource)
+            continue;
+        SourceStep place;
+        SourceRequest resolved;
+        placeOf(action.location, &resolved);
+        place.path = resolved.path;
+        place.line = resolved.line;
+        place.message = step.text;
+        if (step.link == link) {
+            request.step = int(request.steps.size());
+            request.message = step.text;
+        }
+        request.steps.append(place);
     }
     return request;
 }

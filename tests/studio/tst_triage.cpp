@@ -623,6 +623,67 @@ private Q_SLOTS:
         QCOMPARE(source->extraSelections().size(), 1);
         QVERIFY(message->isHidden());
     }
+    // A finding with a code flow: from its own place, Go > Next Step (F10) and Previous Step
+    // (Shift+F10) go through the steps, each highlighted with its text; a step in another file
+    // opens that file and stepping goes on there.
+    void steppingThroughACodeFlow()
+    {
+        const QString log = path(QStringLiteral("flow/flow.sarif"));
+        QVERIFY(writeFile(path(QStringLiteral("flow/src/a.c")), "one\ntwo\nthree\nfour\n"));
+        QVERIFY(writeFile(path(QStringLiteral("flow/src/b.c")), "b1\nb2\n"));
+        auto place = [](const char* file, int line, const char* message) {
+            return QStringLiteral(
+                       R"({"location":{"physicalLocation":{"artifactLocation":{"uri":"%1"},
+                "region":{"startLine":%2}},"message":{"text":"%3"}}})")
+                .arg(QLatin1String(file))
+                .arg(line)
+                .arg(QLatin1String(message));
+        };
+        QVERIFY(writeFile(
+            log, QStringLiteral(R"({"version":"2.1.0","runs":[{"tool":{"driver":{"name":"clang"}},
+                 "results":[{"ruleId":"core.NullDereference","level":"warning",
+                 "message":{"text":"Null dereference"},
+                 "locations":[{"physicalLocation":{"artifactLocation":{"uri":"src/a.c"},
+                 "region":{"startLine":4}}}],
+                 "codeFlows":[{"threadFlows":[{"locations":[%1,%2,%3]}]}]}]}]})")
+                     .arg(place("src/a.c", 1, "p is null"), place("src/b.c", 2, "passed on"),
+                          place("src/a.c", 4, "dereferenced"))
+                     .toUtf8()));
+        QVERIFY(m_studio.open({log}));
+        QStringList finding;
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        for (QModelIndex item = entries->index(0, 0); item.isValid();
+             item = entries->index(0, 0, item))
+            finding.append(item.data().toString());
+        QVERIFY(m_studio.clickEntry(finding));
+        QVERIFY(m_studio.clickLink(QStringLiteral("src/a.c line 4")));
+        QVERIFY2(m_studio.sourceView(), qPrintable(m_studio.output()));
+        QVERIFY(
+            !m_studio.entry({QStringLiteral("Go"), QStringLiteral("Previous Step")})->isEnabled());
+        auto message = [this] {
+            auto* label = m_studio.sourceView()->viewport()->findChild<QLabel*>(
+                QStringLiteral("findingMessage"));
+            return label && label->isVisible() ? label->text() : QString();
+        };
+        QCOMPARE(message(), QStringLiteral("warning: Null dereference"));
+
+        m_studio.press(Qt::Key_F10);
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("flow/src/a.c")));
+        QCOMPARE(m_studio.highlightedLine(), 1);
+        QVERIFY2(message().endsWith(QLatin1String("p is null")), qPrintable(message()));
+        QVERIFY(m_studio.trigger({QStringLiteral("Go"), QStringLiteral("Next Step")}));
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("flow/src/b.c")));
+        QCOMPARE(m_studio.highlightedLine(), 2);
+        QVERIFY2(message().endsWith(QLatin1String("passed on")), qPrintable(message()));
+        m_studio.press(Qt::Key_F10);
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("flow/src/a.c")));
+        QCOMPARE(m_studio.highlightedLine(), 4);
+        QVERIFY2(message().endsWith(QLatin1String("dereferenced")), qPrintable(message()));
+        QVERIFY(!m_studio.entry({QStringLiteral("Go"), QStringLiteral("Next Step")})->isEnabled());
+        m_studio.press(Qt::Key_F10, Qt::ShiftModifier);
+        QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("flow/src/b.c")));
+        QCOMPARE(m_studio.highlightedLine(), 2);
+    }
 };
 
 int main(int argc, char** argv)

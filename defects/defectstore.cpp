@@ -17,18 +17,27 @@
 
 namespace {
 
-constexpr int schemaVersion = 1;
+constexpr int schemaVersion = 2;
 
-const QString defectsTable = QStringLiteral("CREATE TABLE defects ("
-                                            " id INTEGER PRIMARY KEY AUTOINCREMENT,"
-                                            " state TEXT NOT NULL DEFAULT 'open'"
-                                            "  CHECK (state IN ('open', 'closed')),"
-                                            " headline TEXT NOT NULL,"
-                                            " description TEXT NOT NULL,"
-                                            " item_path TEXT NOT NULL,"
-                                            " file TEXT,"
-                                            " filed TEXT NOT NULL,"
-                                            " external_reference TEXT)");
+// The defects table of the first stores, before a defect kept what its finding said.
+const QString defectsTableV1 = QStringLiteral("CREATE TABLE defects ("
+                                              " id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                                              " state TEXT NOT NULL DEFAULT 'open'"
+                                              "  CHECK (state IN ('open', 'closed')),"
+                                              " headline TEXT NOT NULL,"
+                                              " description TEXT NOT NULL,"
+                                              " item_path TEXT NOT NULL,"
+                                              " file TEXT,"
+                                              " filed TEXT NOT NULL,"
+                                              " external_reference TEXT)");
+// The columns added since, in the order added; SQLite writes each one added to a table of the
+// first stores into its definition as ", COLUMN", so that such a table reads as one made new.
+const QStringList addedColumns{
+    QStringLiteral("source_path TEXT"), QStringLiteral("source_line INTEGER"),
+    QStringLiteral("rule TEXT"),        QStringLiteral("level TEXT"),
+    QStringLiteral("message TEXT"),     QStringLiteral("snippet TEXT")};
+const QString defectsTable = defectsTableV1.chopped(1) + QStringLiteral(", ") +
+                             addedColumns.join(QStringLiteral(", ")) + QLatin1Char(')');
 const QString attachmentsTable = QStringLiteral("CREATE TABLE attachments ("
                                                 " defect INTEGER NOT NULL REFERENCES defects(id),"
                                                 " label TEXT NOT NULL,"
@@ -90,10 +99,18 @@ bool createTables(const QSqlDatabase& database, QString* error)
            run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
 }
 
-// Whether the store holds exactly the tables crcstudio makes (`empty` when it holds none yet).
-// Only the schema is read to find out, nothing of it runs: anything else, such as a view that
-// never ends or a trigger that filing would fire, is refused with the reason in `error`.
-bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
+// What a store holds: nothing yet, the tables of the first stores, or those of now.
+enum class Schema
+{
+    Empty,
+    First,
+    Current
+};
+
+// Whether the store holds exactly the tables crcstudio makes, now or in its first stores (in
+// `schema`). Only the schema is read to find out, nothing of it runs: anything else, such as a
+// view that never ends or a trigger that filing would fire, is refused with the reason in `error`.
+bool checkSchema(const QSqlDatabase& database, Schema* schema, QString* error)
 {
     static const QHash<QString, QString> ours{
         {QStringLiteral("defects"), defectsTable},
@@ -108,6 +125,7 @@ bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
     if (!run(query, QStringLiteral("SELECT type, name, sql FROM sqlite_master"), {}, error))
         return false;
     QSet<QString> tables;
+    bool first = false;
     while (query.next()) {
         const QString type = query.value(0).toString();
         const QString name = query.value(1).toString();
@@ -117,7 +135,11 @@ bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
                          .arg(type, name);
             return false;
         }
-        if (type != QLatin1String("table") || query.value(2).toString() != *expected) {
+        const QString sql = query.value(2).toString();
+        if (type == QLatin1String("table") && name == QLatin1String("defects") &&
+            sql == defectsTableV1)
+            first = true;
+        else if (type != QLatin1String("table") || sql != *expected) {
             *error = QStringLiteral("it is no defect store of crcstudio: its %1 %2 is not the "
                                     "table crcstudio makes")
                          .arg(type, name);
@@ -129,9 +151,10 @@ bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
         *error = StoreConnection::reason(query.lastError());
         return false;
     }
-    *empty = tables.isEmpty();
+    const bool empty = tables.isEmpty();
+    *schema = empty ? Schema::Empty : first ? Schema::First : Schema::Current;
     for (const QString& table : {QStringLiteral("defects"), QStringLiteral("attachments")}) {
-        if (!*empty && !tables.contains(table)) {
+        if (!empty && !tables.contains(table)) {
             *error =
                 QStringLiteral("it is no defect store of crcstudio: it has no table %1").arg(table);
             return false;
@@ -140,14 +163,35 @@ bool checkSchema(const QSqlDatabase& database, bool* empty, QString* error)
     return true;
 }
 
-// Begins a transaction that writes to a store checked to be one of crcstudio's; false with the
-// reason, and nothing begun, otherwise.
+// Brings a store of the first kind up to date inside the transaction begun: its defects get the
+// columns added since, empty. Undone with the transaction when that fails.
+bool addColumns(const QSqlDatabase& database, QString* error)
+{
+    for (const QString& column : addedColumns) {
+        if (!run(database, QStringLiteral("ALTER TABLE defects ADD COLUMN ") + column, error))
+            return false;
+    }
+    return run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
+}
+
+// Begins a transaction that writes to a store checked to be one of crcstudio's, brought up to
+// date in the same transaction when it is one of the first stores; false with the reason, and
+// nothing begun, otherwise.
 bool beginWriting(const QSqlDatabase& database, bool* empty, QString* error)
 {
     if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), error))
         return false;
-    if (checkSchema(database, empty, error))
-        return true;
+    Schema schema = Schema::Empty;
+    if (checkSchema(database, &schema, error)) {
+        *empty = schema == Schema::Empty;
+        if (schema != Schema::First)
+            return true;
+        if (addColumns(database, error))
+            return true;
+        *error = QStringLiteral("it cannot be brought up to date for the details defects now "
+                                "keep: ") +
+                 *error;
+    }
     QString ignored;
     run(database, QStringLiteral("ROLLBACK"), &ignored);
     return false;
@@ -284,18 +328,23 @@ bool DefectStore::file(Defect& defect)
                               .toJson(QJsonDocument::Compact)),
         textOrNull(defect.file),
         timeText(filed),
-        textOrNull(defect.externalReference)};
+        textOrNull(defect.externalReference),
+        textOrNull(defect.sourcePath),
+        defect.sourceLine > 0 ? QVariant(defect.sourceLine) : QVariant(QMetaType(QMetaType::Int)),
+        textOrNull(defect.rule),
+        textOrNull(defect.level),
+        textOrNull(defect.message),
+        textOrNull(defect.snippet)};
+    const QString columns = QStringLiteral(
+        "state, headline, description, item_path, file, filed, external_reference, source_path,"
+        " source_line, rule, level, message, snippet");
+    const QString marks = QStringLiteral("'open', ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?");
     const bool inserted =
         defect.id > 0
             ? run(query,
-                  QStringLiteral("INSERT INTO defects (id, state, headline, description, "
-                                 "item_path, file, filed, external_reference)"
-                                 " VALUES (?, 'open', ?, ?, ?, ?, ?, ?)"),
+                  QStringLiteral("INSERT INTO defects (id, %1) VALUES (?, %2)").arg(columns, marks),
                   QVariantList{defect.id} + values, &error)
-            : run(query,
-                  QStringLiteral("INSERT INTO defects (state, headline, description, item_path,"
-                                 " file, filed, external_reference)"
-                                 " VALUES ('open', ?, ?, ?, ?, ?, ?)"),
+            : run(query, QStringLiteral("INSERT INTO defects (%1) VALUES (%2)").arg(columns, marks),
                   values, &error);
     if (!inserted)
         return undo(error);
@@ -332,15 +381,21 @@ bool DefectStore::read(QList<Defect>* defects)
         return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
     const QSqlDatabase database = connection.database();
     QString error;
-    bool empty = false;
-    if (!checkSchema(database, &empty, &error))
+    Schema schema = Schema::Empty;
+    if (!checkSchema(database, &schema, &error))
         return fail(QStringLiteral("Cannot read the defect store %1"), error);
-    if (empty)
+    if (schema == Schema::Empty)
         return true;
+    // A store of the first kind is read as it is: reading never writes.
+    const QString details = schema == Schema::First
+                                ? QStringLiteral("NULL, NULL, NULL, NULL, NULL, NULL")
+                                : QStringLiteral("source_path, source_line, rule, level, message,"
+                                                 " snippet");
     QSqlQuery query(database);
     if (!run(query,
              QStringLiteral("SELECT id, state, headline, description, item_path, file, filed,"
-                            " external_reference FROM defects ORDER BY id"),
+                            " external_reference, %1 FROM defects ORDER BY id")
+                 .arg(details),
              {}, &error))
         return fail(QStringLiteral("Cannot read the defect store %1"), error);
     QHash<qint64, qsizetype> byId;
@@ -356,6 +411,12 @@ bool DefectStore::read(QList<Defect>* defects)
         defect.file = query.value(5).toString();
         defect.filed = QDateTime::fromString(query.value(6).toString(), Qt::ISODate);
         defect.externalReference = query.value(7).toString();
+        defect.sourcePath = query.value(8).toString();
+        defect.sourceLine = query.value(9).toInt();
+        defect.rule = query.value(10).toString();
+        defect.level = query.value(11).toString();
+        defect.message = query.value(12).toString();
+        defect.snippet = query.value(13).toString();
         byId.insert(defect.id, defects->size());
         defects->append(defect);
     }
@@ -418,8 +479,9 @@ namespace DefectFormat {
 
 QByteArray toCsv(const QList<Defect>& defects)
 {
-    QString csv = QStringLiteral(
-        "id,state,headline,description,item,file,filed,external_reference,attachments\r\n");
+    QString csv = QStringLiteral("id,state,headline,description,item,file,filed,external_reference,"
+                                 "attachments,source_path,source_line,rule,level,message,"
+                                 "snippet\r\n");
     for (const Defect& defect : defects) {
         QStringList attachments;
         for (const DefectAttachment& attachment : defect.attachments)
@@ -432,7 +494,14 @@ QByteArray toCsv(const QList<Defect>& defects)
                                  defect.file,
                                  timeText(defect.filed),
                                  defect.externalReference,
-                                 attachments.join(QLatin1Char('\n'))};
+                                 attachments.join(QLatin1Char('\n')),
+                                 defect.sourcePath,
+                                 defect.sourceLine > 0 ? QString::number(defect.sourceLine)
+                                                       : QString(),
+                                 defect.rule,
+                                 defect.level,
+                                 defect.message,
+                                 defect.snippet};
         QStringList quoted;
         for (const QString& field : fields)
             quoted.append(csvField(field));
@@ -462,7 +531,13 @@ QByteArray toJson(const QList<Defect>& defects)
                         {QStringLiteral("file"), defect.file},
                         {QStringLiteral("filed"), timeText(defect.filed)},
                         {QStringLiteral("external_reference"), defect.externalReference},
-                        {QStringLiteral("attachments"), attachments}});
+                        {QStringLiteral("attachments"), attachments},
+                        {QStringLiteral("source_path"), defect.sourcePath},
+                        {QStringLiteral("source_line"), defect.sourceLine},
+                        {QStringLiteral("rule"), defect.rule},
+                        {QStringLiteral("level"), defect.level},
+                        {QStringLiteral("message"), defect.message},
+                        {QStringLiteral("snippet"), defect.snippet}});
     }
     return QJsonDocument(array).toJson(QJsonDocument::Indented);
 }

@@ -26,6 +26,13 @@ struct Defect
     QDateTime filed;           // UTC
     QString externalReference; // what a team's tracker answered, such as a URL
     QList<DefectAttachment> attachments;
+    // What the item says of itself when it is a finding; empty (0) when it says nothing.
+    QString sourcePath; // the source file it points at
+    int sourceLine = 0;
+    QString rule;
+    QString level;
+    QString message;
+    QString snippet;
 
     // The result item's own text: the last of its path.
     QString item() const { return itemPath.isEmpty() ? QString() : itemPath.last(); }
@@ -35,8 +42,9 @@ struct Defect
 // stored whole or not at all, and a store that cannot be written (read-only, full, locked) keeps
 // what it had. A database that is not exactly one of crcstudio's (another program's, or one with
 // views or triggers added) is refused before anything of it is used, and no statement on a store
-// runs longer than a few seconds. Every failure leaves its reason, naming the file, in
-// errorString().
+// runs longer than a few seconds. A store of the first crcstudio, without the details of
+// findings, is read as it is and brought up to date in the transaction of its first write. Every
+// failure leaves its reason, naming the file, in errorString().
 class DefectStore
 {
 public:

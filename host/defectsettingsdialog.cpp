@@ -53,6 +53,9 @@ DefectSettingsDialog::DefectSettingsDialog(const DefectTrackerSettings& settings
     m_echo = new QCheckBox(tr("Show each step's &command line in the output window"), this);
     m_echo->setChecked(settings.echoCommandLines);
     layout->addWidget(m_echo);
+    m_review = new QCheckBox(tr("&Review each defect before it is filed"), this);
+    m_review->setChecked(settings.reviewBeforeFiling);
+    layout->addWidget(m_review);
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -66,6 +69,7 @@ DefectTrackerSettings DefectSettingsDialog::settings() const
     settings.submitCommand = m_command->text().trimmed();
     settings.timeLimitSeconds = m_timeLimit->value();
     settings.echoCommandLines = m_echo->isChecked();
+    settings.reviewBeforeFiling = m_review->isChecked();
     return settings;
 }
 

@@ -9,7 +9,8 @@ class QLineEdit;
 class QSpinBox;
 
 // The studio's settings for filing defects: the team tracker's submit command, its time limit,
-// and whether each step's command line is shown in the output window.
+// whether each step's command line is shown in the output window, and whether each defect is
+// shown for review before it is filed.
 class DefectSettingsDialog : public QDialog
 {
     Q_OBJECT
@@ -26,4 +27,5 @@ private:
     QLineEdit* m_command;
     QSpinBox* m_timeLimit;
     QCheckBox* m_echo;
+    QCheckBox* m_review;
 };

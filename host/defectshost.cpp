@@ -1,6 +1,7 @@
 #include "host/defectshost.h"
 
 #include "defects/defectstore.h"
+#include "host/defectreviewdialog.h"
 #include "host/defectsdock.h"
 #include "host/defectsettingsdialog.h"
 #include "host/defecttracker.h"
@@ -24,6 +25,7 @@ const QString groupName = QStringLiteral("DEFECTS");
 const QString commandKey = QStringLiteral("submit_command");
 const QString timeLimitKey = QStringLiteral("time_limit");
 const QString echoKey = QStringLiteral("echo_command_lines");
+const QString reviewKey = QStringLiteral("review_before_filing");
 
 QTreeView* outlineOf(const QAStViewerWindow* viewer)
 {
@@ -45,6 +47,7 @@ DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const St
     m_settings->store()->addProducer(this);
     m_tracker->setItemLocator([this] { return selectedItemPath(); });
     m_tracker->setStudio(studio);
+    m_tracker->setReviewer([this](Defect& defect) { return review(defect); });
 
     m_dock = new DefectsDock(window);
     window->addDockWidget(Qt::BottomDockWidgetArea, m_dock);
@@ -95,6 +98,8 @@ void DefectsHost::loadSettings()
         settings.timeLimitSeconds = qBound(1, limit->toResInt()->value(), 3600);
     if (const QARes* echo = values->child(echoKey); echo && echo->toResBoolean())
         settings.echoCommandLines = echo->toResBoolean()->value();
+    if (const QARes* review = values->child(reviewKey); review && review->toResBoolean())
+        settings.reviewBeforeFiling = review->toResBoolean()->value();
     m_tracker->setSettings(settings);
 }
 
@@ -106,6 +111,7 @@ std::unique_ptr<QARes> DefectsHost::toResources(const char* name)
     group->add<QAResString>(commandKey, settings.submitCommand);
     group->add<QAResInt>(timeLimitKey, settings.timeLimitSeconds);
     group->add<QAResBoolean>(echoKey, settings.echoCommandLines);
+    group->add<QAResBoolean>(reviewKey, settings.reviewBeforeFiling);
     return group;
 }
 
@@ -140,6 +146,24 @@ QStringList DefectsHost::selectedItemPath() const
          item.isValid(); item = item.parent())
         path.prepend(item.data().toString());
     return path;
+}
+
+bool DefectsHost::review(Defect& defect)
+{
+    DefectReviewDialog dialog(defect, m_window);
+    if (QADialogs::current().run(&dialog) != QDialog::Accepted)
+        return false;
+    defect.headline = dialog.headline();
+    defect.description = dialog.description();
+    if (!dialog.keepReviewing()) {
+        DefectTrackerSettings settings = m_tracker->settings();
+        settings.reviewBeforeFiling = false;
+        m_tracker->setSettings(settings);
+        m_settings->saveChange();
+        m_window->statusBar()->showMessage(
+            tr("Defects are filed without review from now on (Tools > Defect Tracker)"), 8000);
+    }
+    return true;
 }
 
 void DefectsHost::showDefect(const Defect& defect)

@@ -50,6 +50,8 @@ private:
     // The outline texts, from the result file down, of the item selected in the viewer shown.
     QStringList selectedItemPath() const;
     void showDefect(const Defect& defect);
+    // Shows the defect about to be filed; false when the user gives it up.
+    bool review(Defect& defect);
 
     QMainWindow* m_window;
     StudioSettings* m_settings;

@@ -22,6 +22,12 @@ QString sqlText(const QString& text)
     return QLatin1Char('\'') + quoted + QLatin1Char('\'');
 }
 
+// An empty text is stored as NULL, as the store does.
+QString orNull(const QString& text)
+{
+    return sqlText(text.isEmpty() ? QString() : text);
+}
+
 } // namespace
 
 DefectTracker::DefectTracker(const QString& storePath, QObject* parent)
@@ -89,8 +95,10 @@ quint16 DefectTracker::attachFile(const char* label, const char* path)
 {
     if (!m_draft)
         return failed(tr("No defect is open"));
-    const QString file =
-        QDir::cleanPath(QFileInfo(QString::fromLocal8Bit(path)).absoluteFilePath());
+    // A result file converted from an analyzer's or a test run's log: the log is attached, not
+    // its copy in the cache.
+    const QString file = ImportCache::originalOf(
+        QDir::cleanPath(QFileInfo(QString::fromLocal8Bit(path)).absoluteFilePath()));
     const QString shown = QDir::toNativeSeparators(file);
     if (!QFileInfo::exists(file))
         return failed(tr("The attachment %1 does not exist").arg(shown));
@@ -101,10 +109,33 @@ quint16 DefectTracker::attachFile(const char* label, const char* path)
         return failed(
             tr("The attachment %1 cannot be read: %2").arg(shown, readable.errorString()));
     m_draft->attachments.append({QString::fromLocal8Bit(label), file, readable.size(), QString()});
-    // A result file converted from an analyzer's or a test run's log names the log: the converted
-    // copy goes when the log is converted again, the log is opened through the same conversion.
+    // The defect names the log too: the converted copy goes when the log is converted again, the
+    // log is opened through the same conversion.
     if (m_draft->file.isEmpty())
-        m_draft->file = ImportCache::originalOf(file);
+        m_draft->file = file;
+    return succeeded();
+}
+
+quint16 DefectTracker::setDetail(const char* name, const char* value)
+{
+    if (!m_draft)
+        return failed(tr("No defect is open"));
+    const QByteArray key(name);
+    const QString text = QString::fromLocal8Bit(value);
+    if (key == "source_path")
+        m_draft->sourcePath = text;
+    else if (key == "source_line")
+        m_draft->sourceLine = qMax(0, text.toInt());
+    else if (key == "rule")
+        m_draft->rule = text;
+    else if (key == "level")
+        m_draft->level = text;
+    else if (key == "message")
+        m_draft->message = text;
+    else if (key == "snippet")
+        m_draft->snippet = text;
+    else
+        return failed(tr("A defect keeps no detail named %1").arg(QString::fromLocal8Bit(name)));
     return succeeded();
 }
 
@@ -168,6 +199,14 @@ quint16 DefectTracker::submit(int)
     if (!m_draft)
         return failed(tr("No defect is open"));
     if (m_draft->headline.isEmpty()) {
+        m_draft.reset();
+        return failed(tr("The defect has no headline: nothing was filed"));
+    }
+    if (m_settings.reviewBeforeFiling && m_review && !m_review(*m_draft)) {
+        m_draft.reset();
+        return failed(tr("The defect was given up in its review: nothing was filed"));
+    }
+    if (m_draft->headline.trimmed().isEmpty()) {
         m_draft.reset();
         return failed(tr("The defect has no headline: nothing was filed"));
     }
@@ -262,12 +301,18 @@ QString DefectTracker::storeCommandLine() const
         }
         statements +=
             QStringLiteral(" INSERT INTO defects (state, headline, description, item_path, file,"
-                           " filed) VALUES ('open', %1, %2, %3, %4,"
-                           " strftime('%Y-%m-%dT%H:%M:%SZ', 'now'));")
+                           " filed, source_path, source_line, rule, level, message, snippet)"
+                           " VALUES ('open', %1, %2, %3, %4,"
+                           " strftime('%Y-%m-%dT%H:%M:%SZ', 'now'), %5, %6, %7, %8, %9, %10);")
                 .arg(sqlText(m_draft->headline.isEmpty() ? QString() : m_draft->headline),
                      sqlText(m_draft->description),
                      sqlText(QLatin1Char('[') + path.join(QLatin1Char(',')) + QLatin1Char(']')),
-                     sqlText(m_draft->file.isEmpty() ? QString() : m_draft->file));
+                     sqlText(m_draft->file.isEmpty() ? QString() : m_draft->file),
+                     orNull(m_draft->sourcePath),
+                     m_draft->sourceLine > 0 ? QString::number(m_draft->sourceLine)
+                                             : QStringLiteral("NULL"),
+                     orNull(m_draft->rule), orNull(m_draft->level), orNull(m_draft->message),
+                     orNull(m_draft->snippet));
         for (const DefectAttachment& attachment : m_draft->attachments)
             statements +=
                 QStringLiteral(" INSERT INTO attachments (defect, label, path, size,"

@@ -20,11 +20,14 @@ struct DefectTrackerSettings
     int timeLimitSeconds = 60;
     // Show each step's command line in the output window.
     bool echoCommandLines = false;
+    // Show each defect for review before it is filed.
+    bool reviewBeforeFiling = true;
 };
 
-// The studio's defect tracker: open() starts a draft, the next three steps fill it, submit()
-// files it into the defect store in one short transaction, handing it to the team's tracker
-// first when a submit command is set (its failure files nothing). The store is not held while
+// The studio's defect tracker: open() starts a draft, the next steps fill it, submit()
+// shows it for review when asked to, then files it into the defect store in one short
+// transaction, handing it to the team's tracker first when a submit command is set (its failure
+// files nothing). The store is not held while
 // the team's client runs, and the studio shows its progress with a Cancel. Every step leaves the
 // command line a user could run for the same effect, and every failure its reason.
 class DefectTracker : public QObject, public TrackwellInterface
@@ -43,11 +46,15 @@ public:
     void setItemLocator(std::function<QStringList()> locator) { m_locateItem = std::move(locator); }
     // The studio whose progress display shows the team's client running, with its Cancel.
     void setStudio(StudioInterface* studio) { m_studio = studio; }
+    // Shows a defect about to be filed for review, when the settings ask for it; false when
+    // the user gives it up. It may change the headline and the description.
+    void setReviewer(std::function<bool(Defect&)> reviewer) { m_review = std::move(reviewer); }
 
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
     quint16 setDescription(const char* description) override;
     quint16 attachFile(const char* label, const char* path) override;
+    quint16 setDetail(const char* name, const char* value) override;
     quint16 submit(int mode) override;
     const char* getCmdLine() override;
     int activatedCmdLine() const override;
@@ -72,6 +79,7 @@ private:
     QString m_storePath;
     DefectTrackerSettings m_settings;
     std::function<QStringList()> m_locateItem;
+    std::function<bool(Defect&)> m_review;
     StudioInterface* m_studio = nullptr;
     std::optional<Defect> m_draft;
     QByteArray m_commandLine;

@@ -62,6 +62,60 @@ private:
     const QElapsedTimer& m_clock;
 };
 
+// The options crcstudio takes, described for --help.
+struct Options
+{
+    QCommandLineOption plugin{
+        QStringLiteral("plugin"),
+        QStringLiteral("The viewer plug-in library (default: $CRCSTUDIO_PLUGIN, else %1).")
+            .arg(StudioMainWindow::defaultPluginPath()),
+        QStringLiteral("PATH")};
+    QCommandLineOption settings{QStringLiteral("settings"),
+                                QStringLiteral("The settings file (default: %1).")
+                                    .arg(StudioMainWindow::defaultSettingsPath()),
+                                QStringLiteral("FILE")};
+    QCommandLineOption defects{
+        QStringLiteral("defects"),
+        QStringLiteral("The defect store (default: %1).").arg(DefectStore::defaultPath()),
+        QStringLiteral("FILE")};
+    QCommandLineOption exitAfterOpen{
+        QStringLiteral("exit-after-open"),
+        QStringLiteral("Open the files given, print the seconds until the outline of the last one "
+                       "is shown, and exit (status 0, or 2 when a file could not be opened).")};
+
+    void addTo(QCommandLineParser& parser) const
+    {
+        parser.setApplicationDescription(QStringLiteral("Shows code review result files."));
+        parser.addHelpOption();
+        parser.addVersionOption();
+        parser.addOptions({plugin, settings, defects, exitAfterOpen});
+        parser.addPositionalArgument(QStringLiteral("FILE"),
+                                     QStringLiteral("Result files to open."),
+                                     QStringLiteral("[FILE...]"));
+    }
+};
+
+void nameTheApplication()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("crcstudio"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CRC_VERSION));
+}
+
+// Whether the command line only asks for the usage or the version: those are answered without
+// a display.
+bool asksOnlyForText(const std::vector<char*>& arguments)
+{
+    for (size_t i = 1; i < arguments.size(); ++i) {
+        const QByteArray argument(arguments[i]);
+        if (argument == "--")
+            return false;
+        if (argument == "-h" || argument == "--help" || argument == "-?" ||
+            argument == "--help-all" || argument == "-v" || argument == "--version")
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -72,48 +126,34 @@ int main(int argc, char** argv)
     QString pluginPath = takePluginArgument(arguments);
     int count = int(arguments.size());
     arguments.push_back(nullptr);
+    if (asksOnlyForText(arguments)) {
+        QCoreApplication core(count, arguments.data());
+        nameTheApplication();
+        QCommandLineParser parser;
+        const Options options;
+        options.addTo(parser);
+        parser.process(core); // prints and exits
+        return 0;
+    }
     QApplication app(count, arguments.data());
-    QCoreApplication::setApplicationName(QStringLiteral("crcstudio"));
+    nameTheApplication();
     QApplication::setDesktopFileName(QStringLiteral("crcstudio"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows code review result files."));
-    parser.addHelpOption();
-    const QCommandLineOption pluginOption(
-        QStringLiteral("plugin"),
-        QStringLiteral("The viewer plug-in library (default: $CRCSTUDIO_PLUGIN, else %1).")
-            .arg(StudioMainWindow::defaultPluginPath()),
-        QStringLiteral("PATH"));
-    const QCommandLineOption settingsOption(QStringLiteral("settings"),
-                                            QStringLiteral("The settings file (default: %1).")
-                                                .arg(StudioMainWindow::defaultSettingsPath()),
-                                            QStringLiteral("FILE"));
-    const QCommandLineOption defectsOption(
-        QStringLiteral("defects"),
-        QStringLiteral("The defect store (default: %1).").arg(DefectStore::defaultPath()),
-        QStringLiteral("FILE"));
-    const QCommandLineOption exitAfterOpenOption(
-        QStringLiteral("exit-after-open"),
-        QStringLiteral("Open the files given, print the seconds until the outline of the last one "
-                       "is shown, and exit (status 0, or 2 when a file could not be opened)."));
-    parser.addOption(pluginOption);
-    parser.addOption(settingsOption);
-    parser.addOption(defectsOption);
-    parser.addOption(exitAfterOpenOption);
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Result files to open."),
-                                 QStringLiteral("[FILE...]"));
+    const Options options;
+    options.addTo(parser);
     parser.process(app);
 
     if (pluginPath.isEmpty())
         pluginPath = qEnvironmentVariable("CRCSTUDIO_PLUGIN");
     if (pluginPath.isEmpty())
         pluginPath = StudioMainWindow::defaultPluginPath();
-    const QString settingsPath = parser.isSet(settingsOption)
-                                     ? parser.value(settingsOption)
+    const QString settingsPath = parser.isSet(options.settings)
+                                     ? parser.value(options.settings)
                                      : StudioMainWindow::defaultSettingsPath();
 
     // A timed run must not wait for anyone: its messages are recorded and go to standard error.
-    const bool exitAfterOpen = parser.isSet(exitAfterOpenOption);
+    const bool exitAfterOpen = parser.isSet(options.exitAfterOpen);
     ScriptedDialogs* recorded = nullptr;
     if (exitAfterOpen) {
         auto dialogs = std::make_unique<ScriptedDialogs>();
@@ -122,8 +162,8 @@ int main(int argc, char** argv)
     }
 
     StudioMainWindow window(pluginPath, settingsPath);
-    if (parser.isSet(defectsOption))
-        window.setDefectStore(parser.value(defectsOption));
+    if (parser.isSet(options.defects))
+        window.setDefectStore(parser.value(options.defects));
     if (!window.plugin()) {
         std::cerr << "crcstudio: " << window.pluginError().toLocal8Bit().constData() << "\n";
         // Only a screen someone looks at gets the message box: a headless run would wait forever.

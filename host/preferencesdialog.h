@@ -27,6 +27,9 @@ public:
     // again only when they changed. Without it, OK always announces.
     void setValuesReader(std::function<QByteArray()> reader) { m_valuesReader = std::move(reader); }
 
+    // Adds the pages of another tree (borrowed) after those shown.
+    void addPages(PreferencePageInterface* root);
+
     void applyAll();
     void restoreDefaults();
     void accept() override;
@@ -42,7 +45,6 @@ private:
         PreferencePageInterface* page;
         QWidget* widget;
     };
-    void addPages(PreferencePageInterface* root);
     // The page shown; null when the tree is empty.
     PreferencePageInterface* currentPage() const;
     void applyPages();

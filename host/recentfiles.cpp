@@ -4,8 +4,23 @@
 #include "sdk/qares.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QMenu>
+
+namespace {
+
+// The path as an entry shows it: whole up to a length that fits a menu, else its start and end
+// around an ellipsis (the tool tip gives it whole).
+QString shownPath(const QString& file)
+{
+    constexpr int most = 100;
+    constexpr int head = 30;
+    const QString path = QDir::toNativeSeparators(file);
+    if (path.size() <= most)
+        return path;
+    return path.left(head) + QChar(0x2026) + path.right(most - head - 1);
+}
+
+} // namespace
 
 RecentFiles::RecentFiles(QObject* parent) : QObject(parent) {}
 
@@ -47,7 +62,7 @@ void RecentFiles::fillMenu()
     m_menu->clear();
     for (int i = 0; i < m_files.size(); ++i) {
         const QString file = m_files.at(i);
-        QString name = QFileInfo(file).fileName();
+        QString name = shownPath(file);
         name.replace(QLatin1Char('&'), QStringLiteral("&&"));
         QAction* entry =
             m_menu->addAction(i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(name) : name, this,

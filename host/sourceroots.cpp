@@ -14,13 +14,22 @@ QString stringSetting(const QAResGroup* group, const QString& name)
     return value ? value->value() : QString();
 }
 
+QString asFolder(const QString& path)
+{
+    const QString trimmed = path.trimmed();
+    return trimmed.isEmpty() || trimmed.endsWith(QLatin1Char('/')) ? trimmed
+                                                                   : trimmed + QLatin1Char('/');
+}
+
 } // namespace
 
 QString SourceRoots::moved(const QString& path) const
 {
-    for (auto root = m_roots.cbegin(); root != m_roots.cend(); ++root) {
-        const QString there = root.value() + path.mid(root.key().size());
-        if (path.startsWith(root.key()) && QFileInfo::exists(there))
+    for (const Root& root : m_roots) {
+        if (!path.startsWith(root.from))
+            continue;
+        const QString there = root.to + path.mid(root.from.size());
+        if (QFileInfo::exists(there))
             return there;
     }
     return path;
@@ -37,28 +46,39 @@ bool SourceRoots::learn(const QString& missing, const QString& found)
     const QString root = from.join(QLatin1Char('/')) + QLatin1Char('/');
     if (!missing.startsWith(root) || from.size() >= missing.count(QLatin1Char('/')) + 1)
         return false;
-    m_roots.insert(root, to.join(QLatin1Char('/')) + QLatin1Char('/'));
-    m_lastFrom = root;
+    QList<Root> roots = m_roots;
+    roots.prepend({root, to.join(QLatin1Char('/')) + QLatin1Char('/')});
+    setRoots(roots);
     return true;
+}
+
+void SourceRoots::setRoots(const QList<Root>& roots)
+{
+    m_roots.clear();
+    for (const Root& given : roots) {
+        const Root root{asFolder(given.from), asFolder(given.to)};
+        if (!root.from.isEmpty() && !root.to.isEmpty() && !m_roots.contains(root) &&
+            m_roots.size() < kept)
+            m_roots.append(root);
+    }
 }
 
 void SourceRoots::read(const QAResGroup& group)
 {
-    m_roots.clear();
+    QList<Root> roots;
     for (const auto& entry : group.children()) {
         const QAResGroup* root = entry->toResGroup();
-        const QString from = stringSetting(root, QStringLiteral("from"));
-        const QString to = stringSetting(root, QStringLiteral("to"));
-        if (!from.isEmpty() && !to.isEmpty())
-            m_roots.insert(from, to);
+        roots.append({stringSetting(root, QStringLiteral("from")),
+                      stringSetting(root, QStringLiteral("to"))});
     }
+    setRoots(roots);
 }
 
 void SourceRoots::write(QAResGroup* group) const
 {
-    for (auto root = m_roots.cbegin(); root != m_roots.cend(); ++root) {
+    for (const Root& root : m_roots) {
         auto* entry = group->add<QAResGroup>(QStringLiteral("root"));
-        entry->add<QAResString>(QStringLiteral("from"), root.key());
-        entry->add<QAResString>(QStringLiteral("to"), root.value());
+        entry->add<QAResString>(QStringLiteral("from"), root.from);
+        entry->add<QAResString>(QStringLiteral("to"), root.to);
     }
 }

@@ -2,10 +2,14 @@
 
 #include "sdk/qasafefile.h"
 
+#include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFile>
 #include <QFontDatabase>
+#include <QLabel>
 #include <QPainter>
 #include <QTextBlock>
+#include <QUrl>
 
 // The margin of a source view that shows the line numbers; the view paints it.
 class LineNumberMargin : public QWidget
@@ -41,6 +45,15 @@ SourceView::SourceView(const QString& path)
             m_lineNumbers->update(0, rect.y(), m_lineNumbers->width(), rect.height());
     });
     setViewportMargins(lineNumberWidth(), 0, 0, 0);
+    m_message = new QLabel(viewport());
+    m_message->setObjectName(QStringLiteral("findingMessage"));
+    m_message->setTextFormat(Qt::PlainText);
+    m_message->setAutoFillBackground(true);
+    m_message->setBackgroundRole(QPalette::ToolTipBase);
+    m_message->setForegroundRole(QPalette::ToolTipText);
+    m_message->setContentsMargins(4, 0, 4, 0);
+    m_message->hide();
+    connect(this, &QPlainTextEdit::updateRequest, this, [this] { placeMessage(); });
 }
 
 int SourceView::lineNumberWidth() const
@@ -118,18 +131,82 @@ std::unique_ptr<SourceView> SourceView::open(const QString& path, QString* error
     return view;
 }
 
-void SourceView::showLine(int line)
+bool SourceView::stepPlace(int by, SourceRequest* step) const
 {
-    QTextBlock block = document()->findBlockByNumber(qMax(line, 1) - 1);
+    const int to = m_place.step + by;
+    if (to < 0 || to >= m_place.steps.size())
+        return false;
+    *step = m_place;
+    step->step = to;
+    step->path = m_place.steps.at(to).path;
+    step->line = m_place.steps.at(to).line;
+    step->lastLine = 0;
+    step->snippet.clear();
+    step->message = m_place.steps.at(to).message;
+    return true;
+}
+
+void SourceView::showPlace(const SourceRequest& request)
+{
+    m_place = request;
+    QTextBlock block = document()->findBlockByNumber(qMax(request.line, 1) - 1);
     if (!block.isValid())
         block = document()->lastBlock();
     m_line = block.blockNumber() + 1;
-    QTextCursor cursor(block);
-    setTextCursor(cursor);
-    QTextEdit::ExtraSelection highlight;
-    highlight.format.setBackground(palette().color(QPalette::Highlight).lighter(160));
-    highlight.format.setProperty(QTextFormat::FullWidthSelection, true);
-    highlight.cursor = cursor;
-    setExtraSelections({highlight});
+    // The lines the place spans: to its last line, and on as long as the snippet quotes them.
+    int lines = qMax(1, request.lastLine - m_line + 1);
+    const QStringList quoted = request.snippet.split(QLatin1Char('\n'));
+    int matching = 0;
+    for (QTextBlock at = block;
+         at.isValid() && matching < quoted.size() && !request.snippet.isEmpty(); at = at.next()) {
+        if (at.text().trimmed() != quoted.at(matching).trimmed())
+            break;
+        ++matching;
+    }
+    lines = qMax(lines, matching);
+
+    const QColor background = palette().color(QPalette::Highlight).lighter(160);
+    QList<QTextEdit::ExtraSelection> highlights;
+    QTextBlock at = block;
+    for (int i = 0; i < lines && at.isValid(); ++i, at = at.next()) {
+        QTextEdit::ExtraSelection highlight;
+        highlight.format.setBackground(background);
+        highlight.format.setProperty(QTextFormat::FullWidthSelection, true);
+        highlight.cursor = QTextCursor(at);
+        highlights.append(highlight);
+    }
+    setTextCursor(QTextCursor(block));
+    setExtraSelections(highlights);
     centerCursor();
+
+    // The message is the report's text: plain, whatever it holds.
+    m_message->setText(request.message);
+    m_message->setVisible(!request.message.isEmpty());
+    m_message->adjustSize();
+    placeMessage();
+}
+
+void SourceView::placeMessage()
+{
+    if (m_message->isHidden())
+        return;
+    const QTextBlock block = document()->findBlockByNumber(m_line - 1);
+    const QRectF line = blockBoundingGeometry(block).translated(contentOffset());
+    const int after = fontMetrics().horizontalAdvance(block.text() + QStringLiteral("    "));
+    m_message->move(int(contentOffset().x()) + after, qRound(line.top()));
+}
+
+bool SourceView::openInEditor(QString* error) const
+{
+    // What is there now, not what was read: a FIFO put in its place would hang the editor.
+    if (!QASafeWrite::isRegularFile(m_path)) {
+        *error =
+            QCoreApplication::translate("SourceView", "%1 is no longer a regular file").arg(m_path);
+        return false;
+    }
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(m_path))) {
+        *error = QCoreApplication::translate("SourceView", "No editor opens %1").arg(m_path);
+        return false;
+    }
+    return true;
 }

@@ -1,5 +1,6 @@
 #include "host/studiocommands.h"
 
+#include "host/outputdock.h"
 #include "host/recentfiles.h"
 #include "host/sourceview.h"
 #include "host/studiotabs.h"
@@ -25,15 +26,15 @@ bool viewerFlag(const QAStViewerWindow* viewer, const char* name)
 } // namespace
 
 StudioCommands::StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent,
-                               QDockWidget* output)
-    : QObject(window), m_window(window), m_tabs(tabs)
+                               OutputDock* output)
+    : QObject(window), m_window(window), m_tabs(tabs), m_output(output)
 {
-    createMenus(recent, output);
+    createMenus(recent);
     // The mouse's back and forward buttons, wherever in the window they are pressed.
     qApp->installEventFilter(this);
 }
 
-void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
+void StudioCommands::createMenus(RecentFiles* recent)
 {
     auto command = [this](QMenu* menu, Command id, const QString& text,
                           QKeySequence::StandardKey key) {
@@ -47,6 +48,8 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
     file->addAction(tr("&Open..."), QKeySequence::Open, this, &StudioCommands::openRequested);
     recent->setMenu(file->addMenu(tr("Open &Recent")));
     command(file, Reload, tr("&Reload"), QKeySequence::Refresh);
+    command(file, OpenInEditor, tr("Open in &Editor"), QKeySequence::UnknownKey);
+    m_commands[OpenInEditor]->setStatusTip(tr("Open the source file shown in its editor"));
     command(file, SaveAs, tr("Save &As..."), QKeySequence::SaveAs);
     command(file, ExportDoc, tr("&Export to HTML..."), QKeySequence::UnknownKey);
     command(file, Print, tr("&Print..."), QKeySequence::Print);
@@ -67,6 +70,22 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
     m_commands[Forward]->setIcon(m_window->style()->standardIcon(QStyle::SP_ArrowForward));
     m_commands[Back]->setStatusTip(tr("Back to the report and place shown before the last link"));
     m_commands[Forward]->setStatusTip(tr("Forward again to the report and place left by Back"));
+    go->addSeparator();
+    auto tabCommand = [&](Command id, const QString& text, Qt::Key key) {
+        command(go, id, text, QKeySequence::UnknownKey);
+        m_commands[id]->setShortcut(QKeySequence(Qt::ControlModifier | key));
+        // The keys work in the outline, the report and a source alike.
+        m_commands[id]->setShortcutContext(Qt::WindowShortcut);
+    };
+    tabCommand(NextTab, tr("Ne&xt Tab"), Qt::Key_PageDown);
+    tabCommand(PreviousTab, tr("Pre&vious Tab"), Qt::Key_PageUp);
+    go->addSeparator();
+    command(go, NextStep, tr("Next &Step"), QKeySequence::UnknownKey);
+    m_commands[NextStep]->setShortcut(QKeySequence(Qt::Key_F10));
+    m_commands[NextStep]->setStatusTip(tr("The next step of the finding's code flow"));
+    command(go, PreviousStep, tr("Previous S&tep"), QKeySequence::UnknownKey);
+    m_commands[PreviousStep]->setShortcut(QKeySequence(Qt::ShiftModifier | Qt::Key_F10));
+    m_commands[PreviousStep]->setStatusTip(tr("The step before in the finding's code flow"));
     QToolBar* navigation = m_window->addToolBar(tr("Navigation"));
     navigation->setObjectName(QStringLiteral("navigation"));
     navigation->addAction(m_commands[Back]);
@@ -77,7 +96,7 @@ void StudioCommands::createMenus(RecentFiles* recent, QDockWidget* output)
 
     m_viewMenu = bar->addMenu(tr("&View"));
     m_viewMenu->addAction(m_tabs->outlineDock()->toggleViewAction());
-    m_viewMenu->addAction(output->toggleViewAction());
+    m_viewMenu->addAction(m_output->toggleViewAction());
 
     for (QMenu* menu : {file, edit, go})
         connect(menu, &QMenu::aboutToShow, this, &StudioCommands::update);
@@ -96,8 +115,16 @@ void StudioCommands::update()
     m_commands[Find]->setEnabled(viewer && viewer->isFindEnabled());
     m_commands[FindNext]->setEnabled(viewer && viewer->isFindEnabled());
     m_commands[FindPrevious]->setEnabled(viewer && viewer->isFindEnabled());
-    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack"));
+    m_commands[OpenInEditor]->setEnabled(source);
+    // A source goes back to the tab whose link showed it.
+    m_commands[Back]->setEnabled(viewerFlag(viewer, "canGoBack") ||
+                                 (source && m_tabs->holdsPage(source->cameFrom())));
     m_commands[Forward]->setEnabled(viewerFlag(viewer, "canGoForward"));
+    SourceRequest step;
+    m_commands[NextStep]->setEnabled(source && source->stepPlace(1, &step));
+    m_commands[PreviousStep]->setEnabled(source && source->stepPlace(-1, &step));
+    m_commands[NextTab]->setEnabled(m_tabs->count() > 1);
+    m_commands[PreviousTab]->setEnabled(m_tabs->count() > 1);
 }
 
 void StudioCommands::run(Command command)
@@ -111,6 +138,14 @@ void StudioCommands::run(Command command)
         Q_EMIT aboutToReload();
         viewer->reload();
         break;
+    case OpenInEditor: {
+        QString error;
+        if (!m_tabs->activeSource()->openInEditor(&error)) {
+            m_output->appendOutput(error);
+            m_output->show();
+        }
+        break;
+    }
     case SaveAs:
         viewer->saveAs();
         break;
@@ -139,11 +174,27 @@ void StudioCommands::run(Command command)
         QMetaObject::invokeMethod(viewer, "findPrevious");
         break;
     case Back:
-        QMetaObject::invokeMethod(viewer, "goBack");
+        if (const SourceView* source = m_tabs->activeSource())
+            m_tabs->show(source->cameFrom());
+        else
+            QMetaObject::invokeMethod(viewer, "goBack");
         break;
     case Forward:
         QMetaObject::invokeMethod(viewer, "goForward");
         break;
+    case NextTab:
+        m_tabs->showNext(1);
+        break;
+    case PreviousTab:
+        m_tabs->showNext(-1);
+        break;
+    case NextStep:
+    case PreviousStep: {
+        SourceRequest step;
+        if (m_tabs->activeSource()->stepPlace(command == NextStep ? 1 : -1, &step))
+            Q_EMIT sourceStepRequested(step);
+        break;
+    }
     case CommandCount:
         break;
     }

@@ -3,11 +3,12 @@
 #include <QObject>
 
 class QAction;
-class QDockWidget;
 class QMainWindow;
 class QMenu;
+class OutputDock;
 class RecentFiles;
 class StudioTabs;
+struct SourceRequest;
 
 // The studio's menus and the commands in them: File, Edit, Go, Tools and View, the navigation
 // toolbar, and the mouse's back and forward buttons anywhere in the window. The commands that
@@ -18,8 +19,8 @@ class StudioCommands : public QObject
 
 public:
     // Builds the menus of `window`: File > Open Recent lists `recent`, View shows or hides the
-    // outline and `output` docks.
-    StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent, QDockWidget* output);
+    // outline and `output` docks; what cannot be done is said in `output`.
+    StudioCommands(QMainWindow* window, StudioTabs* tabs, RecentFiles* recent, OutputDock* output);
 
     // The plug-in's menus go before Tools; Tools and View take more entries.
     QMenu* toolsMenu() const { return m_toolsMenu; }
@@ -33,6 +34,8 @@ Q_SIGNALS:
     void preferencesRequested();
     // File > Reload is about to reach the viewer shown.
     void aboutToReload();
+    // A step of the code flow of the source shown is to be shown.
+    void sourceStepRequested(const SourceRequest& step);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -41,6 +44,7 @@ private:
     enum Command
     {
         Reload,
+        OpenInEditor,
         SaveAs,
         ExportDoc,
         Print,
@@ -51,14 +55,19 @@ private:
         FindPrevious,
         Back,
         Forward,
+        NextTab,
+        PreviousTab,
+        NextStep,
+        PreviousStep,
         CommandCount
     };
 
-    void createMenus(RecentFiles* recent, QDockWidget* output);
+    void createMenus(RecentFiles* recent);
     void run(Command command);
 
     QMainWindow* m_window;
     StudioTabs* m_tabs;
+    OutputDock* m_output;
     QMenu* m_toolsMenu = nullptr;
     QMenu* m_viewMenu = nullptr;
     QAction* m_commands[CommandCount] = {};

@@ -9,6 +9,7 @@
 #include "host/progresspanel.h"
 #include "host/recentfiles.h"
 #include "host/sourceroots.h"
+#include "host/sourcerootspage.h"
 #include "host/studiocommands.h"
 #include "host/studiocomponent.h"
 #include "host/studioservices.h"
@@ -20,6 +21,7 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qastviewerplugin.h"
 #include "sdk/qastviewerwindow.h"
+#include "sdk/sourcerequest.h"
 
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -65,6 +67,8 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     connect(m_commands, &StudioCommands::openRequested, this, &StudioMainWindow::openWithDialog);
     connect(m_commands, &StudioCommands::preferencesRequested, this,
             &StudioMainWindow::showPreferences);
+    connect(m_commands, &StudioCommands::sourceStepRequested, this,
+            [this](const SourceRequest& step) { m_services->openSource(step); });
     // The originals of converted results may have changed since they were converted.
     connect(m_commands, &StudioCommands::aboutToReload, this,
             [this] { refreshImportedResults(this, m_services.get()); });
@@ -179,8 +183,18 @@ void StudioMainWindow::openWithDialog()
     const QStringList filters = plugin()->filters()
                                 << tr("Analyzer and test results (*.sarif *.sarif.json *.xml)")
                                 << tr("All files (*)");
-    const QStringList files = QADialogs::current().openFileNames(
-        this, tr("Open"), m_services->currentDirectory(), filters.join(QStringLiteral(";;")));
+    // The file type chosen last is shown first.
+    QString filter =
+        filters.contains(m_settings->openFilter()) ? m_settings->openFilter() : filters.first();
+    const QStringList files =
+        QADialogs::current().openFileNames(this, tr("Open"), m_services->currentDirectory(),
+                                           filters.join(QStringLiteral(";;")), &filter);
+    if (files.isEmpty())
+        return;
+    if (filter != m_settings->openFilter() && filters.contains(filter)) {
+        m_settings->setOpenFilter(filter);
+        m_settings->saveChange();
+    }
     openFiles(files);
 }
 
@@ -194,6 +208,9 @@ void StudioMainWindow::showPreferences()
     }
     auto* dialog = new PreferencesDialog(plugin()->preferenceSettings(), this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    auto* rootsPage = new SourceRootsPage(m_roots.get());
+    rootsPage->setParent(dialog);
+    dialog->addPages(rootsPage);
     dialog->setValuesReader([this] { return m_settings->store()->producedValues(); });
     // Apply and OK both broadcast the new values to the plug-in's windows.
     plugin()->connectAccepted(dialog, SIGNAL(applied()));

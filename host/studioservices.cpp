@@ -9,6 +9,7 @@
 #include "sdk/qadialogs.h"
 #include "sdk/qasafefile.h"
 #include "sdk/qastviewerwindow.h"
+#include "sdk/sourcerequest.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -129,8 +130,12 @@ bool StudioServices::progressCancelled() const
 
 void StudioServices::openLocation(const QString& location, int kind, bool activate)
 {
-    if (kind == sourceLocation && atLine().match(location).hasMatch()) {
-        openSource(location, activate);
+    if (const QRegularExpressionMatch place = atLine().match(location);
+        kind == sourceLocation && place.hasMatch()) {
+        SourceRequest request;
+        request.path = place.captured(1).trimmed();
+        request.line = place.captured(2).toInt();
+        showSource(request, activate);
         return;
     }
     // Any other location of this kind is a tag of the reports ("::T", "A::B::C" or a bare
@@ -145,10 +150,14 @@ void StudioServices::openLocation(const QString& location, int kind, bool activa
 
 // A relative path lies beside the report shown; a file that is not where the report says may be
 // under a source root the user located before, or be located now.
-void StudioServices::openSource(const QString& location, bool activate)
+void StudioServices::openSource(const SourceRequest& request)
 {
-    const QRegularExpressionMatch match = atLine().match(location);
-    QString path = match.captured(1).trimmed();
+    showSource(request, true);
+}
+
+void StudioServices::showSource(const SourceRequest& request, bool activate)
+{
+    QString path = request.path.trimmed();
     if (QFileInfo(path).isRelative()) {
         QAStViewerWindow* viewer = m_tabs->activeViewer();
         const QStringList reports = viewer ? StudioTabs::shownFiles(viewer) : QStringList();
@@ -170,7 +179,7 @@ void StudioServices::openSource(const QString& location, bool activate)
         path = located;
     }
     QString error;
-    if (!m_tabs->showSource(path, match.captured(2).toInt(), activate, &error)) {
+    if (!m_tabs->showSource(path, request, activate, &error)) {
         m_output->appendOutput(tr("Cannot open the source file %1").arg(error));
         if (activate)
             activateOutput();
@@ -196,7 +205,7 @@ QString StudioServices::locateSource(const QString& missing)
     const QString found = absolute(picked.first());
     if (m_roots->learn(missing, found)) {
         m_output->appendOutput(tr("Sources under %1 are now looked for under %2")
-                                   .arg(m_roots->lastFrom(), m_roots->lastTo()));
+                                   .arg(m_roots->last().from, m_roots->last().to));
         m_settings->saveChange();
     }
     return found;

@@ -45,13 +45,14 @@ public:
     void endProgress() override;
     bool progressCancelled() const override;
     void openLocation(const QString& location, int kind, bool activate) override;
+    void openSource(const SourceRequest& request) override;
     TrackwellInterface* trackwellInterface() const override;
     QString originalFileOf(const QString& path) const override;
 
 private:
-    // A source file at a line, found beside the report shown, under a source root or where the
-    // user locates it.
-    void openSource(const QString& location, bool activate);
+    // The source file of `request` at its place, found beside the report shown, under a source
+    // root or where the user locates it.
+    void showSource(const SourceRequest& request, bool activate);
     // Asks the user where a missing source file is; empty when not told.
     QString locateSource(const QString& missing);
 

@@ -64,6 +64,7 @@ void StudioSettings::load()
         const QString directory = stringSetting(group, QStringLiteral("last_directory"));
         if (!directory.isEmpty() && QFileInfo(directory).isDir())
             m_lastDirectory = directory;
+        m_openFilter = stringSetting(group, QStringLiteral("open_filter"));
         if (const QAResGroup* recent = childGroup(group, QStringLiteral("recent")))
             m_recent->read(*recent);
         if (const QAResGroup* roots = childGroup(group, QStringLiteral("source_roots")))
@@ -113,6 +114,7 @@ std::unique_ptr<QARes> StudioSettings::toResources(const char* name)
     group->add<QAResString>(QStringLiteral("layout"),
                             QString::fromLatin1(m_window->saveState().toBase64()));
     group->add<QAResString>(QStringLiteral("last_directory"), m_lastDirectory);
+    group->add<QAResString>(QStringLiteral("open_filter"), m_openFilter);
     m_recent->write(group->add<QAResGroup>(QStringLiteral("recent")));
     m_roots->write(group->add<QAResGroup>(QStringLiteral("source_roots")));
     return group;

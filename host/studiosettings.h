@@ -39,6 +39,9 @@ public:
     // Where the user opened files last; the current folder at first.
     const QString& lastDirectory() const { return m_lastDirectory; }
     void setLastDirectory(const QString& directory) { m_lastDirectory = directory; }
+    // The file type the Open dialog showed last; empty at first.
+    const QString& openFilter() const { return m_openFilter; }
+    void setOpenFilter(const QString& filter) { m_openFilter = filter; }
 
     std::unique_ptr<QARes> toResources(const char* name) override;
 
@@ -50,6 +53,7 @@ private:
     SourceRoots* m_roots;
     QAOutputWindow* m_output;
     QString m_lastDirectory;
+    QString m_openFilter;
     QByteArray m_savedGeometry;
     QByteArray m_savedState;
 };

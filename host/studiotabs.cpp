@@ -33,9 +33,10 @@ StudioTabs::StudioTabs(QMainWindow* window)
 {
     m_central = new QStackedWidget(window);
     auto* welcome = new QLabel(
-        tr("<h3>No result file open</h3><p>Open a code review result file (<b>.crc</b>) with "
-           "<b>File &gt; Open</b> (%1) or <b>File &gt; Open Recent</b>, or drop it on this "
-           "window.</p>")
+        tr("<h3>No result file open</h3><p>Open a code review result file (<b>.crc</b>), an "
+           "analyzer's SARIF log (<b>.sarif</b>, <b>.sarif.json</b>) or a JUnit XML test report "
+           "(<b>.xml</b>) with <b>File &gt; Open</b> (%1) or <b>File &gt; Open Recent</b>, or "
+           "drop it on this window.</p>")
             .arg(QKeySequence(QKeySequence::Open).toString(QKeySequence::NativeText)),
         m_central);
     welcome->setAlignment(Qt::AlignCenter);
@@ -100,6 +101,11 @@ void StudioTabs::addViewer(QAStViewerWindow* viewer)
 bool StudioTabs::holds(QAStViewerWindow* viewer) const
 {
     return viewer && m_tabs->indexOf(viewer) >= 0;
+}
+
+bool StudioTabs::holdsPage(const QWidget* page) const
+{
+    return page && m_tabs->indexOf(const_cast<QWidget*>(page)) >= 0;
 }
 
 void StudioTabs::show(QWidget* page)
@@ -170,6 +176,11 @@ bool StudioTabs::hasTab() const
     return m_tabs->currentWidget() != nullptr;
 }
 
+int StudioTabs::count() const
+{
+    return m_tabs->count();
+}
+
 QString StudioTabs::currentText() const
 {
     return m_tabs->tabText(m_tabs->currentIndex());
@@ -205,6 +216,13 @@ void StudioTabs::currentTabChanged()
     Q_EMIT changed();
 }
 
+void StudioTabs::showNext(int by)
+{
+    const int count = m_tabs->count();
+    if (count > 1)
+        m_tabs->setCurrentIndex(((m_tabs->currentIndex() + by) % count + count) % count);
+}
+
 void StudioTabs::closeCurrent()
 {
     closeTab(m_tabs->currentIndex());
@@ -234,12 +252,15 @@ void StudioTabs::closeTab(int index)
     page->deleteLater();
 }
 
-bool StudioTabs::showSource(const QString& path, int line, bool activate, QString* error)
+bool StudioTabs::showSource(const QString& path, const SourceRequest& request, bool activate,
+                            QString* error)
 {
     for (int i = 0; i < m_tabs->count(); ++i) {
         if (auto* source = qobject_cast<SourceView*>(m_tabs->widget(i));
             source && source->path() == path) {
-            source->showLine(line);
+            source->showPlace(request);
+            if (activate && source != m_tabs->currentWidget())
+                source->setCameFrom(m_tabs->currentWidget());
             if (activate)
                 m_tabs->setCurrentWidget(source);
             return true;
@@ -251,8 +272,10 @@ bool StudioTabs::showSource(const QString& path, int line, bool activate, QStrin
     SourceView* shown = source.release(); // the tabs own it from here
     const int index = m_tabs->addTab(shown, QFileInfo(path).fileName());
     m_tabs->setTabToolTip(index, QAPlainText::toolTip(QDir::toNativeSeparators(path)));
-    shown->showLine(line);
-    if (activate)
+    shown->showPlace(request);
+    if (activate) {
+        shown->setCameFrom(m_tabs->currentWidget());
         m_tabs->setCurrentWidget(shown);
+    }
     return true;
 }

@@ -11,6 +11,7 @@ class QStackedWidget;
 class QTabWidget;
 class QWidget;
 class SourceView;
+struct SourceRequest;
 
 // The middle of the studio's window: viewer windows and source files as tabs, or a text that
 // says how to open a file while there are none, and the outline of the viewer shown in the
@@ -32,10 +33,14 @@ public:
     // Whether `viewer` is one of the tabs (a window whose tab was closed may still be on its
     // way out).
     bool holds(QAStViewerWindow* viewer) const;
+    bool holdsPage(const QWidget* page) const;
     void show(QWidget* page);
-    // Shows `path` at `line` in its tab, which is made when the file is not shown yet; false
-    // with `error` when the file cannot be shown.
-    bool showSource(const QString& path, int line, bool activate, QString* error);
+    // Shows `path` at the place of `request` in its tab (its path is the one asked for, `path`
+    // where it was found), which is made when the file is not shown yet; false with `error`
+    // when the file cannot be shown. Shown from the tab in front, it goes back there (see
+    // SourceView::cameFrom()).
+    bool showSource(const QString& path, const SourceRequest& request, bool activate,
+                    QString* error);
 
     // The viewer of the tab shown (null when it shows a source), the one last told it is
     // active, and every viewer in tab order.
@@ -43,8 +48,9 @@ public:
     QAStViewerWindow* lastActivated() const { return m_active; }
     QList<QAStViewerWindow*> viewers() const;
     SourceView* activeSource() const;
-    // Whether a tab is shown; its text, and that of the tab of `page`.
+    // Whether a tab is shown, how many there are; its text, and that of the tab of `page`.
     bool hasTab() const;
+    int count() const;
     QString currentText() const;
     QString textOf(QWidget* page) const;
     // The outline shown in the outline dock; null when the tab shown has none.
@@ -54,6 +60,8 @@ public:
     // The files a viewer shows: those of its list that it could read.
     static QStringList shownFiles(QAStViewerWindow* viewer);
 
+    // Shows the tab `by` places after the one shown (before it when negative), round the ends.
+    void showNext(int by);
     // Closes the tab shown, as its close button does; a viewer may refuse.
     void closeCurrent();
 

@@ -1,5 +1,6 @@
 #include "sdk/qadialogs.h"
 
+#include <QDialog>
 #include <QFileDialog>
 
 namespace {
@@ -19,10 +20,12 @@ public:
         return QMessageBox::StandardButton(box.exec());
     }
 
+    int run(QDialog* dialog) override { return dialog->exec(); }
+
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
-                              const QString& filter) override
+                              const QString& filter, QString* selectedFilter) override
     {
-        return QFileDialog::getOpenFileNames(parent, caption, directory, filter);
+        return QFileDialog::getOpenFileNames(parent, caption, directory, filter, selectedFilter);
     }
 
     QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
@@ -80,21 +83,26 @@ QMessageBox::StandardButton ScriptedDialogs::message(QWidget*, QMessageBox::Icon
                                                      QMessageBox::StandardButtons,
                                                      QMessageBox::StandardButton defaultButton)
 {
-    asked.append({QStringLiteral("message"), title, text});
+    asked.append({QStringLiteral("message"), title, text, QString()});
     return buttons.isEmpty() ? defaultButton : buttons.takeFirst();
 }
 
 QStringList ScriptedDialogs::openFileNames(QWidget*, const QString& caption, const QString&,
-                                           const QString& filter)
+                                           const QString& filter, QString* selectedFilter)
 {
-    asked.append({QStringLiteral("open"), caption, filter});
-    return files.isEmpty() ? QStringList() : files.takeFirst();
+    asked.append(
+        {QStringLiteral("open"), caption, filter, selectedFilter ? *selectedFilter : QString()});
+    if (files.isEmpty())
+        return QStringList();
+    if (selectedFilter && !filters.isEmpty())
+        *selectedFilter = filters.takeFirst();
+    return files.takeFirst();
 }
 
 QString ScriptedDialogs::saveFileName(QWidget*, const QString& caption, const QString&,
                                       const QString& filter)
 {
-    asked.append({QStringLiteral("save"), caption, filter});
+    asked.append({QStringLiteral("save"), caption, filter, QString()});
     if (files.isEmpty())
         return QString();
     const QStringList answer = files.takeFirst();
@@ -103,6 +111,14 @@ QString ScriptedDialogs::saveFileName(QWidget*, const QString& caption, const QS
 
 QString ScriptedDialogs::existingDirectory(QWidget*, const QString& caption, const QString&)
 {
-    asked.append({QStringLiteral("directory"), caption, QString()});
+    asked.append({QStringLiteral("directory"), caption, QString(), QString()});
     return directories.isEmpty() ? QString() : directories.takeFirst();
+}
+
+int ScriptedDialogs::run(QDialog* dialog)
+{
+    asked.append({QStringLiteral("dialog"), dialog->windowTitle(), QString(), QString()});
+    if (dialogRuns.isEmpty())
+        return QDialog::Accepted;
+    return dialogRuns.takeFirst()(dialog);
 }

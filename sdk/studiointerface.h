@@ -9,6 +9,7 @@ class QMenu;
 class QString;
 class QWidget;
 class TrackwellInterface;
+struct SourceRequest;
 
 // The services the studio offers to its viewer plug-ins. The host implements it; the plug-in
 // only calls it.
@@ -54,6 +55,10 @@ public:
     // Opens a location given as text, such as "src/main.c line 42" (kind 3: a source file at a
     // line), and brings it to the front when `activate` is set.
     virtual void openLocation(const QString& location, int kind, bool activate) = 0;
+    // Opens a source file at a place and brings it to the front, with what the request tells of
+    // it: the lines of the place, the finding's message and its code flow to step through. A
+    // studio that shows no more than the place gets it through openLocation() (kind 3).
+    virtual void openSource(const SourceRequest& request);
     // The defect tracker, or null when the studio has none.
     virtual TrackwellInterface* trackwellInterface() const = 0;
 

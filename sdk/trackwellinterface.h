@@ -13,6 +13,15 @@ public:
     virtual quint16 setHeadline(const char* headline) = 0;
     virtual quint16 setDescription(const char* description) = 0;
     virtual quint16 attachFile(const char* label, const char* path) = 0;
+    // A detail of the item filed, by name ("source_path", "source_line", "rule", "level",
+    // "message", "snippet"), given between attachFile() and submit(). A tracker that keeps no
+    // details takes and ignores them.
+    virtual quint16 setDetail(const char* name, const char* value)
+    {
+        Q_UNUSED(name);
+        Q_UNUSED(value);
+        return 1;
+    }
     virtual quint16 submit(int mode) = 0;
 
     // The command line of the last step.

@@ -74,6 +74,8 @@ bool DefectDraft::submitTo(TrackwellInterface& tracker,
     warnIfFailed(tracker.setDescription(description.toLocal8Bit().constData()));
     warnIfFailed(tracker.attachFile(attachmentLabel.toLocal8Bit().constData(),
                                     attachmentPath.toLocal8Bit().constData()));
+    for (const auto& [name, value] : details)
+        warnIfFailed(tracker.setDetail(name.constData(), value.toLocal8Bit().constData()));
     const quint16 submitted = tracker.submit(0);
     echo();
     return submitted ? true : stopped();

@@ -1,19 +1,23 @@
 #pragma once
 
+#include <QByteArray>
+#include <QList>
 #include <QString>
 #include <functional>
+#include <utility>
 
 class QFileInfo;
 class TrackwellInterface;
 
-// What filing an item of a report as a defect says: its headline and description, and the
-// report file attached to it.
+// What filing an item of a report as a defect says: its headline and description, the report
+// file attached to it and, for a finding, what the finding says of itself (see FindingDetails).
 struct DefectDraft
 {
     QString headline;
     QString description;
     QString attachmentLabel;
     QString attachmentPath;
+    QList<std::pair<QByteArray, QString>> details; // by the names the tracker takes them under
 
     // The draft for the item `itemName` (of type `itemType`) of the result file `reportFile`.
     // `caption` is the studio's; the test, with its workspace, is the node the viewer shows,

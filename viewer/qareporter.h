@@ -8,6 +8,7 @@
 #include <memory>
 
 class DLink;
+struct SourceRequest;
 class DReportWidget;
 class QAction;
 class QAReporterManager;
@@ -148,6 +149,8 @@ private Q_SLOTS:
     void findDialogSearch(const QRegularExpression& expression);
 
 private:
+    // What the studio is asked to show of a source a link leads to (`location`, resolved).
+    SourceRequest sourceRequest(DLink* link, const QString& location) const;
     // Reads `files` (each once, and with `skipHeld` none held already) and shows them; false,
     // with nothing changed, when the user cancelled.
     bool readAndShow(const QStringList& files, bool skipHeld);

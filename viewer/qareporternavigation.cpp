@@ -5,16 +5,21 @@
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
+#include "model/qareporternode.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qaviewerfinddialog.h"
+#include "sdk/sourcerequest.h"
 #include "sdk/studiointerface.h"
+#include "session/findingdetails.h"
 #include "session/placehistory.h"
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 
 #include <QDesktopServices>
+#include <QDir>
 #include <QMainWindow>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QStatusBar>
 #include <QUrl>
@@ -110,6 +115,66 @@ void QAReporter::scrollToTag(const QString& tag, int, int)
     moveDoc(tag);
 }
 
+// The place a source link leads to; for a link of a finding (its own place or a step of its code
+// flow), with what the finding says there and the steps of its flow. The finding is the node
+// whose section holds the link or, failing that, the entry selected in the outline.
+SourceRequest QAReporter::sourceRequest(DLink* link, const QString& location) const
+{
+    static const QRegularExpression atLine(QStringLiteral("^(.+) line (\\d+)\\s*$"));
+    const auto placeOf = [](const QString& text, SourceRequest* into) {
+        const QRegularExpressionMatch place = atLine.match(text);
+        into->path = place.hasMatch() ? place.captured(1) : text;
+        into->line = place.captured(2).toInt();
+    };
+    SourceRequest request;
+    placeOf(location, &request);
+    // Whether the link is the finding's own place (1), one of its steps (2), or neither (0).
+    const auto linkOf = [&](const FindingDetails& details) {
+        if (details.sourceLine == request.line && !details.sourcePath.isEmpty() &&
+            QDir::cleanPath(request.path).endsWith(QDir::cleanPath(details.sourcePath)))
+            return 1;
+        for (const FindingDetails::Step& step : details.steps) {
+            if (step.link == link)
+                return 2;
+        }
+        return 0;
+    };
+    const QAReporterNode* node = m_session->searchReporterNode(link);
+    FindingDetails details = node ? FindingDetails::of(*node) : FindingDetails();
+    int kind = linkOf(details);
+    if (kind == 0) {
+        const OutlineNode* selected = OutlineModel::nodeOf(currentEntry());
+        details =
+            selected && selected->data ? FindingDetails::of(*selected->data) : FindingDetails();
+        kind = linkOf(details);
+    }
+    if (kind == 0)
+        return request;
+    if (kind == 1) {
+        request.message = details.level.isEmpty()
+                              ? details.message
+                              : details.level + QStringLiteral(": ") + details.message;
+        request.snippet = details.snippet;
+    }
+    for (const FindingDetails::Step& step : details.steps) {
+        const ReportSession::LinkAction action = m_session->followLink(step.link);
+        if (action.kind != ReportSession::LinkAction::OpenSource)
+            continue;
+        SourceStep place;
+        SourceRequest resolved;
+        placeOf(action.location, &resolved);
+        place.path = resolved.path;
+        place.line = resolved.line;
+        place.message = step.text;
+        if (step.link == link) {
+            request.step = int(request.steps.size());
+            request.message = step.text;
+        }
+        request.steps.append(place);
+    }
+    return request;
+}
+
 void QAReporter::resolveLink(DLink* link)
 {
     const ReportSession::LinkAction action = m_session->followLink(link);
@@ -138,10 +203,12 @@ void QAReporter::resolveLink(DLink* link)
     case ReportSession::LinkAction::OpenTag:
         history.leave(currentPlace()); // the studio moves this window
         Q_EMIT stateChanged();
-        [[fallthrough]];
-    case ReportSession::LinkAction::OpenSource:
         if (StudioInterface* studio = hostStudio())
             studio->openLocation(action.location, 3, true);
+        return;
+    case ReportSession::LinkAction::OpenSource:
+        if (StudioInterface* studio = hostStudio())
+            studio->openSource(sourceRequest(link, action.location));
         return;
     case ReportSession::LinkAction::OpenWeb:
         QDesktopServices::openUrl(QUrl(action.location, QUrl::StrictMode));

@@ -12,6 +12,7 @@
 #include "sdk/studiointerface.h"
 #include "sdk/trackwellinterface.h"
 #include "session/defectdraft.h"
+#include "session/findingdetails.h"
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
@@ -161,9 +162,20 @@ void QAReporter::submitTrackwell()
         return;
     }
     const OutlineNode* node = OutlineModel::nodeOf(entry);
-    const DefectDraft draft = DefectDraft::forItem(
+    DefectDraft draft = DefectDraft::forItem(
         studio->caption(), studioNode.workspace, studioNode.name, outline->fileInfo(entry),
         entry.data().toString(), node ? node->data->type : QString());
+    if (node && node->data) {
+        FindingDetails details = FindingDetails::of(*node->data);
+        // What is still relative lies beside the report, a converted log's beside the log.
+        if (!details.sourcePath.isEmpty() && QFileInfo(details.sourcePath).isRelative()) {
+            const QString report =
+                studio->originalFileOf(outline->fileInfo(entry).absoluteFilePath());
+            details.sourcePath = QDir::cleanPath(
+                QDir(QFileInfo(report).absolutePath()).filePath(details.sourcePath));
+        }
+        draft.details = details.named();
+    }
 
     draft.submitTo(*tracker, output ? log : nullptr);
 }

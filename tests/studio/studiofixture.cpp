@@ -190,10 +190,11 @@ void typeOver(QWidget* field, const QString& text)
 }
 
 QStringList FixtureDialogs::openFileNames(QWidget* parent, const QString& caption,
-                                          const QString& directory, const QString& filter)
+                                          const QString& directory, const QString& filter,
+                                          QString* selectedFilter)
 {
     openedIn.append(directory);
-    return ScriptedDialogs::openFileNames(parent, caption, directory, filter);
+    return ScriptedDialogs::openFileNames(parent, caption, directory, filter, selectedFilter);
 }
 
 QString FixtureDialogs::saveFileName(QWidget* parent, const QString& caption,

@@ -37,7 +37,7 @@ class FixtureDialogs : public ScriptedDialogs
 {
 public:
     QStringList openFileNames(QWidget* parent, const QString& caption, const QString& directory,
-                              const QString& filter) override;
+                              const QString& filter, QString* selectedFilter = nullptr) override;
     QString saveFileName(QWidget* parent, const QString& caption, const QString& directory,
                          const QString& filter) override;
     // The messages shown, in order (the file and folder dialogs left out).

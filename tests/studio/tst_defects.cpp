@@ -648,7 +648,8 @@ private Q_SLOTS:
         const QList<QByteArray> rows = readFile(csv).split('\n');
         QCOMPARE(rows.size(), 3); // header, the defect, the empty rest after the last line end
         QCOMPARE(rows[0], QByteArray("id,state,headline,description,item,file,filed,"
-                                     "external_reference,attachments\r"));
+                                     "external_reference,attachments,source_path,source_line,"
+                                     "rule,level,message,snippet\r"));
         QVERIFY(rows[1].startsWith(QByteArray::number(noGoto().id) +
                                    ",closed,crcstudiodock.crc:no-goto,Report file:  dock.crc"));
         QVERIFY(rows[1].contains(sha256(file).toLatin1()));

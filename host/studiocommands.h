@@ -43,6 +43,8 @@ private:
         Reload,
         SaveAs,
         ExportDoc,
+        CompareBaseline,
+        ClearBaseline,
         Print,
         Close,
         Copy,

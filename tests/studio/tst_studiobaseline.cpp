@@ -26,6 +26,22 @@ QByteArray result(const char* rule, const char* file, int line, const char* mess
            file + "\"},\"region\":{\"startLine\":" + QByteArray::number(line) + "}}}]}";
 }
 
+// A result file of one suite whose tests have the states given, in order.
+QByteArray resultFile(const QList<std::pair<const char*, bool>>& tests)
+{
+    QByteArray nodes;
+    bool failed = false;
+    for (const auto& [name, passed] : tests) {
+        nodes += QByteArray("<XROD:NODE name='") + name + "' type='Test' state='" +
+                 (passed ? "ok" : "ko") + "'><SECTION><PARAGRAPH>" + name +
+                 "</PARAGRAPH></SECTION></XROD:NODE>";
+        failed = failed || !passed;
+    }
+    return QByteArray("<XROD><DOCUMENT tag='run'><XROD:NODE name='suite' type='Suite' state='") +
+           (failed ? "ko" : "ok") + "'><SECTION><PARAGRAPH>suite</PARAGRAPH></SECTION>" + nodes +
+           "</XROD:NODE></DOCUMENT></XROD>";
+}
+
 QByteArray sarifLog(const QList<QByteArray>& results)
 {
     QByteArray joined;
@@ -111,6 +127,11 @@ private Q_SLOTS:
                                     result("R2", "src/a.c", 9, "strcpy overflows"),
                                     result("R2", "src/c.c", 2, "sprintf overflows")})));
         QVERIFY(writeFile(m_dir.filePath(QStringLiteral("broken.sarif")), "{\"version\":"));
+        QVERIFY(writeFile(m_dir.filePath(QStringLiteral("base.crc")),
+                          resultFile({{"alpha", false}, {"beta", false}, {"gamma", true}})));
+        QVERIFY(writeFile(
+            m_dir.filePath(QStringLiteral("head.crc")),
+            resultFile({{"alpha", false}, {"beta", true}, {"gamma", false}, {"delta", false}})));
         QVERIFY(m_studio.start(m_dir.filePath(QStringLiteral("settings.xml"))));
     }
 
@@ -206,6 +227,35 @@ private Q_SLOTS:
         QVERIFY(!isBold(entry(newAEntry)));
         QVERIFY(!m_studio.entry({QStringLiteral("File"), QStringLiteral("Clear Baseline")})
                      ->isEnabled());
+    }
+
+    // Result files without keys: the tests are told apart by their places in the tree.
+    void resultFiles()
+    {
+        const QString head = QStringLiteral("head.crc");
+        QVERIFY(m_studio.open({m_dir.filePath(head)}));
+        QVERIFY(compareWith(m_dir.filePath(QStringLiteral("base.crc"))));
+        QVERIFY(m_studio.bringForward());
+        QVERIFY2(m_studio.dialogs().messages().isEmpty(),
+                 qPrintable(m_studio.dialogs().messages().join(QLatin1Char('\n'))));
+        const QString suite = QStringLiteral("suite");
+        QVERIFY(!isBold(entry({head, suite, QStringLiteral("alpha")})));
+        QVERIFY(isBold(entry({head, suite, QStringLiteral("gamma")})));
+        QVERIFY(isBold(entry({head, suite, QStringLiteral("delta")})));
+        const QString summary = m_studio.summaryText();
+        QVERIFY2(summary.contains(QLatin1String("Fixed since base.crc: 1")), qPrintable(summary));
+        QVERIFY2(summary.contains(QStringLiteral("suite \u203a beta")), qPrintable(summary));
+
+        QVERIFY(
+            m_studio.trigger({QStringLiteral("Code Review"), QStringLiteral("New Failures Only")}));
+        QVERIFY(m_studio.clickEntry(entry({head})));
+        m_studio.press(Qt::Key_F8);
+        QCOMPARE(m_studio.currentEntry(), (QStringList{head, suite, QStringLiteral("gamma")}));
+        m_studio.press(Qt::Key_F8);
+        QCOMPARE(m_studio.currentEntry(), (QStringList{head, suite, QStringLiteral("delta")}));
+        QVERIFY(!entry({head, suite, QStringLiteral("alpha")}).isValid());
+        QVERIFY(m_studio.trigger({QStringLiteral("File"), QStringLiteral("Clear Baseline")}));
+        QVERIFY(entry({head, suite, QStringLiteral("alpha")}).isValid());
     }
 
     // A baseline that cannot be read: a message names it and why, and the view stays as it was.

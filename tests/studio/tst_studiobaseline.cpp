@@ -135,7 +135,20 @@ private Q_SLOTS:
         QVERIFY(m_studio.start(m_dir.filePath(QStringLiteral("settings.xml"))));
     }
 
-    void cleanupTestCase() { m_studio.quit(); }
+    // The baselines are kept with the settings when the studio quits.
+    void cleanupTestCase()
+    {
+        const QString head = m_dir.filePath(QStringLiteral("head.crc"));
+        const QString base = m_dir.filePath(QStringLiteral("base.crc"));
+        QVERIFY(m_studio.open({head}));
+        QVERIFY(compareWith(base));
+        m_studio.quit();
+        QFile settings(m_dir.filePath(QStringLiteral("settings.xml")));
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        const QString saved = QString::fromUtf8(settings.readAll());
+        QVERIFY2(saved.contains(QLatin1String("baselines")), qPrintable(saved));
+        QVERIFY2(saved.contains(head) && saved.contains(base), qPrintable(saved));
+    }
 
     void cleanup()
     {

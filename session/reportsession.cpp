@@ -388,6 +388,7 @@ bool ReportSession::setBaseline(const QString& base, QString* error)
     auto baseline = std::make_unique<BaselineComparison>();
     if (!baseline->compare(base, head, error)) {
         m_baseline.reset();
+        m_validator->setNewFailuresOnly(false);
         markNewFailures();
         m_analysed = false;
         return false;

@@ -20,6 +20,7 @@ public:
 
     const QString& basePath() const { return m_base.path; }
     const RunComparison& comparison() const { return m_comparison; }
+    const RunIdentities& head() const { return m_head; }
 
 private:
     RunIdentities m_base;

@@ -105,11 +105,36 @@ void addNumberCell(Children& row, qint64 value)
     Children(cell).add(std::make_unique<DText>(QString::number(value, 10)));
 }
 
+void addParagraph(Children& parent, const QString& line)
+{
+    DParagraph* paragraph = parent.add(std::make_unique<DParagraph>());
+    Children(paragraph).add(std::make_unique<DText>(line));
+}
+
+// After the table: "Fixed since BASE: N", then a line for each fixed failure listed (its names,
+// its place, its message) and the number of those not listed.
+void addFixedSection(Children& after, const QAReporterFilter::BaselineSummary& baseline)
+{
+    addParagraph(after, text("Fixed since %1: %2").arg(baseline.baseName).arg(baseline.fixedCount));
+    for (const QAReporterFilter::BaselineSummary::Fixed& fixed : baseline.fixed) {
+        QString line = fixed.names.join(QStringLiteral(" \u203a "));
+        if (!fixed.source.isEmpty())
+            line += QStringLiteral(" \u00b7 ") +
+                    (fixed.line > 0 ? QStringLiteral("%1:%2").arg(fixed.source).arg(fixed.line)
+                                    : fixed.source);
+        if (!fixed.message.isEmpty())
+            line += QStringLiteral(" \u2014 ") + fixed.message;
+        addParagraph(after, line);
+    }
+    if (baseline.fixedCount > baseline.fixed.size())
+        addParagraph(after, text("and %1 more").arg(baseline.fixedCount - baseline.fixed.size()));
+}
+
 } // namespace
 
 std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterData*>& reports,
-                                                         const QString&,
-                                                         const DStyleList& styles) const
+                                                         const QString&, const DStyleList& styles,
+                                                         const BaselineSummary* baseline) const
 {
     bool showInconclusive = false;
     for (const QAReporterData* report : reports)
@@ -129,18 +154,25 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
 
     DSection* section = Children(document.get()).add(std::make_unique<DSection>());
     section->setTag(QStringLiteral("tagheaderdoc1"));
-    DTable* table = Children(section).add(std::make_unique<DTable>(2));
+    Children sectionItems(section);
+    DTable* table = sectionItems.add(std::make_unique<DTable>(2));
     table->setStyle(array);
-    QList<double> widths{showInconclusive ? 0.5 : 0.6, 0.1, 0.1, 0.1, 0.1};
+    QList<double> widths{0.6, 0.1, 0.1, 0.1, 0.1};
     if (showInconclusive)
         widths.append(0.1);
+    if (baseline)
+        widths.append(0.1);
+    widths[0] -= 0.1 * (widths.size() - 5);
     table->setWidths(widths);
 
     Children rows(table);
     DRow* header = rows.add(std::make_unique<DRow>());
     header->setStyle(array);
     Children headings(header);
-    QStringList titles{text("Name"), text("Status"), text("Failed"), text("Passed")};
+    QStringList titles{text("Name"), text("Status"), text("Failed")};
+    if (baseline)
+        titles.append(text("New"));
+    titles.append(text("Passed"));
     if (showInconclusive)
         titles.append(text("Inconclusive"));
     titles.append(text("Total"));
@@ -150,7 +182,9 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
     qint64 failedSum = 0;
     qint64 passedSum = 0;
     qint64 inconclusiveSum = 0;
-    for (const QAReporterData* report : reports) {
+    qint64 newSum = 0;
+    for (qsizetype r = 0; r < reports.size(); ++r) {
+        const QAReporterData* report = reports[r];
         const bool failed = report->failed != 0;
         const int inconclusive = report->inconclusive > 0 ? report->inconclusive : 0;
         DRow* row = rows.add(std::make_unique<DRow>());
@@ -162,6 +196,12 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
         Children(link).add(std::make_unique<DText>(QFileInfo(report->fileName).fileName()));
         cells.add(std::make_unique<DCellText>(failed ? text("Failed") : text("Passed"), 0));
         addNumberCell(cells, report->failed);
+        if (baseline) {
+            const qint64 added =
+                size_t(r) < baseline->newCounts.size() ? baseline->newCounts[size_t(r)] : 0;
+            addNumberCell(cells, added);
+            newSum += added;
+        }
         addNumberCell(cells, report->passed);
         qint64 total = qint64(report->failed) + report->passed;
         if (showInconclusive) {
@@ -178,6 +218,8 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
     Children totalCells(totals);
     totalCells.add(std::make_unique<DCellText>(text("Total"), 1));
     addNumberCell(totalCells, failedSum);
+    if (baseline)
+        addNumberCell(totalCells, newSum);
     addNumberCell(totalCells, passedSum);
     qint64 grandTotal = failedSum + passedSum;
     if (showInconclusive) {
@@ -185,6 +227,8 @@ std::unique_ptr<DDocument> QAReporterFilter::doHeaderDoc(const QList<QAReporterD
         grandTotal += inconclusiveSum;
     }
     addNumberCell(totalCells, grandTotal);
+    if (baseline)
+        addFixedSection(sectionItems, *baseline);
 
     DUpdater().doAll(document.get());
     return document;

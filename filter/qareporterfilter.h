@@ -3,6 +3,7 @@
 #include "folio/styles/dstyle.h"
 
 #include <QList>
+#include <QStringList>
 #include <memory>
 #include <vector>
 
@@ -16,6 +17,23 @@ class QAReporterNodeValidator;
 class QAReporterFilter
 {
 public:
+    // What the summary shows of a comparison with a baseline: the new failures of each report,
+    // in the order of the reports, and the first of the fixed ones with the number of all.
+    struct BaselineSummary
+    {
+        struct Fixed
+        {
+            QStringList names; // from the top of the run down to the failure
+            QString source;
+            int line = 0;
+            QString message;
+        };
+        QString baseName;
+        std::vector<qint64> newCounts;
+        std::vector<Fixed> fixed;
+        std::size_t fixedCount = 0;
+    };
+
     QAReporterFilter();
     virtual ~QAReporterFilter();
     QAReporterFilter(const QAReporterFilter&) = delete;
@@ -32,9 +50,11 @@ public:
 
     // The summary: one table row per report (name linking to its document, status, failed,
     // passed and inconclusive counts, total) and a row of totals. `name` takes no part in it;
-    // `styles` are the display styles the rows take by name.
+    // `styles` are the display styles the rows take by name. With `baseline`, a column of the
+    // new failures follows the failed ones, and a section after the table lists the fixed.
     std::unique_ptr<DDocument> doHeaderDoc(const QList<QAReporterData*>& reports,
-                                           const QString& name, const DStyleList& styles) const;
+                                           const QString& name, const DStyleList& styles,
+                                           const BaselineSummary* baseline = nullptr) const;
 
     // A hook for filters that act on their own; this one does nothing and returns false.
     virtual bool filterAction();

@@ -180,5 +180,7 @@ int QAReporterNodeValidator::isValid(const QAReporterNode& node) const
         result |= AttrType;
     if (!(m_active & AttrState) || node.stat.isNull() || stateAccepted(node.stat))
         result |= AttrState;
+    if (m_newFailuresOnly && !node.newFailure && !node.holdsNewFailure)
+        result &= ~AttrState;
     return result;
 }

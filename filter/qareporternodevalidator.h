@@ -31,6 +31,10 @@ public:
     // One bit per criterion the node passes; the node is kept when all three are set (7).
     int isValid(const QAReporterNode& node) const;
 
+    // Keeps only the nodes that are new failures against a baseline or hold some.
+    void setNewFailuresOnly(bool on) { m_newFailuresOnly = on; }
+    bool newFailuresOnly() const { return m_newFailuresOnly; }
+
     unsigned active() const { return m_active; }
     const QList<QRegularExpression>& typeExpressions() const { return m_typeExps; }
 
@@ -55,6 +59,7 @@ private:
     void indexTypes();
 
     unsigned m_active = 0;
+    bool m_newFailuresOnly = false;
     std::optional<Criterion> m_nameExp;
     QList<QRegularExpression> m_typeExps;
     // The hidden types of m_typeExps that are plain texts, and their lengths: a type is hidden

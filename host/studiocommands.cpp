@@ -52,6 +52,8 @@ void StudioCommands::createMenus(RecentFiles* recent)
     m_commands[OpenInEditor]->setStatusTip(tr("Open the source file shown in its editor"));
     command(file, SaveAs, tr("Save &As..."), QKeySequence::SaveAs);
     command(file, ExportDoc, tr("&Export to HTML..."), QKeySequence::UnknownKey);
+    command(file, CompareBaseline, tr("Compare with &Baseline..."), QKeySequence::UnknownKey);
+    command(file, ClearBaseline, tr("C&lear Baseline"), QKeySequence::UnknownKey);
     command(file, Print, tr("&Print..."), QKeySequence::Print);
     file->addSeparator();
     command(file, Close, tr("&Close"), QKeySequence::Close);
@@ -110,6 +112,8 @@ void StudioCommands::update()
     m_commands[SaveAs]->setEnabled(viewer && viewer->isSaveAsEnabled());
     m_commands[ExportDoc]->setEnabled(viewer && viewer->isExportDocEnabled());
     m_commands[Print]->setEnabled(viewer && viewer->isPrintEnabled());
+    m_commands[CompareBaseline]->setEnabled(viewer && viewer->property("hasBaseline").isValid());
+    m_commands[ClearBaseline]->setEnabled(viewerFlag(viewer, "hasBaseline"));
     m_commands[Close]->setEnabled(m_tabs->hasTab());
     m_commands[Copy]->setEnabled((viewer && viewer->isCopyEnabled()) || source);
     m_commands[Find]->setEnabled(viewer && viewer->isFindEnabled());
@@ -154,6 +158,12 @@ void StudioCommands::run(Command command)
         break;
     case Print:
         viewer->print();
+        break;
+    case CompareBaseline:
+        QMetaObject::invokeMethod(viewer, "compareWithBaseline");
+        break;
+    case ClearBaseline:
+        QMetaObject::invokeMethod(viewer, "clearBaseline");
         break;
     case Close:
         m_tabs->closeCurrent();

@@ -47,6 +47,8 @@ private:
         OpenInEditor,
         SaveAs,
         ExportDoc,
+        CompareBaseline,
+        ClearBaseline,
         Print,
         Close,
         Copy,

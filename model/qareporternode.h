@@ -35,6 +35,10 @@ public:
     // that found it; empty for other nodes.
     QString level;
     QString rule;
+    // Against a baseline: a failed result that the baseline does not have, and a node that holds
+    // such results below it.
+    bool newFailure = false;
+    bool holdsNewFailure = false;
 };
 
 // Debug dump: name, type, state and tag, then the kinds of the bounding items when set.

@@ -30,7 +30,32 @@ std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
     group->add<QAResBoolean>(QStringLiteral("auto_raise"), general->autoRaise);
     group->add<QAResInt>(QStringLiteral("auto_depth"), general->autoDepth);
     group->append(styles->toResources());
+    if (!baselines.isEmpty()) {
+        auto* list = group->add<QAResGroup>(QStringLiteral("baselines"));
+        for (auto entry = baselines.cbegin(); entry != baselines.cend(); ++entry) {
+            auto* baseline = list->add<QAResGroup>(QStringLiteral("baseline"));
+            baseline->add<QAResString>(QStringLiteral("file"), entry.key());
+            baseline->add<QAResString>(QStringLiteral("base"), entry.value());
+        }
+    }
     return group;
+}
+
+void QAReporterPref::readBaselines(const QAResGroup* list)
+{
+    if (!list)
+        return;
+    for (const std::unique_ptr<QARes>& child : list->children()) {
+        const QAResGroup* baseline = child->toResGroup();
+        if (!baseline || baseline->name() != QLatin1String("baseline"))
+            continue;
+        const QARes* file = baseline->child(QStringLiteral("file"));
+        const QARes* base = baseline->child(QStringLiteral("base"));
+        const QAResString* fileText = file ? file->toResString() : nullptr;
+        const QAResString* baseText = base ? base->toResString() : nullptr;
+        if (fileText && baseText && !fileText->value().isEmpty() && !baseText->value().isEmpty())
+            baselines.insert(fileText->value(), baseText->value());
+    }
 }
 
 void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
@@ -49,6 +74,8 @@ void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
         } else if (childName == QLatin1String("auto_depth")) {
             if (const QAResInt* integer = child->toResInt())
                 general->autoDepth = integer->value();
+        } else if (childName == QLatin1String("baselines")) {
+            readBaselines(child->toResGroup());
         }
     }
     styles->fromResources(res);

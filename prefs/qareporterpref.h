@@ -2,7 +2,9 @@
 
 #include "sdk/qares.h"
 
+#include <QMap>
 #include <QObject>
+#include <QString>
 #include <memory>
 
 class QAReporterPrefGeneral;
@@ -33,6 +35,9 @@ public:
     StudioInterface* studio;
     std::unique_ptr<QAReporterPrefGeneral> general;
     std::unique_ptr<QAReporterPrefStyles> styles;
+    // The baseline run each set of result files is compared with, by the first file of the set;
+    // kept in "baselines", one group "baseline" with "file" and "base" for each.
+    QMap<QString, QString> baselines;
 
 public Q_SLOTS:
     virtual void prefDialogAccepted();
@@ -40,4 +45,7 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void preferencesChanged();
+
+private:
+    void readBaselines(const QAResGroup* list);
 };

@@ -41,6 +41,9 @@ QByteArray baselineLeading(const BaselineComparison& baseline)
                            comparison.still);
 }
 
+// The fixed failures the summary lists; the rest are counted.
+constexpr size_t summaryFixedEntries = 100;
+
 // The texts keep the viewer window's translation context.
 QString tr(const char* text)
 {
@@ -242,7 +245,22 @@ void ReportSession::buildSummary(const QString& title)
     QList<QAReporterData*> records;
     for (const auto& record : m_records)
         records.append(record.get());
-    m_summary = m_filter->doHeaderDoc(records, title, m_context->styles());
+    if (m_baseline) {
+        const RunComparison& comparison = m_baseline->comparison();
+        QAReporterFilter::BaselineSummary baseline;
+        baseline.baseName = QFileInfo(m_baseline->basePath()).fileName();
+        if (m_newFailuresMarked)
+            baseline.newCounts = m_newByRecord;
+        baseline.fixedCount = comparison.fixed.size();
+        const size_t listed = std::min<size_t>(comparison.fixed.size(), summaryFixedEntries);
+        for (size_t i = 0; i < listed; ++i) {
+            const RunFailure& fixed = *comparison.fixed[i];
+            baseline.fixed.push_back({fixed.names, fixed.source, fixed.line, fixed.message});
+        }
+        m_summary = m_filter->doHeaderDoc(records, title, m_context->styles(), &baseline);
+    } else {
+        m_summary = m_filter->doHeaderDoc(records, title, m_context->styles());
+    }
     m_summary->setTag(QStringLiteral("index"));
     m_analysed = true;
 }
@@ -363,16 +381,114 @@ std::unique_ptr<DDocument> ReportSession::readXrdFile(const QString& path, QStri
 
 bool ReportSession::setBaseline(const QString& base, QString* error)
 {
+    // A converted file is compared as the file the user opened: its name tells the format.
     QStringList head;
     for (const auto& record : m_records)
-        head.append(record->fileName);
+        head.append(m_context->originalFileOf(record->fileName));
     auto baseline = std::make_unique<BaselineComparison>();
     if (!baseline->compare(base, head, error)) {
         m_baseline.reset();
+        m_validator->setNewFailuresOnly(false);
+        markNewFailures();
+        m_analysed = false;
         return false;
     }
     m_baseline = std::move(baseline);
+    markNewFailures();
+    m_analysed = false;
     return true;
+}
+
+void ReportSession::clearBaseline()
+{
+    m_baseline.reset();
+    m_validator->setNewFailuresOnly(false);
+    markNewFailures();
+    m_analysed = false;
+}
+
+bool ReportSession::newFailuresOnly() const
+{
+    return m_validator->newFailuresOnly();
+}
+
+void ReportSession::setNewFailuresOnly(bool on)
+{
+    m_validator->setNewFailuresOnly(on && m_baseline);
+    m_analysed = false;
+}
+
+void ReportSession::markNewFailures()
+{
+    m_newFailureCount = 0;
+    m_newFailuresMarked = false;
+    // Every node in walk order, unmarked; the failed ones kept in that order.
+    std::vector<ResultNode*> failed;
+    std::vector<size_t> recordOf; // of each failed node
+    std::vector<ResultNode*> pending;
+    m_newByRecord.assign(m_records.size(), 0);
+    for (size_t r = 0; r < m_records.size(); ++r) {
+        const auto& record = m_records[r];
+        if (record->tree && record->tree->rootNode())
+            pending.push_back(record->tree->rootNode());
+        while (!pending.empty()) {
+            ResultNode* node = pending.back();
+            pending.pop_back();
+            node->data->newFailure = false;
+            node->data->holdsNewFailure = false;
+            if (node->data->stat == QSKO) {
+                failed.push_back(node);
+                recordOf.push_back(r);
+            }
+            for (auto child = node->children.rbegin(); child != node->children.rend(); ++child)
+                pending.push_back(child->get());
+        }
+    }
+    if (!m_baseline)
+        return;
+    // A failed result is a failed node with no failed node below it, as the comparison reads
+    // them: each ancestor of a failed node is marked once.
+    QSet<const ResultNode*> failedBelow;
+    for (const ResultNode* node : failed) {
+        for (const ResultNode* up = node->parent; up && !failedBelow.contains(up); up = up->parent)
+            failedBelow.insert(up);
+    }
+    std::vector<ResultNode*> results;
+    std::vector<size_t> resultRecord;
+    for (size_t i = 0; i < failed.size(); ++i) {
+        if (!failedBelow.contains(failed[i])) {
+            results.push_back(failed[i]);
+            resultRecord.push_back(recordOf[i]);
+        }
+    }
+    const std::vector<RunFailure>& headFailures = m_baseline->head().failures;
+    if (results.size() != headFailures.size())
+        return;
+    // A result that carries a key is matched by it, the others by their place in the order.
+    std::vector<bool> isNew(headFailures.size(), false);
+    QHash<QByteArray, int> newByKey;
+    for (const RunFailure* failure : m_baseline->comparison().added) {
+        isNew[size_t(failure - headFailures.data())] = true;
+        ++newByKey[failure->identity];
+    }
+    for (size_t i = 0; i < results.size(); ++i) {
+        QAReporterNode* result = results[i]->data;
+        bool fresh = isNew[i];
+        if (!result->key.isEmpty()) {
+            auto found = newByKey.find(result->key.toUtf8());
+            fresh = found != newByKey.end() && found.value() > 0;
+            if (fresh)
+                --found.value();
+        }
+        if (!fresh)
+            continue;
+        result->newFailure = true;
+        ++m_newFailureCount;
+        ++m_newByRecord[resultRecord[i]];
+        for (ResultNode* up = results[i]->parent; up && !up->data->holdsNewFailure; up = up->parent)
+            up->data->holdsNewFailure = true;
+    }
+    m_newFailuresMarked = true;
 }
 
 bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* progress,
@@ -394,7 +510,16 @@ bool ReportSession::exportHTML(const QString& directory, QAIProgressMonitor* pro
                 input.displayed.append(record.get());
         }
     }
-    input.summary = m_summary.get();
+    // The page starts with the new and fixed failures: its table is the one without them.
+    std::unique_ptr<DDocument> plainSummary;
+    if (m_baseline && m_filter && m_summary) {
+        QList<QAReporterData*> records;
+        for (const auto& record : m_records)
+            records.append(record.get());
+        plainSummary = m_filter->doHeaderDoc(records, QString(), m_context->styles());
+        plainSummary->setTag(m_summary->tag());
+    }
+    input.summary = plainSummary ? plainSummary.get() : m_summary.get();
     input.styles = m_context->styles();
     input.reading = m_context->readProgress();
     input.configFile =

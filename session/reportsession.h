@@ -150,9 +150,20 @@ public:
     bool setBaseline(const QString& base, QString* error);
     // Null when no baseline is set.
     const BaselineComparison* baseline() const { return m_baseline.get(); }
+    void clearBaseline();
+    // The number of result nodes marked as new failures, and whether the failed results of the
+    // records matched those the comparison read, one for one; when they do not, none is marked.
+    int newFailureCount() const { return m_newFailureCount; }
+    bool newFailuresMarked() const { return m_newFailuresMarked; }
+    // The mode that keeps only the new failures and what holds them.
+    bool newFailuresOnly() const;
+    void setNewFailuresOnly(bool on);
 
 private:
     void makeTagsUnique();
+    // Marks the result nodes of the records that are new against the baseline, and their
+    // ancestors as holding them.
+    void markNewFailures();
     void updateTypes();
     void updateTypeFilter();
     // The folder of the shown report whose document holds `item`; empty when none does.
@@ -174,4 +185,8 @@ private:
     QString m_sourceUrl;
     bool m_embedSources = false;
     std::unique_ptr<BaselineComparison> m_baseline;
+    int m_newFailureCount = 0;
+    std::vector<qint64> m_newByRecord; // new failures of each record
+
+    bool m_newFailuresMarked = false;
 };

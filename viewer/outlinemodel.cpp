@@ -9,6 +9,7 @@
 #include "viewer/qaricons.h"
 
 #include <QColor>
+#include <QFont>
 
 namespace {
 
@@ -373,6 +374,8 @@ QString OutlineModel::toolTip(const QModelIndex& index) const
     } else {
         const QAReporterNode& shown = *node->data;
         lines.append(shown.name);
+        if (shown.newFailure)
+            lines.append(tr("New since %1").arg(m_baselineName));
         const QString level = levelName(shown);
         if (!level.isEmpty())
             lines.append(level);
@@ -431,6 +434,11 @@ QVariant OutlineModel::data(const QModelIndex& index, int role) const
             return pictureOf(shown->icon);
         if (role == Qt::ForegroundRole)
             return levelColour(*shown);
+        if (role == Qt::FontRole && shown->newFailure) {
+            QFont bold;
+            bold.setBold(true);
+            return bold;
+        }
         return {};
     }
     if (role != Qt::DecorationRole)

@@ -50,6 +50,9 @@ public:
     // Shows the entries `query` takes (all with an empty one), the rows made anew.
     void setQuery(const OutlineQuery& query);
     bool isFiltered() const { return m_filtered; }
+    // The baseline the entries marked new are new against, named in their tool tips; their
+    // names are bold.
+    void setBaselineName(const QString& name) { m_baselineName = name; }
 
     // The tree node of a node entry, null for a file entry.
     static OutlineNode* nodeOf(const QModelIndex& index);
@@ -112,6 +115,7 @@ private:
     std::vector<File> m_files;
     QHash<const OutlineNode*, int> m_fileRows; // file row by root node
     bool m_filtered = false;
+    QString m_baselineName;
     QHash<const OutlineNode*, Shown> m_shown; // with a query: the nodes shown, roots included
     std::vector<const OutlineNode*> m_shownChildren;
     // The entries with failures below them (files' roots included), and the failed results:

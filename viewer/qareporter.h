@@ -39,6 +39,8 @@ class QAReporter : public QAStViewerWindow
     // Whether the user cancelled the last reading of the files; the window then shows what it
     // showed before.
     Q_PROPERTY(bool loadCancelled READ loadCancelled)
+    // Whether the files are compared with a baseline run.
+    Q_PROPERTY(bool hasBaseline READ hasBaseline)
 
 public:
     // One-time set-up of the plug-in: shared toolbar, preferences, registry of windows.
@@ -86,6 +88,7 @@ public:
     void scrollToTag(const QString& tag, int line, int column) override;
 
     const QStringList& fileList() const;
+    bool hasBaseline() const;
     bool canGoBack() const;
     bool canGoForward() const;
 
@@ -136,6 +139,12 @@ public Q_SLOTS:
     // Opens the outline's context menu on `entry` (invalid on empty space) as it stands.
     void showPopupMenu(const QModelIndex& entry, const QPoint& position, int column);
     void mainwindowDestroyed();
+    // Asks for a baseline run and marks what is new against it; the choice is remembered for
+    // the first file shown. An unreadable run leaves the view as it was and says why.
+    void compareWithBaseline();
+    void clearBaseline();
+    // Shows the new failures only, or all that the failed-only mode shows, again.
+    void switchNewFailuresOnly();
 
 Q_SIGNALS:
     void viewUpdated();
@@ -175,6 +184,14 @@ private:
     void restorePlace(const Place& place);
     // Scrolls to the top of the shown document tagged `tag`; false when none is shown.
     bool moveToDocument(const QString& tag);
+    // The baseline remembered for the first file, or the one in force, compared again with the
+    // files as read now.
+    void applyRememberedBaseline();
+    // After a baseline is chosen: the marks shown and the counts in the status bar.
+    void showBaseline();
+    bool newFailuresOnlyWanted() const;
+    // The file a tab's baseline is remembered by: the first one shown.
+    QString baselineKey() const;
 
     static QAReporterPref* s_preference;
     static QAReporterManager* s_manager;
@@ -206,4 +223,6 @@ private:
     std::unique_ptr<Place> m_pendingPlace; // to return to once a reload is analysed
     bool m_stepping = false;               // a step to a failure is under way
     QPointer<QARToolBar> m_toolBar;
+    QString m_baselinePath;         // empty without a baseline
+    bool m_newFailuresOnly = false; // the mode asked for, in force while there is a baseline
 };

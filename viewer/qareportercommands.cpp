@@ -27,6 +27,7 @@ enum CommandId
     MoreTypesId = 106,
     NextFindingId = 107,
     PreviousFindingId = 108,
+    NewFailuresOnlyId = 109,
     FirstTypeId = 202
 };
 
@@ -115,6 +116,9 @@ void QAReporter::setupToolBar(bool on)
                 Qt::UniqueConnection);
         connect(m_toolBar, &QARToolBar::previousFindingClicked, this, &QAReporter::previousFinding,
                 Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::newFailuresOnlyClicked, this,
+                &QAReporter::switchNewFailuresOnly, Qt::UniqueConnection);
+        m_toolBar->setNewFailuresOnly(newFailuresOnlyWanted());
     } else {
         disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
         disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
@@ -122,6 +126,8 @@ void QAReporter::setupToolBar(bool on)
         disconnect(m_toolBar, &QARToolBar::nextFindingClicked, this, &QAReporter::nextFinding);
         disconnect(m_toolBar, &QARToolBar::previousFindingClicked, this,
                    &QAReporter::previousFinding);
+        disconnect(m_toolBar, &QARToolBar::newFailuresOnlyClicked, this,
+                   &QAReporter::switchNewFailuresOnly);
     }
 }
 
@@ -157,6 +163,13 @@ void QAReporter::updateToolMenu()
     failed->setCheckable(true);
     failed->setChecked(filtered);
     failed->setEnabled(loaded);
+    QAction* newOnly =
+        addEntry(tr("&New Failures Only") + QLatin1Char('\t') +
+                     QARToolBar::newFailuresOnlyKey().toString(QKeySequence::NativeText),
+                 NewFailuresOnlyId, &QAReporter::switchNewFailuresOnly);
+    newOnly->setCheckable(true);
+    newOnly->setChecked(newFailuresOnlyWanted());
+    newOnly->setEnabled(loaded && hasBaseline());
     m_commandsMenu->addSeparator();
 
     int nextId = FirstTypeId; // the type entries, then the dock and submission entries
@@ -266,6 +279,8 @@ QString QAReporter::helpText(int id, const QAction* entry)
         return tr("Move to the next failed finding or test, over what holds them");
     case PreviousFindingId:
         return tr("Move to the previous failed finding or test, over what holds them");
+    case NewFailuresOnlyId:
+        return tr("Display only the failures the baseline does not have");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
     case MoreTypesId:

@@ -12,10 +12,12 @@
 #include "sdk/studiointerface.h"
 #include "session/placehistory.h"
 #include "session/reportsession.h"
+#include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
 #include "viewer/qartoolbar.h"
 #include "viewer/studiosessioncontext.h"
 
+#include <QFileInfo>
 #include <QMainWindow>
 #include <QStatusBar>
 #include <utility>
@@ -60,7 +62,8 @@ bool QAReporter::readAndShow(const QStringList& files, bool skipHeld)
         m_pendingPlace.reset();
         return true;
     }
-    m_headerShown = m_session->records().size() >= 2;
+    applyRememberedBaseline();
+    m_headerShown = m_session->records().size() >= 2 || m_session->baseline();
     if (m_outline)
         m_outline->clear();
     if (m_toolBar && m_toolBar->isFiltered())
@@ -141,6 +144,7 @@ void QAReporter::updateListView()
     m_outline->setRootIsDecorated(true);
     m_outline->setAllColumnsShowFocus(false);
     m_outline->setSortingEnabled(false);
+    m_outline->outlineModel()->setBaselineName(QFileInfo(m_baselinePath).fileName());
     for (const QAReporterData* record : m_session->filtered())
         m_outline->addReport(record->tree, record->fileName,
                              m_context->originalFileOf(record->fileName));

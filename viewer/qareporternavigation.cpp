@@ -31,7 +31,11 @@ void QAReporter::nextKO()
     if (!m_outline)
         return;
     m_stepping = true;
-    m_outline->nextKO();
+    // In the new failures only mode the failed results shown are the new ones: F8 steps them.
+    if (newFailuresOnlyWanted())
+        m_outline->nextFinding();
+    else
+        m_outline->nextKO();
     m_stepping = false;
 }
 
@@ -40,7 +44,10 @@ void QAReporter::prevKO()
     if (!m_outline)
         return;
     m_stepping = true;
-    m_outline->prevKO();
+    if (newFailuresOnlyWanted())
+        m_outline->previousFinding();
+    else
+        m_outline->prevKO();
     m_stepping = false;
 }
 

@@ -27,6 +27,16 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
         tr("<b>All Test Results</b> or <b>Failed Tests Only</b><br>Use this button to "
            "either display all tests or only failed tests"),
         &QARToolBar::filtreClicked);
+    m_newFailuresOnly = addAction(tr("New Failures Only"));
+    m_newFailuresOnly->setObjectName(QStringLiteral("New Failures Only"));
+    m_newFailuresOnly->setCheckable(true);
+    m_newFailuresOnly->setShortcut(newFailuresOnlyKey());
+    m_newFailuresOnly->setToolTip(
+        tr("New Failures Only (%1): the failures a baseline does not have")
+            .arg(newFailuresOnlyKey().toString(QKeySequence::NativeText)));
+    connect(m_newFailuresOnly, &QAction::triggered, this, &QARToolBar::newFailuresOnlyClicked);
+    if (mainWindow)
+        mainWindow->addAction(m_newFailuresOnly);
     // The keys press the buttons at once, anywhere in the main window; a disabled button
     // ignores them.
     const std::pair<QToolButton*, QKeySequence> keys[] = {
@@ -56,6 +66,16 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
 QKeySequence QARToolBar::nextFindingKey()
 {
     return QKeySequence(Qt::CTRL | Qt::Key_Period);
+}
+
+QKeySequence QARToolBar::newFailuresOnlyKey()
+{
+    return QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F8);
+}
+
+void QARToolBar::setNewFailuresOnly(bool on)
+{
+    m_newFailuresOnly->setChecked(on);
 }
 
 QKeySequence QARToolBar::previousFindingKey()
@@ -96,6 +116,7 @@ void QARToolBar::setEnabledAll(bool on)
     m_filterButton->setEnabled(on);
     m_nextFinding->setEnabled(on);
     m_previousFinding->setEnabled(on);
+    m_newFailuresOnly->setEnabled(on);
 }
 
 void QARToolBar::switchFilter()

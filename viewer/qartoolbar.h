@@ -34,6 +34,11 @@ public:
     // anywhere in the main window, enabled with the buttons.
     static QKeySequence nextFindingKey();
     static QKeySequence previousFindingKey();
+    // The switch of the new failures only mode (against a baseline), Ctrl+Shift+F8, checked
+    // while the active window is in it.
+    QAction* newFailuresOnlyAction() const { return m_newFailuresOnly; }
+    static QKeySequence newFailuresOnlyKey();
+    void setNewFailuresOnly(bool on);
 
 public Q_SLOTS:
     void KOsClicked();
@@ -48,6 +53,7 @@ Q_SIGNALS:
     void refreshClicked();
     void nextFindingClicked();
     void previousFindingClicked();
+    void newFailuresOnlyClicked();
 
 private:
     QToolButton* addButton(const QPixmap& icon, const QString& text, const QString& name,
@@ -60,5 +66,6 @@ private:
     QToolButton* m_filterButton = nullptr;
     QAction* m_nextFinding = nullptr;
     QAction* m_previousFinding = nullptr;
+    QAction* m_newFailuresOnly = nullptr;
     bool m_filtered = false;
 };

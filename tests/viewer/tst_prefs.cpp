@@ -187,6 +187,10 @@ private Q_SLOTS:
         normal->setBackground(DColor(250, 240, 230));
         normal->setAlign(DStyle::AlignJustify);
         normal->setIndent(12);
+        // Paths with markup and spaces come back as they were.
+        pref.baselines.insert(QStringLiteral("/runs/head <1>.sarif"),
+                              QStringLiteral("/runs/base & old.sarif"));
+        pref.baselines.insert(QStringLiteral("/runs/b.crc"), QStringLiteral("/runs/a.crc"));
 
         QAResGroup root;
         root.append(pref.toResources(nullptr));
@@ -211,6 +215,7 @@ private Q_SLOTS:
         QCOMPARE(back->align(), DStyle::AlignJustify);
         QCOMPARE(back->indent(), 12);
         QCOMPARE(styleNamed(restored.styles->styles, QStringLiteral("Title0"))->size(), 20);
+        QCOMPARE(restored.baselines, pref.baselines);
     }
 
     void generalPageShowsAndTakesTheValues()

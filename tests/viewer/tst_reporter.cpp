@@ -400,38 +400,54 @@ private Q_SLOTS:
         QStringList texts;
         for (QAction* action : menu->actions())
             texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-        QCOMPARE(texts, QStringList({"&All Test Results", "&Failed Tests Only", "-",
-                                     "Rule (and all below)", "Metric (and all below)", "-",
-                                     "&Reload", "-", "Show &header", "&Print Header", "-",
-                                     "&Submit Trackwell Report", "-", "&Generate HTML", "-",
-                                     "&Next Failed Test\tF8", "Pre&vious Failed Test\tShift+F8",
-                                     "Ne&xt Finding\tCtrl+.", "Previous Fin&ding\tCtrl+,"}));
-        QVERIFY(!menu->actions().at(6)->icon().isNull()); // Reload
+        // New Failures Only waits for a baseline.
+        QVERIFY(!menu->actions().at(2)->isEnabled());
+        QCOMPARE(texts, QStringList({"&All Test Results",
+                                     "&Failed Tests Only",
+                                     "&New Failures Only\tCtrl+Shift+F8",
+                                     "-",
+                                     "Rule (and all below)",
+                                     "Metric (and all below)",
+                                     "-",
+                                     "&Reload",
+                                     "-",
+                                     "Show &header",
+                                     "&Print Header",
+                                     "-",
+                                     "&Submit Trackwell Report",
+                                     "-",
+                                     "&Generate HTML",
+                                     "-",
+                                     "&Next Failed Test\tF8",
+                                     "Pre&vious Failed Test\tShift+F8",
+                                     "Ne&xt Finding\tCtrl+.",
+                                     "Previous Fin&ding\tCtrl+,"}));
+        QVERIFY(!menu->actions().at(7)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
-        QVERIFY(menu->actions().at(3)->isChecked() && menu->actions().at(4)->isChecked());
-        QAction* printHeaderEntry = menu->actions().at(9);
+        QVERIFY(menu->actions().at(4)->isChecked() && menu->actions().at(5)->isChecked());
+        QAction* printHeaderEntry = menu->actions().at(10);
         QVERIFY(printHeaderEntry->isEnabled());        // two reports: the header shows
-        QVERIFY(!menu->actions().at(11)->isEnabled()); // the file entry is selected
+        QVERIFY(!menu->actions().at(12)->isEnabled()); // the file entry is selected
 
-        menu->actions().at(4)->trigger(); // hide Metric
+        menu->actions().at(5)->trigger(); // hide Metric
         Q_EMIT menu->aboutToShow();
-        QVERIFY(menu->actions().at(3)->isChecked());
-        QVERIFY(!menu->actions().at(4)->isChecked());
+        QVERIFY(menu->actions().at(4)->isChecked());
+        QVERIFY(!menu->actions().at(5)->isChecked());
         QCOMPARE(window.session().validator().typeExpressions().size(), 1);
         QCOMPARE(window.session().validator().typeExpressions().first().pattern(),
                  QStringLiteral("Metric"));
 
         QCOMPARE(helpText(window, 102), QStringLiteral("Reload the current report"));
         QCOMPARE(helpText(window, 100), QStringLiteral("Display complete report"));
-        const int printHeaderId = menu->actions().at(9)->data().toInt(); // the menu was rebuilt
+        const int printHeaderId = menu->actions().at(10)->data().toInt(); // the menu was rebuilt
         QCOMPARE(helpText(window, printHeaderId), QStringLiteral("Show or hide Print Header"));
         window.highlighted(102);
         QCOMPARE(studioWindow.statusBar()->currentMessage(),
                  QStringLiteral("Reload the current report"));
 
-        menu->actions().at(8)->trigger(); // "Show header": the dock goes
+        menu->actions().at(9)->trigger(); // "Show header": the dock goes
         QVERIFY(summaryDock(window)->isHidden());
-        QVERIFY(!menu->actions().at(9)->isEnabled());
+        QVERIFY(!menu->actions().at(10)->isEnabled());
 
         window.desactivated();
         QVERIFY(!shared->nextButton()->isEnabled());

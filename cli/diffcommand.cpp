@@ -3,6 +3,7 @@
 #include "cli/diffreport.h"
 #include "cli/exitstatus.h"
 #include "cli/reportoutput.h"
+#include "cli/reviewedresults.h"
 #include "compare/runcomparison.h"
 #include "compare/runidentities.h"
 #include "compare/sarifbaseline.h"
@@ -105,8 +106,12 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
 
 } // namespace
 
-int diffCommand(const QStringList& arguments, int (*usage)())
+int diffCommand(const QStringList& given, int (*usage)())
 {
+    QStringList arguments = given;
+    QString store;
+    if (!ReviewedResults::takeStoreOption(&arguments, &store))
+        return usage();
     std::vector<Output> outputs;
     QStringList runs;
     bool check = false;
@@ -160,6 +165,21 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     if (!baseRead || !headRead)
         return exitUnreadable;
     const RunComparison comparison = compareRuns(base, head);
+    // The gate leaves out the new failures reviewed as false positives or intentional.
+    std::size_t reviewed = 0;
+    if (check) {
+        ReviewedResults reviews;
+        if (!reviews.read(store))
+            return exitUnreadable;
+        reviewed = std::size_t(std::count_if(
+            comparison.added.begin(), comparison.added.end(),
+            [&reviews](const RunFailure* failure) { return reviews.suppresses(*failure); }));
+    }
+    const QByteArray reviewedNote =
+        reviewed > 0 ? QByteArray("left out of the check as reviewed (false positive or "
+                                  "intentional): ") +
+                           QByteArray::number(qulonglong(reviewed)) + '\n'
+                     : QByteArray();
     bool written = true;
     // The SARIF log comes last: it frees what the others report.
     std::stable_partition(outputs.begin(), outputs.end(),
@@ -167,7 +187,7 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     for (const Output& output : outputs) {
         switch (output.format) {
         case Format::Text:
-            written = write(output, DiffReport::text(comparison)) && written;
+            written = write(output, DiffReport::text(comparison) + reviewedNote) && written;
             break;
         case Format::Json:
             written = write(output, DiffReport::json(comparison)) && written;
@@ -182,5 +202,5 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     }
     if (!written)
         return exitUnreadable;
-    return check && !comparison.added.empty() ? exitFailedTests : 0;
+    return check && comparison.added.size() > reviewed ? exitFailedTests : 0;
 }

@@ -284,6 +284,28 @@ private Q_SLOTS:
         // Without the store, both count.
         QCOMPARE(crcview({"diff", "--check", base, head}).status, 1);
 
+        // The SARIF log carries the reviewed ones as suppressed, with the comment.
+        QCOMPARE(crcview({"review", "--defects", store, "set", "--status", "intentional",
+                          "--comment", "meant so", identities.at(1)})
+                     .status,
+                 0);
+        const QString log = path(QStringLiteral("reviewed.sarif"));
+        QCOMPARE(crcview({"convert", "--to", "sarif", "--defects", store, head, "-o", log}).status,
+                 0);
+        const QJsonArray results = QJsonDocument::fromJson(readAll(log))
+                                       .object()
+                                       .value("runs")
+                                       .toArray()
+                                       .at(0)["results"]
+                                       .toArray();
+        QCOMPARE(results.size(), 3);
+        QCOMPARE(results.at(0).toObject().contains("suppressions"), false); // "kept"
+        QCOMPARE(results.at(1)["suppressions"].toArray().at(0)["kind"].toString(),
+                 QStringLiteral("external"));
+        const QJsonObject suppression = results.at(2)["suppressions"].toArray().at(0).toObject();
+        QCOMPARE(suppression["kind"].toString(), QStringLiteral("external"));
+        QCOMPARE(suppression["justification"].toString(), QStringLiteral("meant so"));
+
         const QStringList summary{"summary", "--check", "--defects", store, head};
         run = crcview(summary);
         QCOMPARE(run.status, 1); // "kept" still counts

@@ -71,7 +71,7 @@ bool write(const Output& output, const QByteArray& bytes)
 
 // HEAD's SARIF log, written as it is made. Only one such log can be asked for.
 bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
-                const RunComparison& comparison)
+                const RunComparison& comparison, const SuppressionOf& suppression)
 {
     QString error;
     if (output.file.isEmpty()) {
@@ -79,7 +79,7 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
             std::cout.write(piece.constData(), piece.size());
             return bool(std::cout);
         };
-        if (sarifWithBaseline(base, head, comparison, toStandardOutput, &error)) {
+        if (sarifWithBaseline(base, head, comparison, toStandardOutput, &error, suppression)) {
             std::cout.flush();
             if (std::cout)
                 return true;
@@ -97,7 +97,7 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
         return false;
     }
     const auto toFile = [&file](const QByteArray& piece) { return file.write(piece); };
-    if (sarifWithBaseline(base, head, comparison, toFile, &error) && file.commit())
+    if (sarifWithBaseline(base, head, comparison, toFile, &error, suppression) && file.commit())
         return true;
     file.discard();
     std::cerr << (error.isEmpty() ? file.errorString() : error).toLocal8Bit().constData() << "\n";
@@ -165,16 +165,16 @@ int diffCommand(const QStringList& given, int (*usage)())
     if (!baseRead || !headRead)
         return exitUnreadable;
     const RunComparison comparison = compareRuns(base, head);
-    // The gate leaves out the new failures reviewed as false positives or intentional.
-    std::size_t reviewed = 0;
-    if (check) {
-        ReviewedResults reviews;
-        if (!reviews.read(store))
-            return exitUnreadable;
-        reviewed = std::size_t(std::count_if(
-            comparison.added.begin(), comparison.added.end(),
-            [&reviews](const RunFailure* failure) { return reviews.suppresses(*failure); }));
-    }
+    // The gate leaves out the new failures reviewed as false positives or intentional; the SARIF
+    // log marks them suppressed.
+    ReviewedResults reviews;
+    if ((check || sarifLogs > 0) && !reviews.read(store))
+        return exitUnreadable;
+    const std::size_t reviewed =
+        check ? std::size_t(std::count_if(
+                    comparison.added.begin(), comparison.added.end(),
+                    [&reviews](const RunFailure* failure) { return reviews.suppresses(*failure); }))
+              : 0;
     const QByteArray reviewedNote =
         reviewed > 0 ? QByteArray("left out of the check as reviewed (false positive or "
                                   "intentional): ") +
@@ -196,7 +196,13 @@ int diffCommand(const QStringList& given, int (*usage)())
             written = write(output, DiffReport::markdown(comparison)) && written;
             break;
         case Format::Sarif:
-            written = writeSarif(output, base, head, comparison) && written;
+            written = writeSarif(output, base, head, comparison,
+                                 [&reviews](const RunFailure& failure) -> std::optional<QString> {
+                                     const Review* review = reviews.suppressing(failure);
+                                     return review ? std::optional<QString>(review->comment)
+                                                   : std::nullopt;
+                                 }) &&
+                      written;
             break;
         }
     }

@@ -40,7 +40,7 @@ void printUsage(std::ostream& out)
            "                      [--embed-sources] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
            "       crcview diff [--format text|json|sarif|markdown [-o FILE]]...\n"
-           "                    [--check [--defects STORE]] BASE HEAD\n"
+           "                    [--check] [--defects STORE] BASE HEAD\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
            "       crcview review [--defects FILE] set --status STATUS [--comment TEXT]\n"
            "                      [--rule RULE] IDENTITY\n"

@@ -59,8 +59,9 @@ struct Review
 // what it had. A database that is not exactly one of crcstudio's (another program's, or one with
 // views or triggers added) is refused before anything of it is used, and no statement on a store
 // runs longer than a few seconds. A store of the first crcstudio, without the details of
-// findings, is read as it is and brought up to date in the transaction of its first write. Every
-// failure leaves its reason, naming the file, in errorString().
+// findings, is read as it is and brought up to date in the transaction of its first write; so is
+// a store from before reviews were kept beside the defects. Every failure leaves its reason,
+// naming the file, in errorString().
 class DefectStore
 {
 public:

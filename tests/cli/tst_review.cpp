@@ -62,6 +62,28 @@ QJsonArray listed(const QString& store)
     return QJsonDocument::fromJson(run.out.toUtf8()).object().value("reviews").toArray();
 }
 
+// A SARIF log with a result per fingerprint; the first one carries a suppression of its own.
+QByteArray sarifLog(const QStringList& fingerprints)
+{
+    QJsonArray results;
+    for (const QString& fingerprint : fingerprints) {
+        QJsonObject result{{"ruleId", "R1"},
+                           {"level", "warning"},
+                           {"message", QJsonObject{{"text", fingerprint}}},
+                           {"fingerprints", QJsonObject{{"v1", fingerprint}}}};
+        if (fingerprint == fingerprints.first())
+            result.insert("suppressions", QJsonArray{QJsonObject{{"kind", "inSource"}}});
+        results.append(result);
+    }
+    return QJsonDocument(
+               QJsonObject{
+                   {"version", "2.1.0"},
+                   {"runs", QJsonArray{QJsonObject{
+                                {"tool", QJsonObject{{"driver", QJsonObject{{"name", "lint"}}}}},
+                                {"results", results}}}}})
+        .toJson();
+}
+
 // A store of the first crcstudio: its defects without the details of findings, no reviews.
 bool writeFirstStore(const QString& path)
 {
@@ -331,6 +353,56 @@ private Q_SLOTS:
                 .status,
             0);
         QCOMPARE(crcview(summary).status, 1);
+
+        // diff's SARIF log marks them too, for a result file's HEAD and for a SARIF HEAD, which
+        // keeps the suppressions it had.
+        const QString baselined = path(QStringLiteral("baselined.sarif"));
+        const auto suppressionsIn = [&](const QStringList& runs) {
+            QList<QJsonArray> found;
+            if (crcview(
+                    QStringList{"diff", "--defects", store, "--format", "sarif", "-o", baselined} +
+                    runs)
+                    .status != 0)
+                return found;
+            for (const QJsonValue& result : QJsonDocument::fromJson(readAll(baselined))
+                                                .object()
+                                                .value("runs")
+                                                .toArray()
+                                                .at(0)["results"]
+                                                .toArray())
+                found.append(result["suppressions"].toArray());
+            return found;
+        };
+        QList<QJsonArray> found = suppressionsIn({base, head}); // kept, added, other
+        QCOMPARE(found.size(), 3);
+        QVERIFY(found.at(0).isEmpty());
+        QCOMPARE(found.at(1).size(), 1);
+        QCOMPARE(found.at(1).at(0)["kind"].toString(), QStringLiteral("external"));
+        QVERIFY(!found.at(1).at(0).toObject().contains("justification"));
+        QCOMPARE(found.at(2).at(0)["justification"].toString(), QStringLiteral("meant so"));
+
+        QVERIFY(writeFile(path(QStringLiteral("base.sarif")), sarifLog({"one"})));
+        QVERIFY(writeFile(path(QStringLiteral("head.sarif")), sarifLog({"one", "two", "three"})));
+        const QStringList sarifRuns{path("base.sarif"), path("head.sarif")};
+        const QJsonArray added =
+            QJsonDocument::fromJson(
+                crcview(QStringList{"diff", "--format", "json"} + sarifRuns).out.toUtf8())
+                .object()
+                .value("new")
+                .toArray();
+        QCOMPARE(added.size(), 2);
+        QCOMPARE(crcview({"review", "--defects", store, "set", "--status", "intentional",
+                          "--comment", "by design", added.at(0)["identity"].toString()})
+                     .status,
+                 0);
+        found = suppressionsIn(sarifRuns); // one, two, three
+        QCOMPARE(found.size(), 3);
+        QCOMPARE(found.at(0).size(), 1);
+        QCOMPARE(found.at(0).at(0)["kind"].toString(), QStringLiteral("inSource"));
+        QCOMPARE(found.at(1).size(), 1);
+        QCOMPARE(found.at(1).at(0)["kind"].toString(), QStringLiteral("external"));
+        QCOMPARE(found.at(1).at(0)["justification"].toString(), QStringLiteral("by design"));
+        QVERIFY(found.at(2).isEmpty());
 
         // A store that cannot be read fails the gate as an unreadable input does.
         const QString foreign = path(QStringLiteral("not-a-store.sqlite"));

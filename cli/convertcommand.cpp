@@ -2,6 +2,7 @@
 
 #include "cli/exitstatus.h"
 #include "cli/reportoutput.h"
+#include "cli/reviewedresults.h"
 #include "cli/runreport.h"
 #include "compare/runidentities.h"
 #include "import/importcache.h"
@@ -31,7 +32,7 @@ int convertUsage()
 {
     std::cerr << "usage: crcview convert FILE [-o OUT.crc]\n"
                  "       crcview convert --to codeclimate|junit|markdown|sarif [--limit BYTES]\n"
-                 "                       [--max-results N]\n"
+                 "                       [--max-results N] [--defects STORE]\n"
                  "                       [--source-root DIR] FILE... [-o OUT]\n"
                  "  convert           write the result-file markup of a SARIF log (*.sarif,\n"
                  "                    *.sarif.json) or a JUnit XML report (*.xml) to OUT.crc,\n"
@@ -45,7 +46,9 @@ int convertUsage()
                  "  --limit BYTES     the Markdown's size at most (1 MiB when not given, for a\n"
                  "                    job summary; 65536 for a pull-request comment)\n"
                  "  --source-root DIR source files inside DIR named from it, as the repository\n"
-                 "                    names them\n";
+                 "                    names them\n"
+                 "  --defects STORE   the store whose reviews mark results of the SARIF log\n"
+                 "                    as suppressed (the default store when not given)\n";
     return exitUsage;
 }
 
@@ -62,8 +65,12 @@ QString relativeTo(const QString& root, const QString& path)
 // error unless `maxResults` (>= 0) cuts them, said on standard error; a log too large zipped is
 // an error.
 int writeSarifReport(std::vector<const RunFailure*> failures, qsizetype maxResults,
-                     const QString& output)
+                     const QString& output, const QString& store)
 {
+    // Results reviewed as false positives or intentional are carried as suppressed.
+    ReviewedResults reviews;
+    if (!reviews.read(store))
+        return exitUnreadable;
     const qsizetype count = qsizetype(failures.size());
     if (maxResults < 0 && count > RunReport::SarifMaxResults) {
         std::cerr << "crcview: " << count << " results, more than the "
@@ -76,7 +83,7 @@ int writeSarifReport(std::vector<const RunFailure*> failures, qsizetype maxResul
         std::cerr << "crcview: " << count - maxResults << " of " << count
                   << " results left out (--max-results " << maxResults << ")\n";
     }
-    const QByteArray log = RunReport::sarif(failures);
+    const QByteArray log = RunReport::sarif(failures, &reviews);
     const qsizetype zipped = qCompress(log, 6).size();
     if (zipped > RunReport::SarifMaxZipped) {
         std::cerr << "crcview: the SARIF log is " << zipped / 1024
@@ -93,6 +100,7 @@ int convertToReport(const QStringList& arguments)
     QString format;
     QString output;
     QString sourceRoot;
+    QString store;
     qsizetype limit = RunReport::MarkdownSummaryLimit;
     qsizetype maxResults = -1; // none given: more than code scanning takes is an error
     QStringList inputs;
@@ -103,6 +111,8 @@ int convertToReport(const QStringList& arguments)
             format = arguments.at(++i);
         } else if (argument == QLatin1String("-o") && valueFollows && output.isNull()) {
             output = arguments.at(++i);
+        } else if (argument == QLatin1String("--defects") && valueFollows) {
+            store = arguments.at(++i);
         } else if (argument == QLatin1String("--source-root") && valueFollows) {
             sourceRoot = QDir::cleanPath(QDir(arguments.at(++i)).absolutePath());
         } else if (argument == QLatin1String("--max-results") && valueFollows) {
@@ -157,7 +167,7 @@ int convertToReport(const QStringList& arguments)
         failures.push_back(&failure);
     }
     if (format == QLatin1String("sarif"))
-        return writeSarifReport(failures, maxResults, output);
+        return writeSarifReport(failures, maxResults, output, store);
     const QByteArray report =
         format == QLatin1String("codeclimate") ? RunReport::codeClimate(failures)
         : format == QLatin1String("junit")     ? RunReport::junit(failures)

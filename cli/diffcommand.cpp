@@ -3,6 +3,7 @@
 #include "cli/diffreport.h"
 #include "cli/exitstatus.h"
 #include "cli/reportoutput.h"
+#include "cli/reviewedresults.h"
 #include "compare/runcomparison.h"
 #include "compare/runidentities.h"
 #include "compare/sarifbaseline.h"
@@ -70,7 +71,7 @@ bool write(const Output& output, const QByteArray& bytes)
 
 // HEAD's SARIF log, written as it is made. Only one such log can be asked for.
 bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
-                const RunComparison& comparison)
+                const RunComparison& comparison, const SuppressionOf& suppression)
 {
     QString error;
     if (output.file.isEmpty()) {
@@ -78,7 +79,7 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
             std::cout.write(piece.constData(), piece.size());
             return bool(std::cout);
         };
-        if (sarifWithBaseline(base, head, comparison, toStandardOutput, &error)) {
+        if (sarifWithBaseline(base, head, comparison, toStandardOutput, &error, suppression)) {
             std::cout.flush();
             if (std::cout)
                 return true;
@@ -96,7 +97,7 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
         return false;
     }
     const auto toFile = [&file](const QByteArray& piece) { return file.write(piece); };
-    if (sarifWithBaseline(base, head, comparison, toFile, &error) && file.commit())
+    if (sarifWithBaseline(base, head, comparison, toFile, &error, suppression) && file.commit())
         return true;
     file.discard();
     std::cerr << (error.isEmpty() ? file.errorString() : error).toLocal8Bit().constData() << "\n";
@@ -105,8 +106,12 @@ bool writeSarif(const Output& output, RunIdentities& base, RunIdentities& head,
 
 } // namespace
 
-int diffCommand(const QStringList& arguments, int (*usage)())
+int diffCommand(const QStringList& given, int (*usage)())
 {
+    QStringList arguments = given;
+    QString store;
+    if (!ReviewedResults::takeStoreOption(&arguments, &store))
+        return usage();
     std::vector<Output> outputs;
     QStringList runs;
     bool check = false;
@@ -160,6 +165,21 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     if (!baseRead || !headRead)
         return exitUnreadable;
     const RunComparison comparison = compareRuns(base, head);
+    // The gate leaves out the new failures reviewed as false positives or intentional; the SARIF
+    // log marks them suppressed.
+    ReviewedResults reviews;
+    if ((check || sarifLogs > 0) && !reviews.read(store))
+        return exitUnreadable;
+    const std::size_t reviewed =
+        check ? std::size_t(std::count_if(
+                    comparison.added.begin(), comparison.added.end(),
+                    [&reviews](const RunFailure* failure) { return reviews.suppresses(*failure); }))
+              : 0;
+    const QByteArray reviewedNote =
+        reviewed > 0 ? QByteArray("left out of the check as reviewed (false positive or "
+                                  "intentional): ") +
+                           QByteArray::number(qulonglong(reviewed)) + '\n'
+                     : QByteArray();
     bool written = true;
     // The SARIF log comes last: it frees what the others report.
     std::stable_partition(outputs.begin(), outputs.end(),
@@ -167,7 +187,7 @@ int diffCommand(const QStringList& arguments, int (*usage)())
     for (const Output& output : outputs) {
         switch (output.format) {
         case Format::Text:
-            written = write(output, DiffReport::text(comparison)) && written;
+            written = write(output, DiffReport::text(comparison) + reviewedNote) && written;
             break;
         case Format::Json:
             written = write(output, DiffReport::json(comparison)) && written;
@@ -176,11 +196,17 @@ int diffCommand(const QStringList& arguments, int (*usage)())
             written = write(output, DiffReport::markdown(comparison)) && written;
             break;
         case Format::Sarif:
-            written = writeSarif(output, base, head, comparison) && written;
+            written = writeSarif(output, base, head, comparison,
+                                 [&reviews](const RunFailure& failure) -> std::optional<QString> {
+                                     const Review* review = reviews.suppressing(failure);
+                                     return review ? std::optional<QString>(review->comment)
+                                                   : std::nullopt;
+                                 }) &&
+                      written;
             break;
         }
     }
     if (!written)
         return exitUnreadable;
-    return check && !comparison.added.empty() ? exitFailedTests : 0;
+    return check && comparison.added.size() > reviewed ? exitFailedTests : 0;
 }

@@ -5,6 +5,9 @@
 #include "cli/defectscommand.h"
 #include "cli/diffcommand.h"
 #include "cli/exitstatus.h"
+#include "cli/reviewcommand.h"
+#include "cli/reviewedresults.h"
+#include "compare/runidentities.h"
 #include "filter/failurecounts.h"
 #include "filter/qareporterfilter.h"
 #include "filter/qareporternodevalidator.h"
@@ -31,14 +34,18 @@ namespace {
 void printUsage(std::ostream& out)
 {
     out << "usage: crcview dump [--count] [--failed] [--hide-type TYPE]... FILE\n"
-           "       crcview summary [--node NAME] [--check [--fail-on LEVEL]] [--format text|json]\n"
-           "                       FILE...\n"
+           "       crcview summary [--node NAME] [--check [--fail-on LEVEL] [--defects STORE]]\n"
+           "                       [--format text|json] FILE...\n"
            "       crcview export [--failed] [--baseline BASE] [--source-url TEMPLATE]\n"
            "                      [--embed-sources] DIRECTORY FILE...\n"
            "       crcview convert FILE [-o OUT.crc]\n"
-           "       crcview diff [--format text|json|sarif|markdown [-o FILE]]... [--check]\n"
-           "                    BASE HEAD\n"
+           "       crcview diff [--format text|json|sarif|markdown [-o FILE]]...\n"
+           "                    [--check] [--defects STORE] BASE HEAD\n"
            "       crcview defects [--defects FILE] [--format csv|json]\n"
+           "       crcview review [--defects FILE] set --status STATUS [--comment TEXT]\n"
+           "                      [--rule RULE] IDENTITY\n"
+           "       crcview review [--defects FILE] list [--format text|json]\n"
+           "       crcview review [--defects FILE] export|import FILE\n"
            "       crcview --help | --version\n"
            "  dump              print every result node of FILE, its types and totals\n"
            "  --count           print only the number of nodes and the totals\n"
@@ -76,7 +83,13 @@ void printUsage(std::ostream& out)
            "SARIF logs (*.sarif, *.sarif.json) and JUnit XML reports (*.xml) are read as\n"
            "result files everywhere.\n"
            "  defects           list the defects filed from crcstudio (its store, or\n"
-           "                    --defects FILE) as CSV or JSON\n";
+           "                    --defects FILE) as CSV or JSON\n"
+           "  review            the decisions about failed results, by identity (as diff\n"
+           "                    --format json prints it) and rule: STATUS unreviewed,\n"
+           "                    confirmed, false-positive or intentional; export writes\n"
+           "                    them as JSON, import merges such a file (the later\n"
+           "                    decision wins); --check of summary and diff leaves out\n"
+           "                    the false positives and intentional ones\n";
 }
 
 int usage()
@@ -255,8 +268,34 @@ bool failsAt(const ReportSession& session, const QString& level)
     return failing > 0;
 }
 
+// The failures of `files` that count against the gate (as failsAt(), all of them when `level` is
+// null) in `counted`, and of those the ones reviewed as left out in `reviewed`. False, with the
+// reason on standard error, when a file cannot be read.
+bool countReviewed(const QStringList& files, const QString& level, const ReviewedResults& reviews,
+                   int* counted, int* reviewed)
+{
+    const qsizetype threshold = level.isNull() ? failLevels.size() : failLevels.indexOf(level);
+    for (const QString& file : files) {
+        RunIdentities run;
+        QString error;
+        if (!readRunIdentities(file, &run, &error)) {
+            std::cerr << ImportCache::originalsIn(error).toLocal8Bit().constData() << "\n";
+            return false;
+        }
+        for (const RunFailure& failure : run.failures) {
+            const qsizetype grade = failLevels.indexOf(failure.level);
+            if (grade > threshold)
+                continue;
+            ++*counted;
+            *reviewed += reviews.suppresses(failure) ? 1 : 0;
+        }
+    }
+    return true;
+}
+
 // Reads the files as the studio does for a console run, and prints the totals.
-int summary(const QStringList& arguments, const QStringList& unconverted, Loaded& loaded)
+int summary(const QStringList& arguments, const QStringList& unconverted, const QString& store,
+            Loaded& loaded)
 {
     QString node;
     QString failOn;
@@ -296,6 +335,20 @@ int summary(const QStringList& arguments, const QStringList& unconverted, Loaded
         return exitUnreadable;
     if (!check)
         return 0;
+    ReviewedResults reviews;
+    if (!reviews.read(store))
+        return exitUnreadable;
+    if (reviews.anySuppressing()) {
+        // The gate then counts by the results' identities, which the reviews name.
+        int counted = 0;
+        int reviewed = 0;
+        if (!countReviewed(files, failOn, reviews, &counted, &reviewed))
+            return exitUnreadable;
+        if (reviewed > 0 && !json)
+            std::cout << "left out of the check as reviewed (false positive or intentional): "
+                      << reviewed << "\n";
+        return counted > reviewed ? exitFailedTests : 0;
+    }
     const bool failing = failOn.isNull() ? session.testFailed() > 0 : failsAt(session, failOn);
     return failing ? exitFailedTests : 0;
 }
@@ -406,6 +459,8 @@ int main(int argc, char** argv)
         return convertCommand(arguments);
     if (command == QLatin1String("defects"))
         return defectsCommand(arguments, usage);
+    if (command == QLatin1String("review"))
+        return reviewCommand(arguments, usage);
     if (command == QLatin1String("diff"))
         return diffCommand(arguments, usage);
     if (command == QLatin1String("summary")) {
@@ -418,6 +473,10 @@ int main(int argc, char** argv)
             return convertCommand(arguments);
         }
     }
+    QString store; // where summary --check finds the reviews
+    if (command == QLatin1String("summary") &&
+        !ReviewedResults::takeStoreOption(&arguments, &store))
+        return usage();
     const ImportedFiles imported(command, &arguments); // SARIF and JUnit XML as result files
     if (!imported.anyLeft())
         return exitUnreadable;
@@ -426,7 +485,7 @@ int main(int argc, char** argv)
     if (command == QLatin1String("dump"))
         status = dump(arguments, loaded);
     else if (command == QLatin1String("summary"))
-        status = summary(arguments, imported.failed(), loaded);
+        status = summary(arguments, imported.failed(), store, loaded);
     else if (command == QLatin1String("export"))
         status = exportPages(arguments, loaded);
     else

@@ -1,6 +1,7 @@
 #include "cli/runreport.h"
 
 #include "cli/failuretexts.h"
+#include "cli/reviewedresults.h"
 #include "compare/runidentities.h"
 #include "import/markupwriter.h"
 
@@ -113,7 +114,8 @@ QByteArray RunReport::junit(const std::vector<const RunFailure*>& failures)
     return out;
 }
 
-QByteArray RunReport::sarif(const std::vector<const RunFailure*>& failures)
+QByteArray RunReport::sarif(const std::vector<const RunFailure*>& failures,
+                            const ReviewedResults* reviews)
 {
     // The rules in the order they are met.
     QStringList rules;
@@ -176,7 +178,16 @@ QByteArray RunReport::sarif(const std::vector<const RunFailure*>& failures)
         appendJsonString(out, failure->names.join(QStringLiteral(" > ")).toUtf8());
         out += "}]}], \"partialFingerprints\": {\"crcviewIdentity/v1\": \"";
         out += QCryptographicHash::hash(failure->identity, QCryptographicHash::Sha1).toHex();
-        out += "\"}}";
+        out += "\"}";
+        if (const Review* review = reviews ? reviews->suppressing(*failure) : nullptr) {
+            out += ", \"suppressions\": [{\"kind\": \"external\", \"status\": \"accepted\"";
+            if (!review->comment.isEmpty()) {
+                out += ", \"justification\": ";
+                appendJsonString(out, review->comment.toUtf8());
+            }
+            out += "}]";
+        }
+        out += '}';
     }
     out += first ? "]\n  }]\n}\n" : "\n    ]\n  }]\n}\n";
     return out;

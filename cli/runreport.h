@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <vector>
 
+class ReviewedResults;
 struct RunFailure;
 
 // The failed results of a run as the places CI users look at take them.
@@ -24,8 +25,10 @@ constexpr qsizetype SarifMaxZipped = 10 * 1024 * 1024;
 
 // A SARIF 2.1.0 log of the failures: one run of the tool "crcview", a rule per rule (or item
 // type) met, each result with its level, message, place (the path as given: relative ones are
-// taken from %SRCROOT%), and a partial fingerprint made from its identity.
-QByteArray sarif(const std::vector<const RunFailure*>& failures);
+// taken from %SRCROOT%), and a partial fingerprint made from its identity. Results that `reviews`
+// (when given) leave out are suppressed externally, with the review's comment as justification.
+QByteArray sarif(const std::vector<const RunFailure*>& failures,
+                 const ReviewedResults* reviews = nullptr);
 // A Markdown summary: the count, then a table of the failures, cut at `limit` bytes with a note
 // of how many were left out.
 QByteArray markdown(const std::vector<const RunFailure*>& failures, qsizetype limit);

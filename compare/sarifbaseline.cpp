@@ -368,6 +368,22 @@ bool written(const Document& log, const std::function<bool(const QByteArray&)>& 
     return stream.written();
 }
 
+// Marks `result` as suppressed outside the log, beside any suppressions it has.
+void addSuppression(Value& result, const QString& justification, Allocator& allocator)
+{
+    Value suppression(rapidjson::kObjectType);
+    suppression.AddMember("kind", "external", allocator);
+    suppression.AddMember("status", "accepted", allocator);
+    if (!justification.isEmpty())
+        suppression.AddMember("justification", text(justification, allocator), allocator);
+    auto found = result.FindMember("suppressions");
+    if (found == result.MemberEnd() || !found->value.IsArray()) {
+        setMember(result, "suppressions", Value(rapidjson::kArrayType), allocator);
+        found = result.FindMember("suppressions");
+    }
+    found->value.PushBack(suppression, allocator);
+}
+
 // Frees the failures of a run.
 void release(RunIdentities& run)
 {
@@ -377,7 +393,8 @@ void release(RunIdentities& run)
 } // namespace
 
 bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunComparison& comparison,
-                       const std::function<bool(const QByteArray&)>& write, QString* error)
+                       const std::function<bool(const QByteArray&)>& write, QString* error,
+                       const SuppressionOf& suppression)
 {
     std::vector<std::pair<int, QByteArray>> absent;
     QString guid;
@@ -405,11 +422,14 @@ bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunCompar
         Value results(rapidjson::kArrayType);
         for (size_t i = 0; i < head.failures.size(); ++i) {
             const RunFailure& failure = head.failures[i];
-            results.PushBack(resultOf(failure,
-                                      stateOf(failure, comparison.baseOf[i],
-                                              base.format == head.format, added.contains(&failure)),
-                                      allocator),
-                             allocator);
+            Value result = resultOf(failure,
+                                    stateOf(failure, comparison.baseOf[i],
+                                            base.format == head.format, added.contains(&failure)),
+                                    allocator);
+            if (const std::optional<QString> justification =
+                    suppression ? suppression(failure) : std::nullopt)
+                addSuppression(result, *justification, allocator);
+            results.PushBack(result, allocator);
         }
         appendAbsent(results, absent, 0, 0, allocator);
         run.AddMember("results", results, allocator);
@@ -426,6 +446,7 @@ bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunCompar
         int run;
         int result;
         const char* state;
+        std::optional<QString> suppression;
     };
     std::vector<HeadState> states;
     states.reserve(head.failures.size());
@@ -433,7 +454,8 @@ bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunCompar
         const RunFailure& failure = head.failures[i];
         states.push_back({failure.run, failure.result,
                           stateOf(failure, comparison.baseOf[i], base.format == head.format,
-                                  added.contains(&failure))});
+                                  added.contains(&failure)),
+                          suppression ? suppression(failure) : std::nullopt});
     }
     QSet<quint64> known = base.others;
     for (const RunFailure& failure : base.failures)
@@ -470,6 +492,8 @@ bool sarifWithBaseline(RunIdentities& base, RunIdentities& head, const RunCompar
             const char* state = nullptr;
             if (failed < states.size() && states[failed].run == int(r) &&
                 states[failed].result == int(i)) {
+                if (states[failed].suppression)
+                    addSuppression(result, *states[failed].suppression, allocator);
                 state = states[failed++].state;
             } else {
                 state = known.contains(RunIdentities::keyDigest(key)) ? "unchanged" : "new";

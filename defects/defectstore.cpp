@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int schemaVersion = 2;
+constexpr int schemaVersion = 3;
 
 // The defects table of the first stores, before a defect kept what its finding said.
 const QString defectsTableV1 = QStringLiteral("CREATE TABLE defects ("
@@ -44,6 +44,19 @@ const QString attachmentsTable = QStringLiteral("CREATE TABLE attachments ("
                                                 " path TEXT NOT NULL,"
                                                 " size INTEGER NOT NULL,"
                                                 " sha256 TEXT NOT NULL)");
+// What people decided about results; stores made before it gain it with their first write.
+const QString reviewsTable = QStringLiteral("CREATE TABLE reviews ("
+                                            " identity TEXT NOT NULL,"
+                                            " rule TEXT NOT NULL,"
+                                            " status TEXT NOT NULL CHECK (status IN"
+                                            "  ('unreviewed', 'confirmed', 'false-positive',"
+                                            "  'intentional')),"
+                                            " comment TEXT NOT NULL,"
+                                            " who TEXT NOT NULL,"
+                                            " reviewed TEXT NOT NULL,"
+                                            " PRIMARY KEY (identity, rule))");
+// The index SQLite makes for the reviews' key.
+const QString reviewsKeyIndex = QStringLiteral("sqlite_autoindex_reviews_1");
 
 // Runs `statement` with `values` bound in order; false leaves the reason in `error`.
 bool run(QSqlQuery& query, const QString& statement, const QVariantList& values, QString* error)
@@ -72,6 +85,12 @@ QVariant textOrNull(const QString& text)
     return text.isNull() ? QVariant(QMetaType(QMetaType::QString)) : QVariant(text);
 }
 
+// Text for a column that takes no NULL.
+QString notNull(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
 // One cell. A spreadsheet may compute a cell that begins with =, +, - or @, or with a tab or a
 // carriage return: such a cell gets a single quote first, so that it is shown as text and never
 // run (=HYPERLINK() would send the sheet's cells elsewhere).
@@ -96,6 +115,7 @@ QString timeText(const QDateTime& time)
 bool createTables(const QSqlDatabase& database, QString* error)
 {
     return run(database, defectsTable, error) && run(database, attachmentsTable, error) &&
+           run(database, reviewsTable, error) &&
            run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
 }
 
@@ -108,19 +128,22 @@ enum class Schema
 };
 
 // Whether the store holds exactly the tables crcstudio makes, now or in its first stores (in
-// `schema`). Only the schema is read to find out, nothing of it runs: anything else, such as a
-// view that never ends or a trigger that filing would fire, is refused with the reason in `error`.
-bool checkSchema(const QSqlDatabase& database, Schema* schema, QString* error)
+// `schema`; whether it has reviews in `reviews`). Only the schema is read to find out, nothing of
+// it runs: anything else, such as a view that never ends or a trigger that filing would fire, is
+// refused with the reason in `error`.
+bool checkSchema(const QSqlDatabase& database, Schema* schema, bool* reviews, QString* error)
 {
     static const QHash<QString, QString> ours{
         {QStringLiteral("defects"), defectsTable},
         {QStringLiteral("attachments"), attachmentsTable},
+        {QStringLiteral("reviews"), reviewsTable},
         // SQLite's own, for AUTOINCREMENT; ANALYZE adds statistics.
         {QStringLiteral("sqlite_sequence"),
          QStringLiteral("CREATE TABLE sqlite_sequence(name,seq)")},
         {QStringLiteral("sqlite_stat1"), QStringLiteral("CREATE TABLE sqlite_stat1(tbl,idx,stat)")},
         {QStringLiteral("sqlite_stat4"),
-         QStringLiteral("CREATE TABLE sqlite_stat4(tbl,idx,neq,nlt,ndlt,sample)")}};
+         QStringLiteral("CREATE TABLE sqlite_stat4(tbl,idx,neq,nlt,ndlt,sample)")},
+        {reviewsKeyIndex, QString()}};
     QSqlQuery query(database);
     if (!run(query, QStringLiteral("SELECT type, name, sql FROM sqlite_master"), {}, error))
         return false;
@@ -139,7 +162,8 @@ bool checkSchema(const QSqlDatabase& database, Schema* schema, QString* error)
         if (type == QLatin1String("table") && name == QLatin1String("defects") &&
             sql == defectsTableV1)
             first = true;
-        else if (type != QLatin1String("table") || sql != *expected) {
+        else if (name == reviewsKeyIndex ? type != QLatin1String("index") || !sql.isEmpty()
+                                         : type != QLatin1String("table") || sql != *expected) {
             *error = QStringLiteral("it is no defect store of crcstudio: its %1 %2 is not the "
                                     "table crcstudio makes")
                          .arg(type, name);
@@ -152,6 +176,11 @@ bool checkSchema(const QSqlDatabase& database, Schema* schema, QString* error)
         return false;
     }
     const bool empty = tables.isEmpty();
+    *reviews = tables.contains(QStringLiteral("reviews"));
+    if (*reviews != tables.contains(reviewsKeyIndex)) {
+        *error = QStringLiteral("it is no defect store of crcstudio: its reviews have no key");
+        return false;
+    }
     *schema = empty ? Schema::Empty : first ? Schema::First : Schema::Current;
     for (const QString& table : {QStringLiteral("defects"), QStringLiteral("attachments")}) {
         if (!empty && !tables.contains(table)) {
@@ -175,22 +204,24 @@ bool addColumns(const QSqlDatabase& database, QString* error)
 }
 
 // Begins a transaction that writes to a store checked to be one of crcstudio's, brought up to
-// date in the same transaction when it is one of the first stores; false with the reason, and
-// nothing begun, otherwise.
+// date in the same transaction when it is an earlier one (the details of findings, the reviews);
+// false with the reason, and nothing begun, otherwise.
 bool beginWriting(const QSqlDatabase& database, bool* empty, QString* error)
 {
     if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), error))
         return false;
     Schema schema = Schema::Empty;
-    if (checkSchema(database, &schema, error)) {
+    bool reviews = false;
+    if (checkSchema(database, &schema, &reviews, error)) {
         *empty = schema == Schema::Empty;
-        if (schema != Schema::First)
+        if (*empty ||
+            ((schema != Schema::First || addColumns(database, error)) &&
+             (reviews ||
+              (run(database, reviewsTable, error) &&
+               run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion),
+                   error)))))
             return true;
-        if (addColumns(database, error))
-            return true;
-        *error = QStringLiteral("it cannot be brought up to date for the details defects now "
-                                "keep: ") +
-                 *error;
+        *error = QStringLiteral("it cannot be brought up to date: ") + *error;
     }
     QString ignored;
     run(database, QStringLiteral("ROLLBACK"), &ignored);
@@ -382,7 +413,8 @@ bool DefectStore::read(QList<Defect>* defects)
     const QSqlDatabase database = connection.database();
     QString error;
     Schema schema = Schema::Empty;
-    if (!checkSchema(database, &schema, &error))
+    bool reviews = false;
+    if (!checkSchema(database, &schema, &reviews, &error))
         return fail(QStringLiteral("Cannot read the defect store %1"), error);
     if (schema == Schema::Empty)
         return true;
@@ -472,6 +504,110 @@ bool DefectStore::setClosed(const QList<qint64>& ids, bool closed)
         run(database, QStringLiteral("ROLLBACK"), &ignored);
         return fail(QStringLiteral("Cannot change the defect store %1"), error);
     }
+    return true;
+}
+
+const QStringList& Review::statuses()
+{
+    static const QStringList names{QStringLiteral("unreviewed"), QStringLiteral("confirmed"),
+                                   QStringLiteral("false-positive"), QStringLiteral("intentional")};
+    return names;
+}
+
+bool Review::suppresses() const
+{
+    return status == QLatin1String("false-positive") || status == QLatin1String("intentional");
+}
+
+bool DefectStore::readReviews(QList<Review>* reviews)
+{
+    m_error.clear();
+    reviews->clear();
+    const QFileInfo info(m_path);
+    if (!info.exists())
+        return true;
+    if (!info.isFile())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    QStringLiteral("it is not a regular file"));
+    StoreConnection connection(m_path, true);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    Schema schema = Schema::Empty;
+    bool hasReviews = false;
+    if (!checkSchema(database, &schema, &hasReviews, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    if (!hasReviews)
+        return true;
+    QSqlQuery query(database);
+    if (!run(query,
+             QStringLiteral("SELECT identity, rule, status, comment, who, reviewed FROM reviews"
+                            " ORDER BY identity, rule"),
+             {}, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    while (query.next()) {
+        reviews->append({query.value(0).toString(), query.value(1).toString(),
+                         query.value(2).toString(), query.value(3).toString(),
+                         query.value(4).toString(),
+                         QDateTime::fromString(query.value(5).toString(), Qt::ISODate)});
+    }
+    if (query.lastError().isValid())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    StoreConnection::reason(query.lastError()));
+    return true;
+}
+
+bool DefectStore::writeReviews(const QList<Review>& reviews, bool keepLater, int* changed)
+{
+    m_error.clear();
+    const QString what = QStringLiteral("Cannot write the reviews into %1");
+    if (!refuseUnsafeStore(what))
+        return false;
+    const QString folder = QFileInfo(m_path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return fail(what, QStringLiteral("the folder %1 cannot be created")
+                              .arg(QDir::toNativeSeparators(folder)));
+    StoreConnection connection(m_path, false);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    const auto undo = [&](const QString& reason) {
+        QString ignored;
+        run(database, QStringLiteral("ROLLBACK"), &ignored);
+        return fail(what, reason);
+    };
+    bool empty = false;
+    if (!beginWriting(database, &empty, &error))
+        return fail(what, error);
+    if (empty && !createTables(database, &error))
+        return undo(error);
+    // The times are kept as ISO text in UTC, which sorts as the times do.
+    const QString statement =
+        keepLater ? QStringLiteral("INSERT INTO reviews (identity, rule, status, comment, who,"
+                                   " reviewed) VALUES (?, ?, ?, ?, ?, ?)"
+                                   " ON CONFLICT (identity, rule) DO UPDATE SET"
+                                   " status = excluded.status, comment = excluded.comment,"
+                                   " who = excluded.who, reviewed = excluded.reviewed"
+                                   " WHERE excluded.reviewed > reviews.reviewed")
+                  : QStringLiteral("INSERT OR REPLACE INTO reviews (identity, rule, status,"
+                                   " comment, who, reviewed) VALUES (?, ?, ?, ?, ?, ?)");
+    QSqlQuery query(database);
+    int written = 0;
+    for (const Review& review : reviews) {
+        if (!run(query, statement,
+                 {notNull(review.identity), notNull(review.rule), notNull(review.status),
+                  notNull(review.comment), notNull(review.who), timeText(review.when)},
+                 &error))
+            return undo(error);
+        written += query.numRowsAffected() > 0 ? 1 : 0;
+    }
+    query.finish();
+    if (!run(database, QStringLiteral("COMMIT"), &error))
+        return undo(error);
+    if (changed)
+        *changed = written;
     return true;
 }
 

@@ -38,13 +38,30 @@ struct Defect
     QString item() const { return itemPath.isEmpty() ? QString() : itemPath.last(); }
 };
 
+// What a person decided about a failed result, kept across runs by the result's identity and the
+// rule that found it (empty: any rule).
+struct Review
+{
+    QString identity;
+    QString rule;
+    QString status; // one of Review::statuses()
+    QString comment;
+    QString who;
+    QDateTime when; // UTC, to the second
+
+    static const QStringList& statuses();
+    // Whether a result of this status is left out of the gate.
+    bool suppresses() const;
+};
+
 // The defects of one user, in an SQLite database. Filing is one short transaction: a defect is
 // stored whole or not at all, and a store that cannot be written (read-only, full, locked) keeps
 // what it had. A database that is not exactly one of crcstudio's (another program's, or one with
 // views or triggers added) is refused before anything of it is used, and no statement on a store
 // runs longer than a few seconds. A store of the first crcstudio, without the details of
-// findings, is read as it is and brought up to date in the transaction of its first write. Every
-// failure leaves its reason, naming the file, in errorString().
+// findings, is read as it is and brought up to date in the transaction of its first write; so is
+// a store from before reviews were kept beside the defects. Every failure leaves its reason,
+// naming the file, in errorString().
 class DefectStore
 {
 public:
@@ -74,6 +91,14 @@ public:
     bool read(QList<Defect>* defects);
     // Closes or reopens the defects `ids`, all or none.
     bool setClosed(const QList<qint64>& ids, bool closed);
+
+    // Every review, sorted by identity and then rule. A store that does not exist yet, or has
+    // no reviews yet, holds none.
+    bool readReviews(QList<Review>* reviews);
+    // Stores `reviews` in one transaction, all or none. Each replaces the review of its identity
+    // and rule; with `keepLater`, only when it was made later than the one stored. `changed`,
+    // when given, gets how many were written.
+    bool writeReviews(const QList<Review>& reviews, bool keepLater, int* changed = nullptr);
 
 private:
     // Sets the error to `what` (with %1 for the store's path) and the reason; returns false.

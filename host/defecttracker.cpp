@@ -60,6 +60,33 @@ quint16 DefectTracker::failed(const QString& reason)
     return 0;
 }
 
+bool DefectTracker::recordReview(const QString& identity, const QString& rule,
+                                 const QString& status, const QString& comment, QString* error)
+{
+    Review review;
+    review.identity = identity;
+    review.rule = rule;
+    review.status = status;
+    review.comment = comment;
+    review.who = QStringLiteral("unknown");
+    for (const char* name : {"USER", "LOGNAME", "USERNAME"}) {
+        const QString user = qEnvironmentVariable(name);
+        if (!user.isEmpty()) {
+            review.who = user;
+            break;
+        }
+    }
+    review.when = QDateTime::currentDateTimeUtc();
+    review.when.setTime(
+        QTime(review.when.time().hour(), review.when.time().minute(), review.when.time().second()));
+    DefectStore store(m_storePath);
+    if (store.writeReviews({review}, false))
+        return true;
+    if (error)
+        *error = store.errorString();
+    return false;
+}
+
 quint16 DefectTracker::open()
 {
     m_draft.reset();

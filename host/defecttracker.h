@@ -50,6 +50,12 @@ public:
     // the user gives it up. It may change the headline and the description.
     void setReviewer(std::function<bool(Defect&)> reviewer) { m_review = std::move(reviewer); }
 
+    // Keeps the user's review of the result `identity` found by `rule` in the defect store, made
+    // now by the user the environment names. False, with the reason naming the store, when it
+    // cannot be written.
+    bool recordReview(const QString& identity, const QString& rule, const QString& status,
+                      const QString& comment, QString* error);
+
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
     quint16 setDescription(const char* description) override;

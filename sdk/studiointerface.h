@@ -66,4 +66,11 @@ public:
     // results that it converted), so that the links of the report are taken beside the file the
     // user opened; `path` itself for every other file.
     virtual QString originalFileOf(const QString& path) const;
+
+    // Keeps what the user decided about the result `identity` found by `rule`: its `status`
+    // ("unreviewed", "confirmed", "false-positive" or "intentional") and a comment, with who
+    // decided and when. False, with the reason in `error`, when it is not kept; a studio without
+    // a store keeps none.
+    virtual bool recordReview(const QString& identity, const QString& rule, const QString& status,
+                              const QString& comment, QString* error);
 };

@@ -112,6 +112,20 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);
+    m_reviewMenu = m_contextPopup->addMenu(tr("&Review"));
+    m_reviewMenu->setObjectName(QStringLiteral("reviewMenu"));
+    const QList<std::pair<QString, QString>> decisions{
+        {QStringLiteral("confirmed"), tr("&Confirmed...")},
+        {QStringLiteral("false-positive"), tr("&False Positive...")},
+        {QStringLiteral("intentional"), tr("&Intentional...")},
+        {QStringLiteral("unreviewed"), tr("C&lear...")}};
+    for (const auto& [status, text] : decisions) {
+        QAction* entry = m_reviewMenu->addAction(text);
+        connect(entry, &QAction::triggered, this, [this, status = status, entry] {
+            reviewEntry(status,
+                        entry->text().remove(QLatin1Char('&')).remove(QStringLiteral("...")));
+        });
+    }
 
     connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
     connect(m_outline->selectionModel(), &QItemSelectionModel::currentRowChanged, this,

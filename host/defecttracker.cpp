@@ -60,6 +60,27 @@ quint16 DefectTracker::failed(const QString& reason)
     return 0;
 }
 
+QString DefectTracker::reviewNote(const QString& identity, const QString& rule) const
+{
+    DefectStore store(m_storePath);
+    QList<Review> reviews;
+    if (!store.readReviews(&reviews))
+        return QString();
+    const Review* found = nullptr;
+    for (const Review& review : std::as_const(reviews)) {
+        if (review.identity == identity && (review.rule == rule || review.rule.isEmpty()))
+            found = review.rule == rule || !found ? &review : found;
+    }
+    if (!found || found->status == QLatin1String("unreviewed"))
+        return QString();
+    QString note = tr("Reviewed: %1 by %2 at %3")
+                       .arg(found->status, found->who,
+                            found->when.toString(QStringLiteral("yyyy-MM-dd hh:mm 'UTC'")));
+    if (!found->comment.isEmpty())
+        note += QLatin1Char('\n') + found->comment;
+    return note;
+}
+
 bool DefectTracker::recordReview(const QString& identity, const QString& rule,
                                  const QString& status, const QString& comment, QString* error)
 {

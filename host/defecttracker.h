@@ -56,6 +56,10 @@ public:
     bool recordReview(const QString& identity, const QString& rule, const QString& status,
                       const QString& comment, QString* error);
 
+    // The review of the result `identity` found by `rule` (or of the identity for any rule) as a
+    // line for the user; empty when there is none or the store cannot be read.
+    QString reviewNote(const QString& identity, const QString& rule) const;
+
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
     quint16 setDescription(const char* description) override;

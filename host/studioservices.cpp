@@ -217,6 +217,12 @@ TrackwellInterface* StudioServices::trackwellInterface() const
     return m_tracker();
 }
 
+QString StudioServices::reviewNote(const QString& identity, const QString& rule) const
+{
+    const DefectTracker* tracker = m_tracker();
+    return tracker ? tracker->reviewNote(identity, rule) : QString();
+}
+
 bool StudioServices::recordReview(const QString& identity, const QString& rule,
                                   const QString& status, const QString& comment, QString* error)
 {

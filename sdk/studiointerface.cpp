@@ -17,6 +17,11 @@ void StudioInterface::openSource(const SourceRequest& request)
     openLocation(request.location(), 3, true);
 }
 
+QString StudioInterface::reviewNote(const QString&, const QString&) const
+{
+    return QString();
+}
+
 bool StudioInterface::recordReview(const QString&, const QString&, const QString&, const QString&,
                                    QString* error)
 {

@@ -73,4 +73,7 @@ public:
     // a store keeps none.
     virtual bool recordReview(const QString& identity, const QString& rule, const QString& status,
                               const QString& comment, QString* error);
+    // What the user decided about the result `identity` found by `rule`, as a line to show;
+    // empty when it is not reviewed or the studio keeps no reviews.
+    virtual QString reviewNote(const QString& identity, const QString& rule) const;
 };

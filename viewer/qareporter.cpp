@@ -4,6 +4,7 @@
 
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
+#include "model/qareporternode.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qares.h"
@@ -97,6 +98,10 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
+    m_outline->outlineModel()->setNotes([](const QAReporterNode& node) {
+        StudioInterface* studio = hostStudio();
+        return studio && !node.key.isEmpty() ? studio->reviewNote(node.key, node.rule) : QString();
+    });
     m_outline->setObjectName(QStringLiteral("reportOutline"));
     QHeaderView* columns = m_outline->header();
     columns->setStretchLastSection(false);

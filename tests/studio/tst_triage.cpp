@@ -32,6 +32,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextDocumentFragment>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QUrl>
@@ -764,6 +765,17 @@ private Q_SLOTS:
         QVERIFY(reviews.first().when >= before);
         QVERIFY(reviews.first().when <= QDateTime::currentDateTimeUtc());
         const QString identity = reviews.first().identity;
+        QTreeView* tree = m_studio.outline();
+        // As the user reads the tool tip: shown as rich text, the comment as typed.
+        const auto tipOf = [tree](const QModelIndex& entry) {
+            return QTextDocumentFragment::fromHtml(
+                       hover(tree->viewport(), tree->visualRect(entry).center()))
+                .toPlainText();
+        };
+        const QString tip = tipOf(finding);
+        QVERIFY2(tip.contains(QStringLiteral("Reviewed: false-positive by ") + reviews.first().who),
+                 qPrintable(tip));
+        QVERIFY2(tip.contains(QStringLiteral("bounded by the caller <b>4</b>")), qPrintable(tip));
 
         m_studio.dialogs().dialogRuns.append(
             comment(QStringLiteral("not really"), QStringLiteral("Cancel")));
@@ -784,6 +796,7 @@ private Q_SLOTS:
         QCOMPARE(reviews.size(), 1);
         QCOMPARE(reviews.first().identity, identity);
         QCOMPARE(reviews.first().status, QStringLiteral("unreviewed"));
+        QVERIFY2(!tipOf(finding).contains(QLatin1String("Reviewed")), qPrintable(tipOf(finding)));
 
         // A folder where the store should be: nothing is kept and the user is told.
         const QString folder = path(QStringLiteral("scan/folder.sqlite"));

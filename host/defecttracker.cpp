@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <algorithm>
 
 namespace {
 
@@ -249,6 +250,22 @@ quint16 DefectTracker::submit(int)
     if (m_draft->headline.isEmpty()) {
         m_draft.reset();
         return failed(tr("The defect has no headline: nothing was filed"));
+    }
+    if (m_duplicate) {
+        DefectStore filed(m_storePath);
+        QList<Defect> defects;
+        if (filed.read(&defects)) {
+            const auto same =
+                std::find_if(defects.cbegin(), defects.cend(), [this](const Defect& one) {
+                    return !one.closed && one.file == m_draft->file &&
+                           one.itemPath == m_draft->itemPath;
+                });
+            if (same != defects.cend() && !m_duplicate(*same)) {
+                m_draft.reset();
+                return failed(
+                    tr("The item already has defect %1: nothing was filed").arg(same->id));
+            }
+        }
     }
     if (m_settings.reviewBeforeFiling && m_review && !m_review(*m_draft)) {
         m_draft.reset();

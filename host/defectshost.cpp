@@ -56,6 +56,7 @@ DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const St
     besides->raise();
     m_dock->setStorePath(m_tracker->storePath());
     connect(m_tracker.get(), &DefectTracker::filed, m_dock, &DefectsDock::refresh);
+    connect(m_tracker.get(), &DefectTracker::reviewed, m_dock, &DefectsDock::refresh);
     connect(m_dock, &DefectsDock::openRequested, this, &DefectsHost::showDefect);
 }
 

@@ -102,8 +102,10 @@ bool DefectTracker::recordReview(const QString& identity, const QString& rule,
     review.when.setTime(
         QTime(review.when.time().hour(), review.when.time().minute(), review.when.time().second()));
     DefectStore store(m_storePath);
-    if (store.writeReviews({review}, false))
+    if (store.writeReviews({review}, false)) {
+        Q_EMIT reviewed();
         return true;
+    }
     if (error)
         *error = store.errorString();
     return false;

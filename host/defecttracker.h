@@ -78,6 +78,7 @@ public:
 
 Q_SIGNALS:
     void filed(qint64 id);
+    void reviewed();
     void storePathChanged();
 
 private:

@@ -27,6 +27,7 @@
 #include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -765,6 +766,22 @@ private Q_SLOTS:
         QVERIFY(reviews.first().when >= before);
         QVERIFY(reviews.first().when <= QDateTime::currentDateTimeUtc());
         const QString identity = reviews.first().identity;
+        // The Defects dock lists it under Reviews.
+        QVERIFY(m_studio.showDock(QStringLiteral("Defects")));
+        auto* views =
+            m_studio.defectsDock()->findChild<QTabWidget*>(QStringLiteral("defectsViews"));
+        QVERIFY(views);
+        QTest::mouseClick(views->tabBar(), Qt::LeftButton, {},
+                          views->tabBar()->tabRect(1).center());
+        auto* listed = m_studio.defectsDock()->findChild<QTreeWidget*>(QStringLiteral("reviews"));
+        QVERIFY(listed && listed->isVisible());
+        QCOMPARE(listed->topLevelItemCount(), 1);
+        QCOMPARE(listed->topLevelItem(0)->text(0), QStringLiteral("false-positive"));
+        QCOMPARE(listed->topLevelItem(0)->text(1), identity);
+        QCOMPARE(listed->topLevelItem(0)->text(5),
+                 QStringLiteral("bounded by the caller <b>4</b>"));
+        QTest::mouseClick(views->tabBar(), Qt::LeftButton, {},
+                          views->tabBar()->tabRect(0).center());
         QTreeView* tree = m_studio.outline();
         // As the user reads the tool tip: shown as rich text, the comment as typed.
         const auto tipOf = [tree](const QModelIndex& entry) {

@@ -16,7 +16,9 @@
 #include <QSet>
 #include <QSortFilterProxyModel>
 #include <QStandardItemModel>
+#include <QTabWidget>
 #include <QTableView>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 
 namespace {
@@ -66,7 +68,19 @@ DefectsDock::DefectsDock(QWidget* parent) : QDockWidget(tr("Defects"), parent)
     m_message->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_message->hide();
     layout->addWidget(m_message);
-    setWidget(page);
+    // The reviews kept in the same store, beside the defects.
+    m_reviews = new QTreeWidget(this);
+    m_reviews->setObjectName(QStringLiteral("reviews"));
+    m_reviews->setRootIsDecorated(false);
+    m_reviews->setSortingEnabled(true);
+    m_reviews->setHeaderLabels(
+        {tr("Status"), tr("Identity"), tr("Rule"), tr("Who"), tr("When"), tr("Comment")});
+    m_reviews->sortByColumn(1, Qt::AscendingOrder);
+    auto* views = new QTabWidget(this);
+    views->setObjectName(QStringLiteral("defectsViews"));
+    views->addTab(page, tr("&Defects"));
+    views->addTab(m_reviews, tr("Re&views"));
+    setWidget(views);
 
     connect(m_filter, &QLineEdit::textChanged, m_proxy,
             &QSortFilterProxyModel::setFilterFixedString);
@@ -124,6 +138,18 @@ void DefectsDock::refresh()
     DefectStore store(m_storePath);
     QList<Defect> defects;
     const bool read = store.read(&defects);
+    QList<Review> reviews;
+    m_reviews->clear();
+    if (read && store.readReviews(&reviews)) {
+        QList<QTreeWidgetItem*> rows;
+        for (const Review& review : std::as_const(reviews)) {
+            rows.append(new QTreeWidgetItem(
+                {review.status, review.identity, review.rule, review.who,
+                 QLocale().toString(review.when.toLocalTime(), QLocale::ShortFormat),
+                 review.comment}));
+        }
+        m_reviews->addTopLevelItems(rows);
+    }
     m_defects = defects;
     // The rows go into a model of their own, shown once filled: added one by one under the
     // sorting proxy, each would be sorted in on its own.

@@ -10,6 +10,7 @@ class QPushButton;
 class QSortFilterProxyModel;
 class QStandardItemModel;
 class QTableView;
+class QTreeWidget;
 
 // The Defects dock: the defects of the store in a sortable table, a filter box, closing and
 // reopening the selected ones, and the rows shown exported as CSV. Activating a row (double
@@ -66,4 +67,5 @@ private:
     QPushButton* m_reopen;
     QPushButton* m_export;
     QLabel* m_message;
+    QTreeWidget* m_reviews; // one row a review
 };

@@ -48,6 +48,7 @@ DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const St
     m_tracker->setItemLocator([this] { return selectedItemPath(); });
     m_tracker->setStudio(studio);
     m_tracker->setReviewer([this](Defect& defect) { return review(defect); });
+    m_tracker->setDuplicateCheck([this](const Defect& existing) { return fileAgain(existing); });
 
     m_dock = new DefectsDock(window);
     window->addDockWidget(Qt::BottomDockWidgetArea, m_dock);
@@ -55,6 +56,7 @@ DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const St
     besides->raise();
     m_dock->setStorePath(m_tracker->storePath());
     connect(m_tracker.get(), &DefectTracker::filed, m_dock, &DefectsDock::refresh);
+    connect(m_tracker.get(), &DefectTracker::reviewed, m_dock, &DefectsDock::refresh);
     connect(m_dock, &DefectsDock::openRequested, this, &DefectsHost::showDefect);
 }
 
@@ -164,6 +166,21 @@ bool DefectsHost::review(Defect& defect)
             tr("Defects are filed without review from now on (Tools > Defect Tracker)"), 8000);
     }
     return true;
+}
+
+bool DefectsHost::fileAgain(const Defect& existing)
+{
+    const QMessageBox::StandardButton answer = QADialogs::question(
+        m_window, tr("Defect Already Filed"),
+        tr("%1 already has defect %2: %3\n\nFile another defect for it? Open shows the "
+           "existing one.")
+            .arg(existing.item())
+            .arg(existing.id)
+            .arg(existing.headline),
+        QMessageBox::Yes | QMessageBox::No | QMessageBox::Open, QMessageBox::Yes);
+    if (answer == QMessageBox::Open)
+        showDefect(existing);
+    return answer == QMessageBox::Yes;
 }
 
 void DefectsHost::showDefect(const Defect& defect)

@@ -50,6 +50,8 @@ private:
     // The outline texts, from the result file down, of the item selected in the viewer shown.
     QStringList selectedItemPath() const;
     void showDefect(const Defect& defect);
+    // Asks whether an item that has the open defect `existing` gets another; Open shows that one.
+    bool fileAgain(const Defect& existing);
     // Shows the defect about to be filed; false when the user gives it up.
     bool review(Defect& defect);
 

@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <algorithm>
 
 namespace {
 
@@ -58,6 +59,56 @@ quint16 DefectTracker::failed(const QString& reason)
     m_error = reason.toLocal8Bit();
     m_commandLine = commandLine().toLocal8Bit();
     return 0;
+}
+
+QString DefectTracker::reviewNote(const QString& identity, const QString& rule) const
+{
+    DefectStore store(m_storePath);
+    QList<Review> reviews;
+    if (!store.readReviews(&reviews))
+        return QString();
+    const Review* found = nullptr;
+    for (const Review& review : std::as_const(reviews)) {
+        if (review.identity == identity && (review.rule == rule || review.rule.isEmpty()))
+            found = review.rule == rule || !found ? &review : found;
+    }
+    if (!found || found->status == QLatin1String("unreviewed"))
+        return QString();
+    QString note = tr("Reviewed: %1 by %2 at %3")
+                       .arg(found->status, found->who,
+                            found->when.toString(QStringLiteral("yyyy-MM-dd hh:mm 'UTC'")));
+    if (!found->comment.isEmpty())
+        note += QLatin1Char('\n') + found->comment;
+    return note;
+}
+
+bool DefectTracker::recordReview(const QString& identity, const QString& rule,
+                                 const QString& status, const QString& comment, QString* error)
+{
+    Review review;
+    review.identity = identity;
+    review.rule = rule;
+    review.status = status;
+    review.comment = comment;
+    review.who = QStringLiteral("unknown");
+    for (const char* name : {"USER", "LOGNAME", "USERNAME"}) {
+        const QString user = qEnvironmentVariable(name);
+        if (!user.isEmpty()) {
+            review.who = user;
+            break;
+        }
+    }
+    review.when = QDateTime::currentDateTimeUtc();
+    review.when.setTime(
+        QTime(review.when.time().hour(), review.when.time().minute(), review.when.time().second()));
+    DefectStore store(m_storePath);
+    if (store.writeReviews({review}, false)) {
+        Q_EMIT reviewed();
+        return true;
+    }
+    if (error)
+        *error = store.errorString();
+    return false;
 }
 
 quint16 DefectTracker::open()
@@ -201,6 +252,22 @@ quint16 DefectTracker::submit(int)
     if (m_draft->headline.isEmpty()) {
         m_draft.reset();
         return failed(tr("The defect has no headline: nothing was filed"));
+    }
+    if (m_duplicate) {
+        DefectStore filed(m_storePath);
+        QList<Defect> defects;
+        if (filed.read(&defects)) {
+            const auto same =
+                std::find_if(defects.cbegin(), defects.cend(), [this](const Defect& one) {
+                    return !one.closed && one.file == m_draft->file &&
+                           one.itemPath == m_draft->itemPath;
+                });
+            if (same != defects.cend() && !m_duplicate(*same)) {
+                m_draft.reset();
+                return failed(
+                    tr("The item already has defect %1: nothing was filed").arg(same->id));
+            }
+        }
     }
     if (m_settings.reviewBeforeFiling && m_review && !m_review(*m_draft)) {
         m_draft.reset();

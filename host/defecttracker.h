@@ -49,6 +49,22 @@ public:
     // Shows a defect about to be filed for review, when the settings ask for it; false when
     // the user gives it up. It may change the headline and the description.
     void setReviewer(std::function<bool(Defect&)> reviewer) { m_review = std::move(reviewer); }
+    // Asked when the item about to be filed already has an open defect (the first filed);
+    // false files nothing.
+    void setDuplicateCheck(std::function<bool(const Defect&)> check)
+    {
+        m_duplicate = std::move(check);
+    }
+
+    // Keeps the user's review of the result `identity` found by `rule` in the defect store, made
+    // now by the user the environment names. False, with the reason naming the store, when it
+    // cannot be written.
+    bool recordReview(const QString& identity, const QString& rule, const QString& status,
+                      const QString& comment, QString* error);
+
+    // The review of the result `identity` found by `rule` (or of the identity for any rule) as a
+    // line for the user; empty when there is none or the store cannot be read.
+    QString reviewNote(const QString& identity, const QString& rule) const;
 
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
@@ -62,6 +78,7 @@ public:
 
 Q_SIGNALS:
     void filed(qint64 id);
+    void reviewed();
     void storePathChanged();
 
 private:
@@ -80,6 +97,7 @@ private:
     DefectTrackerSettings m_settings;
     std::function<QStringList()> m_locateItem;
     std::function<bool(Defect&)> m_review;
+    std::function<bool(const Defect&)> m_duplicate;
     StudioInterface* m_studio = nullptr;
     std::optional<Defect> m_draft;
     QByteArray m_commandLine;

@@ -52,7 +52,7 @@ StudioMainWindow::StudioMainWindow(const QString& pluginPath, const QString& set
     m_commands = new StudioCommands(this, m_tabs.get(), m_recent, m_output);
     m_services = std::make_unique<StudioServices>(
         this, m_commands->toolsMenu(), m_tabs.get(), m_output, m_progress, m_settings.get(),
-        m_roots.get(), [this]() -> TrackwellInterface* { return m_defects->tracker(); });
+        m_roots.get(), [this] { return m_defects->tracker(); });
     m_component = std::make_unique<StudioComponent>(m_services.get());
     m_defects = std::make_unique<DefectsHost>(
         this, m_settings.get(), m_tabs.get(), m_services.get(), m_output,

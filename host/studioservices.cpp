@@ -1,5 +1,6 @@
 #include "host/studioservices.h"
 
+#include "host/defecttracker.h"
 #include "host/outputdock.h"
 #include "host/progresspanel.h"
 #include "host/sourceroots.h"
@@ -38,7 +39,7 @@ QString absolute(const QString& path)
 StudioServices::StudioServices(QMainWindow* window, QMenu* toolsMenu, StudioTabs* tabs,
                                OutputDock* output, ProgressPanel* progress,
                                StudioSettings* settings, SourceRoots* roots,
-                               std::function<TrackwellInterface*()> tracker)
+                               std::function<DefectTracker*()> tracker)
     : m_window(window), m_toolsMenu(toolsMenu), m_tabs(tabs), m_output(output),
       m_progress(progress), m_settings(settings), m_roots(roots), m_tracker(std::move(tracker))
 {
@@ -214,6 +215,21 @@ QString StudioServices::locateSource(const QString& missing)
 TrackwellInterface* StudioServices::trackwellInterface() const
 {
     return m_tracker();
+}
+
+QString StudioServices::reviewNote(const QString& identity, const QString& rule) const
+{
+    const DefectTracker* tracker = m_tracker();
+    return tracker ? tracker->reviewNote(identity, rule) : QString();
+}
+
+bool StudioServices::recordReview(const QString& identity, const QString& rule,
+                                  const QString& status, const QString& comment, QString* error)
+{
+    DefectTracker* tracker = m_tracker();
+    if (!tracker)
+        return StudioInterface::recordReview(identity, rule, status, comment, error);
+    return tracker->recordReview(identity, rule, status, comment, error);
 }
 
 QString StudioServices::originalFileOf(const QString& path) const

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <functional>
 
+class DefectTracker;
 class OutputDock;
 class ProgressPanel;
 class QMainWindow;
@@ -27,7 +28,7 @@ public:
     // defect tracker when first asked.
     StudioServices(QMainWindow* window, QMenu* toolsMenu, StudioTabs* tabs, OutputDock* output,
                    ProgressPanel* progress, StudioSettings* settings, SourceRoots* roots,
-                   std::function<TrackwellInterface*()> tracker);
+                   std::function<DefectTracker*()> tracker);
 
     QWidget* mainWindow() const override;
     QAOutputWindow* outputWindow() const override;
@@ -48,6 +49,9 @@ public:
     void openSource(const SourceRequest& request) override;
     TrackwellInterface* trackwellInterface() const override;
     QString originalFileOf(const QString& path) const override;
+    bool recordReview(const QString& identity, const QString& rule, const QString& status,
+                      const QString& comment, QString* error) override;
+    QString reviewNote(const QString& identity, const QString& rule) const override;
 
 private:
     // The source file of `request` at its place, found beside the report shown, under a source
@@ -63,7 +67,7 @@ private:
     ProgressPanel* m_progress;
     StudioSettings* m_settings;
     SourceRoots* m_roots;
-    std::function<TrackwellInterface*()> m_tracker;
+    std::function<DefectTracker*()> m_tracker;
     QHash<int, QPointer<QMenu>> m_pluginMenus;
     int m_nextMenuId = 1;
 };

@@ -2,6 +2,7 @@
 
 #include "sdk/sourcerequest.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 StudioInterface::~StudioInterface() = default;
@@ -14,4 +15,17 @@ QString StudioInterface::originalFileOf(const QString& path) const
 void StudioInterface::openSource(const SourceRequest& request)
 {
     openLocation(request.location(), 3, true);
+}
+
+QString StudioInterface::reviewNote(const QString&, const QString&) const
+{
+    return QString();
+}
+
+bool StudioInterface::recordReview(const QString&, const QString&, const QString&, const QString&,
+                                   QString* error)
+{
+    if (error)
+        *error = QCoreApplication::translate("StudioInterface", "This studio keeps no reviews.");
+    return false;
 }

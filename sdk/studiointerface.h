@@ -66,4 +66,14 @@ public:
     // results that it converted), so that the links of the report are taken beside the file the
     // user opened; `path` itself for every other file.
     virtual QString originalFileOf(const QString& path) const;
+
+    // Keeps what the user decided about the result `identity` found by `rule`: its `status`
+    // ("unreviewed", "confirmed", "false-positive" or "intentional") and a comment, with who
+    // decided and when. False, with the reason in `error`, when it is not kept; a studio without
+    // a store keeps none.
+    virtual bool recordReview(const QString& identity, const QString& rule, const QString& status,
+                              const QString& comment, QString* error);
+    // What the user decided about the result `identity` found by `rule`, as a line to show;
+    // empty when it is not reviewed or the studio keeps no reviews.
+    virtual QString reviewNote(const QString& identity, const QString& rule) const;
 };

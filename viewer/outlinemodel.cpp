@@ -384,6 +384,9 @@ QString OutlineModel::toolTip(const QModelIndex& index) const
             lines.append(message);
         if (!shown.rule.isEmpty())
             lines.append(tr("Rule: %1").arg(shown.rule));
+        const QString note = m_notes ? m_notes(shown) : QString();
+        if (!note.isEmpty())
+            lines.append(note);
     }
     const FailureCounts counts = countsOf(index);
     if (!counts.isEmpty() && (!node || !m_results.contains(node)))

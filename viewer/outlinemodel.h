@@ -9,6 +9,7 @@
 #include <QIcon>
 #include <QPointer>
 #include <QSet>
+#include <functional>
 #include <vector>
 
 class DItem;
@@ -84,6 +85,12 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation,
                         int role = Qt::DisplayRole) const override;
 
+    // Adds what the studio knows of a result (such as its review) to its tool tip.
+    void setNotes(std::function<QString(const QAReporterNode&)> notes)
+    {
+        m_notes = std::move(notes);
+    }
+
 private:
     struct File
     {
@@ -131,4 +138,5 @@ private:
     QIcon m_error;
     QIcon m_warning;
     QIcon m_note;
+    std::function<QString(const QAReporterNode&)> m_notes;
 };

@@ -4,6 +4,7 @@
 
 #include "folio/model/dlink.h"
 #include "folio/view/dreportwidget.h"
+#include "model/qareporternode.h"
 #include "prefs/qareporterpref.h"
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qares.h"
@@ -97,6 +98,10 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
+    m_outline->outlineModel()->setNotes([](const QAReporterNode& node) {
+        StudioInterface* studio = hostStudio();
+        return studio && !node.key.isEmpty() ? studio->reviewNote(node.key, node.rule) : QString();
+    });
     m_outline->setObjectName(QStringLiteral("reportOutline"));
     QHeaderView* columns = m_outline->header();
     columns->setStretchLastSection(false);
@@ -112,6 +117,20 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);
+    m_reviewMenu = m_contextPopup->addMenu(tr("&Review"));
+    m_reviewMenu->setObjectName(QStringLiteral("reviewMenu"));
+    const QList<std::pair<QString, QString>> decisions{
+        {QStringLiteral("confirmed"), tr("&Confirmed...")},
+        {QStringLiteral("false-positive"), tr("&False Positive...")},
+        {QStringLiteral("intentional"), tr("&Intentional...")},
+        {QStringLiteral("unreviewed"), tr("C&lear...")}};
+    for (const auto& [status, text] : decisions) {
+        QAction* entry = m_reviewMenu->addAction(text);
+        connect(entry, &QAction::triggered, this, [this, status = status, entry] {
+            reviewEntry(status,
+                        entry->text().remove(QLatin1Char('&')).remove(QStringLiteral("...")));
+        });
+    }
 
     connect(m_outline, &QAListView::contextMenuRequested, this, &QAReporter::showPopupMenu);
     connect(m_outline->selectionModel(), &QItemSelectionModel::currentRowChanged, this,

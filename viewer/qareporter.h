@@ -123,6 +123,9 @@ public Q_SLOTS:
     void gotoMenu();
     // Files the selected outline entry in the studio's defect tracker.
     void submitTrackwell();
+    // Keeps the user's review (`status`, named `decision` in the menu) of the selected result,
+    // with a comment asked for first.
+    void reviewEntry(const QString& status, const QString& decision);
     void find(const QString& text = QString()) override;
     // The last search again, after (before) the selection; the Find dialog when there is none.
     void findNext();
@@ -174,6 +177,8 @@ private:
     // The status help of the commands menu's entry `entry`, whose id is `id`.
     static QString helpText(int id, const QAction* entry);
     void updateSubmitEntry(QAction* entry, const QModelIndex& item) const;
+    // Reviews are kept by the result's identity, which only results that carry one have.
+    void updateReviewEntries(const QModelIndex& item) const;
     // The outline's current entry in column 0; invalid when there is none.
     QModelIndex currentEntry() const;
     void showHeaderDock();
@@ -213,6 +218,7 @@ private:
     QPointer<QMenu> m_commandsMenu;
     QARPopupMenu* m_contextPopup;
     QAction* m_submitEntry; // the context menu's submission entry
+    QMenu* m_reviewMenu;    // the context menu's Review entries
     // The outline and its filter box live in the studio's outline area; destroyed with us.
     QPointer<OutlinePane> m_outlinePane;
     QPointer<QARListView> m_outline;

@@ -3,6 +3,7 @@
 #include "viewer/qareporterhost.h"
 
 #include "folio/view/dreportwidget.h"
+#include "model/qareporternode.h"
 #include "sdk/studiointerface.h"
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
@@ -79,6 +80,12 @@ void QAReporter::updateSubmitEntry(QAction* entry, const QModelIndex& item) cons
     entry->setEnabled(item.parent().isValid());
 }
 
+void QAReporter::updateReviewEntries(const QModelIndex& item) const
+{
+    const OutlineNode* node = OutlineModel::nodeOf(item);
+    m_reviewMenu->setEnabled(node && node->data && !node->data->key.isEmpty());
+}
+
 QModelIndex QAReporter::currentEntry() const
 {
     return m_outline ? m_outline->currentEntry() : QModelIndex();
@@ -90,6 +97,7 @@ void QAReporter::contextMenu(const QModelIndex& entry, const QPoint& position, i
     if (!entry.isValid())
         return;
     updateSubmitEntry(m_submitEntry, entry);
+    updateReviewEntries(entry);
     m_contextPopup->listItem = entry;
     m_contextPopup->popup(position);
 }
@@ -97,6 +105,7 @@ void QAReporter::contextMenu(const QModelIndex& entry, const QPoint& position, i
 void QAReporter::showPopupMenu(const QModelIndex& entry, const QPoint& position, int)
 {
     m_contextPopup->listItem = entry.siblingAtColumn(OutlineModel::NameColumn);
+    updateReviewEntries(m_contextPopup->listItem);
     m_contextPopup->popup(position);
 }
 

@@ -16,6 +16,7 @@
 #include "session/reportsession.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/qarlistview.h"
+#include "viewer/reviewdialog.h"
 #include "viewer/studiosessioncontext.h"
 
 #include <QDir>
@@ -178,4 +179,19 @@ void QAReporter::submitTrackwell()
     }
 
     draft.submitTo(*tracker, output ? log : nullptr);
+}
+
+void QAReporter::reviewEntry(const QString& status, const QString& decision)
+{
+    StudioInterface* studio = hostStudio();
+    const QModelIndex entry = currentEntry();
+    const OutlineNode* node = OutlineModel::nodeOf(entry);
+    if (!studio || !node || !node->data || node->data->key.isEmpty())
+        return;
+    ReviewDialog dialog(decision, entry.data().toString(), this);
+    if (QADialogs::current().run(&dialog) != QDialog::Accepted)
+        return;
+    QString error;
+    if (!studio->recordReview(node->data->key, node->data->rule, status, dialog.comment(), &error))
+        QADialogs::warning(this, tr("Review"), error);
 }

@@ -21,6 +21,7 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPointer>
 #include <QProcess>
 #include <QPushButton>
@@ -249,6 +250,23 @@ private Q_SLOTS:
         setStudioNode(QString(), QStringLiteral("suite.core"));
         QVERIFY(m_studio.fileDefect(noGoto));
         QCOMPARE(m_studio.newOutput(), QStringList(2, QStringLiteral("Submit Defect Report ...")));
+        // Filing the item again asks first, naming the defect it has (Yes by default).
+        QStringList asked = m_studio.dialogs().messages();
+        QCOMPARE(asked.size(), 2);
+        for (const QString& question : std::as_const(asked))
+            QVERIFY2(question.startsWith(
+                         QStringLiteral("no-goto already has defect 1: crcstudiocore.crc:no-goto")),
+                     qPrintable(question));
+
+        // No, and Open (which goes to the defect's item), file nothing.
+        m_studio.dialogs().buttons = {QMessageBox::No, QMessageBox::Open};
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QVERIFY(m_studio.newOutput().join('\n').contains(QLatin1String("nothing was filed")));
+        QVERIFY(m_studio.fileDefect(noGoto));
+        QVERIFY(m_studio.newOutput().join('\n').contains(QLatin1String("nothing was filed")));
+        QCOMPARE(m_studio.currentEntry(), noGoto);
+        QCOMPARE(m_studio.dialogs().messages().size(), 4);
+        m_studio.dialogs().asked.clear();
 
         const QList<Defect> defects = storedDefects(m_store);
         QCOMPARE(defects.size(), 3);

@@ -10,9 +10,11 @@
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDateTime>
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -25,11 +27,13 @@
 #include <QScopeGuard>
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextDocumentFragment>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QUrl>
@@ -254,6 +258,31 @@ class TestTriage : public QObject
     QString settingsPath() const { return path(QStringLiteral("config/settings.xml")); }
 
     // An analyzer's log of one finding, with its source beside it; the log's path.
+    // Right-clicks `entry` in the outline, opens Review in its menu and clicks `choice` there.
+    bool chooseReview(const QModelIndex& entry, const QString& choice)
+    {
+        QMenu* menu = m_studio.openOutlineMenu(entry);
+        QAction* review = menu ? entryOf(menu, QStringLiteral("Review")) : nullptr;
+        if (!review || !review->isEnabled() || !review->menu()) {
+            qWarning() << "The outline's menu has no enabled Review";
+            m_studio.closeMenus();
+            return false;
+        }
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(review).center());
+        QMenu* decisions = review->menu();
+        if (!decisions->isVisible())
+            QTest::keyClick(menu, Qt::Key_Right);
+        QAction* decision = entryOf(decisions, choice);
+        if (!decisions->isVisible() || !decision) {
+            qWarning() << "Review did not open, or has no" << choice;
+            m_studio.closeMenus();
+            return false;
+        }
+        QTest::mouseClick(decisions, Qt::LeftButton, {},
+                          decisions->actionGeometry(decision).center());
+        return !menu->isVisible();
+    }
+
     QString writeScan() const
     {
         const QString log = path(QStringLiteral("scan/scan.sarif"));
@@ -683,6 +712,119 @@ private Q_SLOTS:
         m_studio.press(Qt::Key_F10, Qt::ShiftModifier);
         QCOMPARE(m_studio.sourcePath(), path(QStringLiteral("flow/src/b.c")));
         QCOMPARE(m_studio.highlightedLine(), 2);
+    }
+
+    // Review > False Positive... on a finding asks for a comment and keeps the decision in the
+    // defect store, with who made it and when; Cancel keeps nothing, Clear... sets it back to
+    // unreviewed. The file's own entry has no identity to keep a review by. A store that cannot
+    // be written is said, naming it.
+    void reviewingAFinding()
+    {
+        const QString log = writeScan();
+        const QString store = path(QStringLiteral("scan/reviews.sqlite"));
+        m_studio.useDefectStore(store);
+        QVERIFY(m_studio.open({log}));
+        const QAbstractItemModel* entries = m_studio.outline()->model();
+        QModelIndex finding = entries->index(0, 0);
+        const QModelIndex fileEntry = finding;
+        while (entries->index(0, 0, finding).isValid())
+            finding = entries->index(0, 0, finding);
+        QVERIFY(finding != fileEntry);
+
+        QMenu* menu = m_studio.openOutlineMenu(fileEntry);
+        QVERIFY(menu);
+        QAction* review = entryOf(menu, QStringLiteral("Review"));
+        QVERIFY(review && !review->isEnabled());
+        m_studio.closeMenus();
+
+        auto stored = [&store] {
+            DefectStore reader(store);
+            QList<Review> reviews;
+            if (!reader.readReviews(&reviews))
+                qWarning() << reader.errorString();
+            return reviews;
+        };
+        auto comment = [](const QString& text, const QString& button) {
+            return actingOn([text, button](QDialog* dialog) {
+                auto* field = dialog->findChild<QPlainTextEdit*>();
+                QTest::mouseClick(field->viewport(), Qt::LeftButton);
+                QTest::keyClicks(field, text);
+                click(dialog, button);
+            });
+        };
+        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+        m_studio.dialogs().dialogRuns.append(
+            comment(QStringLiteral("bounded by the caller <b>4</b>"), QStringLiteral("OK")));
+        QVERIFY(chooseReview(finding, QStringLiteral("False Positive...")));
+        QList<Review> reviews = stored();
+        QCOMPARE(reviews.size(), 1);
+        QVERIFY(!reviews.first().identity.isEmpty());
+        QCOMPARE(reviews.first().rule, QStringLiteral("FF1001"));
+        QCOMPARE(reviews.first().status, QStringLiteral("false-positive"));
+        QCOMPARE(reviews.first().comment, QStringLiteral("bounded by the caller <b>4</b>"));
+        QVERIFY(!reviews.first().who.isEmpty());
+        QVERIFY(reviews.first().when >= before);
+        QVERIFY(reviews.first().when <= QDateTime::currentDateTimeUtc());
+        const QString identity = reviews.first().identity;
+        // The Defects dock lists it under Reviews.
+        QVERIFY(m_studio.showDock(QStringLiteral("Defects")));
+        auto* views =
+            m_studio.defectsDock()->findChild<QTabWidget*>(QStringLiteral("defectsViews"));
+        QVERIFY(views);
+        QTest::mouseClick(views->tabBar(), Qt::LeftButton, {},
+                          views->tabBar()->tabRect(1).center());
+        auto* listed = m_studio.defectsDock()->findChild<QTreeWidget*>(QStringLiteral("reviews"));
+        QVERIFY(listed && listed->isVisible());
+        QCOMPARE(listed->topLevelItemCount(), 1);
+        QCOMPARE(listed->topLevelItem(0)->text(0), QStringLiteral("false-positive"));
+        QCOMPARE(listed->topLevelItem(0)->text(1), identity);
+        QCOMPARE(listed->topLevelItem(0)->text(5),
+                 QStringLiteral("bounded by the caller <b>4</b>"));
+        QTest::mouseClick(views->tabBar(), Qt::LeftButton, {},
+                          views->tabBar()->tabRect(0).center());
+        QTreeView* tree = m_studio.outline();
+        // As the user reads the tool tip: shown as rich text, the comment as typed.
+        const auto tipOf = [tree](const QModelIndex& entry) {
+            return QTextDocumentFragment::fromHtml(
+                       hover(tree->viewport(), tree->visualRect(entry).center()))
+                .toPlainText();
+        };
+        const QString tip = tipOf(finding);
+        QVERIFY2(tip.contains(QStringLiteral("Reviewed: false-positive by ") + reviews.first().who),
+                 qPrintable(tip));
+        QVERIFY2(tip.contains(QStringLiteral("bounded by the caller <b>4</b>")), qPrintable(tip));
+
+        m_studio.dialogs().dialogRuns.append(
+            comment(QStringLiteral("not really"), QStringLiteral("Cancel")));
+        QVERIFY(chooseReview(finding, QStringLiteral("Confirmed...")));
+        QCOMPARE(stored().first().status, QStringLiteral("false-positive"));
+
+        m_studio.dialogs().dialogRuns.append(
+            comment(QStringLiteral("a real overflow"), QStringLiteral("OK")));
+        QVERIFY(chooseReview(finding, QStringLiteral("Confirmed...")));
+        reviews = stored();
+        QCOMPARE(reviews.size(), 1);
+        QCOMPARE(reviews.first().status, QStringLiteral("confirmed"));
+        QCOMPARE(reviews.first().comment, QStringLiteral("a real overflow"));
+
+        m_studio.dialogs().dialogRuns.append(comment(QString(), QStringLiteral("OK")));
+        QVERIFY(chooseReview(finding, QStringLiteral("Clear...")));
+        reviews = stored();
+        QCOMPARE(reviews.size(), 1);
+        QCOMPARE(reviews.first().identity, identity);
+        QCOMPARE(reviews.first().status, QStringLiteral("unreviewed"));
+        QVERIFY2(!tipOf(finding).contains(QLatin1String("Reviewed")), qPrintable(tipOf(finding)));
+
+        // A folder where the store should be: nothing is kept and the user is told.
+        const QString folder = path(QStringLiteral("scan/folder.sqlite"));
+        QVERIFY(QDir().mkpath(folder));
+        m_studio.useDefectStore(folder);
+        m_studio.dialogs().asked.clear();
+        m_studio.dialogs().dialogRuns.append(comment(QStringLiteral("x"), QStringLiteral("OK")));
+        QVERIFY(chooseReview(finding, QStringLiteral("Intentional...")));
+        const QStringList said = m_studio.dialogs().messages();
+        QCOMPARE(said.size(), 1);
+        QVERIFY2(said.first().contains(folder), qPrintable(said.first()));
     }
 };
 

@@ -109,8 +109,8 @@ void printNodes(QAReporterDataTree* tree)
 {
     tree->toRoot();
     while (QAReporterNode* node = tree->next(QAReporterDataTree::Forward)) {
-        std::cout << "node " << node->tag.toStdString() << " depth " << tree->iterator()->depth()
-                  << "\n"
+        std::cout << "node " << std::string(node->tag.utf8()) << " depth "
+                  << tree->iterator()->depth() << "\n"
                   << *node;
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "folio/model/dstring.h"
+
 #include <QString>
 #include <iosfwd>
 
@@ -11,30 +13,28 @@ extern const QString QSKO; // "ko": failed
 extern const QString QSNE; // "ne": not evaluated
 
 // One reviewed item of a result file. `item` and `endItem` bound the item's section in the
-// report document; the document owns them.
+// report document; the document owns them. A file holds millions: the texts are UTF-8 and those
+// that repeat (types, states, rules) share one copy.
 class QAReporterNode
 {
 public:
     QAReporterNode() = default;
-    QAReporterNode(const QAReporterNode&) = default;
-    QAReporterNode& operator=(const QAReporterNode&) = default;
-    virtual ~QAReporterNode();
 
     DItem* item = nullptr;
     DItem* endItem = nullptr;
-    QString tag;  // sequence number in the file: "1" for the first node read
-    QString name; // shown in the outline
-    QString type; // kind of item, free text
-    QString stat; // verdict: QSOK, QSKO, QSNE or anything else (no verdict)
-    QString icon; // picture file name
-    QString base; // directory that relative source paths of the item start from
+    DString tag;  // sequence number in the file: "1" for the first node read
+    DString name; // shown in the outline
+    DString type; // kind of item, free text
+    DString stat; // verdict: QSOK, QSKO, QSNE or anything else (no verdict)
+    DString icon; // picture file name
+    DString base; // directory that relative source paths of the item start from
     // What identifies the result across runs (the converter's "key" attribute), empty when the
     // file gives none.
-    QString key;
+    DString key;
     // How grave an analyzer's finding is ("error", "warning", "note" or "none") and the rule
     // that found it; empty for other nodes.
-    QString level;
-    QString rule;
+    DString level;
+    DString rule;
     // Against a baseline: a failed result that the baseline does not have, and a node that holds
     // such results below it.
     bool newFailure = false;

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -49,7 +50,7 @@ bool QAstXmlRodHandler::startDocument()
     m_tagsSinceCancelCheck = 0;
     m_pending.clear();
     m_types.clear();
-    m_knownTypes.clear();
+    m_typeNames.clear();
     m_passed = 0;
     m_failed = 0;
     m_inconclusive = -1;
@@ -132,15 +133,6 @@ bool QAstXmlRodHandler::startNode(const DAmlAttributes& attributes)
     return true;
 }
 
-bool QAstXmlRodHandler::isKnownType(const QString& type) const
-{
-    // A file has few types over many nodes: looking through them costs less than hashing.
-    constexpr qsizetype fewTypes = 16;
-    if (m_types.size() > fewTypes)
-        return m_knownTypes.contains(type);
-    return m_types.contains(type);
-}
-
 bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes& attributes)
 {
     const char* name = attributes.raw("name");
@@ -155,18 +147,19 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
         setErrorString(message("Xml/ROD, unvalable type attribute.\n"));
         return false;
     }
-    const QString type = m_texts.get(rawType);
-    if (!isKnownType(type)) {
-        m_knownTypes.insert(type);
-        m_types.append(type);
+    // A file has few types over many nodes: each is stored once and shared.
+    const DString* type = m_typeNames.find(rawType);
+    if (!type) {
+        type = &m_typeNames.insert(rawType, DString(std::string_view(rawType)));
+        m_types.append(type->toString());
     }
-    node->type = type;
+    node->type = *type;
 
     if (const char* state = attributes.raw("state"))
         node->stat = m_texts.get(state);
     if (const char* icon = attributes.raw("icone"))
         node->icon = m_texts.get(icon);
-    node->tag = QString::number(++m_nodeCounter);
+    node->tag = DString(std::to_string(++m_nodeCounter));
 
     const QString sum = attributes.value("sum");
     if (!sum.isNull()) {
@@ -186,11 +179,11 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
     }
 
     if (attributes.contains("base"))
-        node->base = attributes.value("base");
-    // Every node has a key of its own: not pooled. Levels and rules repeat: pooled. Other
-    // attributes are not kept.
+        node->base = m_texts.get(attributes.raw("base"));
+    // Every node has a key of its own: not pooled. Bases, levels and rules repeat: pooled.
+    // Other attributes are not kept.
     if (const char* key = attributes.raw("key"))
-        node->key = QString::fromUtf8(key);
+        node->key = DString(std::string_view(key));
     if (const char* level = attributes.raw("level"))
         node->level = m_texts.get(level);
     if (const char* rule = attributes.raw("rule"))

@@ -2,8 +2,8 @@
 
 #include "folio/model/dstringpool.h"
 #include "folio/reader/damlhandler.h"
+#include "folio/reader/drawkeymap.h"
 
-#include <QSet>
 #include <QStringList>
 #include <memory>
 #include <vector>
@@ -63,7 +63,6 @@ public:
 private:
     // Shows the progress; false when the user cancelled the reading.
     bool reportProgress();
-    bool isKnownType(const QString& type) const;
     bool startResultTree();
     bool startNode(const DAmlAttributes& attributes);
     bool endNode();
@@ -77,9 +76,9 @@ private:
     std::vector<std::unique_ptr<QAReporterDataTree>> m_replacedTrees;
     std::unique_ptr<QTree<QString>> m_typeTree;
     QStringList m_types;
-    QSet<QString> m_knownTypes;
+    DRawKeyMap<DString> m_typeNames;
     // Names, types and states repeat across nodes: each distinct text is stored once.
-    DStringPool m_texts;
+    DStringPool<DString> m_texts;
     int m_nodeCounter = 0;
     int m_tagsSinceCancelCheck = 0;
     bool m_cancelled = false;

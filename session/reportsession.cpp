@@ -475,7 +475,7 @@ void ReportSession::markNewFailures()
         QAReporterNode* result = results[i]->data;
         bool fresh = isNew[i];
         if (!result->key.isEmpty()) {
-            auto found = newByKey.find(result->key.toUtf8());
+            auto found = newByKey.find(QByteArray(result->key.utf8().data(), result->key.size()));
             fresh = found != newByKey.end() && found.value() > 0;
             if (fresh)
                 --found.value();

@@ -432,7 +432,7 @@ QVariant OutlineModel::data(const QModelIndex& index, int role) const
     const QAReporterNode* shown = node->data;
     if (index.column() == NameColumn) {
         if (role == Qt::DisplayRole)
-            return shown->name;
+            return shown->name.toString();
         if (role == Qt::DecorationRole && !shown->icon.isNull())
             return pictureOf(shown->icon);
         if (role == Qt::ForegroundRole)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "folio/model/dstring.h"
 #include "folio/styles/dstyle.h"
 
 #include <QString>
@@ -117,15 +118,17 @@ private:
 class DTaggedItemContainer : public DItemContainer
 {
 public:
-    const QString& tag() const { return m_tag; }
-    void setTag(const QString& tag) { m_tag = tag; }
+    QString tag() const { return m_tag.toString(); }
+    const DString& tagUtf8() const { return m_tag; }
+    void setTag(const QString& tag) { m_tag = DString(tag); }
+    void setTag(const DString& tag) { m_tag = tag; }
 
 protected:
     explicit DTaggedItemContainer(Type type) : DItemContainer(type) {}
     DTaggedItemContainer(const DTaggedItemContainer& other) = default;
 
 private:
-    QString m_tag;
+    DString m_tag;
 };
 
 // The markup element name of an item kind ("TEXT" for a text item).

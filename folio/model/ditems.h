@@ -1,6 +1,7 @@
 #pragma once
 
 #include "folio/model/ditem.h"
+#include "folio/model/dstring.h"
 
 #include <QList>
 
@@ -49,26 +50,31 @@ class DText : public DItemKind<DText, DItem, DItem::Text>
 {
 public:
     explicit DText(const QString& text = QString()) : m_text(text) {}
-    const QString& text() const { return m_text; }
-    void setText(const QString& text) { m_text = text; }
+    explicit DText(const DString& text) : m_text(text) {}
+    QString text() const { return m_text.toString(); }
+    const DString& textUtf8() const { return m_text; }
+    void setText(const QString& text) { m_text = DString(text); }
+    void setText(const DString& text) { m_text = text; }
 
 private:
-    QString m_text;
+    DString m_text;
 };
 
 // A picture file, found through the view's search paths; sizes in pixels, 0 for the natural size.
 class DImage : public DItemKind<DImage, DItem, DItem::Image>
 {
 public:
-    const QString& source() const { return m_source; }
-    void setSource(const QString& source) { m_source = source; }
+    QString source() const { return m_source.toString(); }
+    const DString& sourceUtf8() const { return m_source; }
+    void setSource(const QString& source) { m_source = DString(source); }
+    void setSource(const DString& source) { m_source = source; }
     int width() const { return m_width; }
     void setWidth(int width) { m_width = width; }
     int height() const { return m_height; }
     void setHeight(int height) { m_height = height; }
 
 private:
-    QString m_source;
+    DString m_source;
     int m_width = 0;
     int m_height = 0;
 };
@@ -88,11 +94,14 @@ class DTag : public DItemKind<DTag, DItem, DItem::Tag>
 {
 public:
     explicit DTag(const QString& name = QString()) : m_name(name) {}
-    const QString& name() const { return m_name; }
-    void setName(const QString& name) { m_name = name; }
+    explicit DTag(const DString& name) : m_name(name) {}
+    QString name() const { return m_name.toString(); }
+    const DString& nameUtf8() const { return m_name; }
+    void setName(const QString& name) { m_name = DString(name); }
+    void setName(const DString& name) { m_name = name; }
 
 private:
-    QString m_name;
+    DString m_name;
 };
 
 // A table; its children are rows. `code` chooses the grid: 0 none, 1 frame only, 2 full grid.
@@ -134,13 +143,16 @@ public:
     explicit DCellText(const QString& text = QString(), int span = 0) : m_text(text), m_span(span)
     {
     }
-    const QString& text() const { return m_text; }
-    void setText(const QString& text) { m_text = text; }
+    DCellText(const DString& text, int span) : m_text(text), m_span(span) {}
+    QString text() const { return m_text.toString(); }
+    const DString& textUtf8() const { return m_text; }
+    void setText(const QString& text) { m_text = DString(text); }
+    void setText(const DString& text) { m_text = text; }
     int span() const { return m_span; }
     void setSpan(int span) { m_span = span; }
 
 private:
-    QString m_text;
+    DString m_text;
     int m_span;
 };
 
@@ -149,15 +161,18 @@ template <class Derived, class Base, DItem::Type Kind>
 class DTargetItem : public DItemKind<Derived, Base, Kind>
 {
 public:
-    const QString& target() const { return m_target; }
-    void setTarget(const QString& target) { m_target = target; }
+    QString target() const { return m_target.toString(); }
+    const DString& targetUtf8() const { return m_target; }
+    void setTarget(const QString& target) { m_target = DString(target); }
+    void setTarget(const DString& target) { m_target = target; }
 
 protected:
     DTargetItem() = default;
     explicit DTargetItem(const QString& target) : m_target(target) {}
+    explicit DTargetItem(const DString& target) : m_target(target) {}
 
 private:
-    QString m_target;
+    DString m_target;
 };
 
 // A pointer to the tag named `target`.
@@ -183,11 +198,13 @@ template <class Derived, DItem::Type Kind>
 class DEntryItem : public DTargetItem<Derived, DItem, Kind>
 {
 public:
-    const QString& text() const { return m_text; }
-    void setText(const QString& text) { m_text = text; }
+    QString text() const { return m_text.toString(); }
+    const DString& textUtf8() const { return m_text; }
+    void setText(const QString& text) { m_text = DString(text); }
+    void setText(const DString& text) { m_text = text; }
 
 private:
-    QString m_text;
+    DString m_text;
 };
 
 class DSEntry : public DEntryItem<DSEntry, DItem::SEntry>
@@ -217,28 +234,32 @@ private:
 class DCurve : public DItemKind<DCurve, DItemContainer, DItem::Curve>
 {
 public:
-    const QString& name() const { return m_name; }
-    void setName(const QString& name) { m_name = name; }
+    QString name() const { return m_name.toString(); }
+    const DString& nameUtf8() const { return m_name; }
+    void setName(const QString& name) { m_name = DString(name); }
+    void setName(const DString& name) { m_name = name; }
     const DColor& color() const { return m_color; }
     void setColor(const DColor& color) { m_color = color; }
 
 private:
-    QString m_name;
+    DString m_name;
     DColor m_color;
 };
 
 class DAxis : public DItemKind<DAxis, DItem, DItem::Axis>
 {
 public:
-    const QString& name() const { return m_name; }
-    void setName(const QString& name) { m_name = name; }
+    QString name() const { return m_name.toString(); }
+    const DString& nameUtf8() const { return m_name; }
+    void setName(const QString& name) { m_name = DString(name); }
+    void setName(const DString& name) { m_name = name; }
     double minimum() const { return m_min; }
     void setMinimum(double value) { m_min = value; }
     double maximum() const { return m_max; }
     void setMaximum(double value) { m_max = value; }
 
 private:
-    QString m_name;
+    DString m_name;
     double m_min = 0;
     double m_max = 0;
 };

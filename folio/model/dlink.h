@@ -9,6 +9,7 @@ class DLink : public DTargetItem<DLink, DTaggedItemContainer, DItem::Link>
 {
 public:
     explicit DLink(const QString& target = QString()) : DTargetItem(target) {}
+    explicit DLink(const DString& target) : DTargetItem(target) {}
 
     // Divides a tag link: "A::B::C" gives (A, B, C), "A::C" gives (A, null, C), a target without
     // "::" gives (null, null, target).

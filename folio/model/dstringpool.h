@@ -1,5 +1,7 @@
 #pragma once
 
+#include "folio/model/dstring.h"
+
 #include <QString>
 #include <cstdint>
 #include <cstring>
@@ -7,23 +9,23 @@
 #include <string_view>
 #include <vector>
 
-// Converts raw UTF-8 text to QString and remembers recent conversions, so that the texts a file
-// repeats thousands of times (element names, types, states, short phrases) are converted and
-// stored once and then shared. A direct-mapped cache: one probe per lookup, and a new text takes
-// the place of the one it collides with, so a file of all-different texts costs only the probe.
-class DStringPool
+// Converts raw UTF-8 text to a QString or a DString and remembers recent conversions, so that the
+// texts a file repeats thousands of times (element names, types, states, short phrases) are
+// converted and stored once and then shared. A direct-mapped cache: one probe per lookup, and a new
+// text takes the place of the one it collides with, so a file of all-different texts costs only the
+// probe.
+template <class Text> class DStringPool
 {
 public:
     DStringPool() : m_slots(slotCount) {}
 
-    QString get(std::string_view raw)
+    Text get(std::string_view raw)
     {
         Slot& slot = m_slots[hash(raw) & (slotCount - 1)];
         if (slot.filled && slot.key == raw)
             return slot.value;
         slot.key.assign(raw);
-        slot.value = raw.empty() ? QString(QLatin1String(""))
-                                 : QString::fromUtf8(raw.data(), qsizetype(raw.size()));
+        slot.value = convert(raw, static_cast<Text*>(nullptr));
         slot.filled = true;
         return slot.value;
     }
@@ -32,7 +34,7 @@ public:
     {
         for (Slot& slot : m_slots) {
             slot.filled = false;
-            slot.value = QString();
+            slot.value = Text();
         }
     }
 
@@ -42,9 +44,16 @@ private:
     struct Slot
     {
         std::string key;
-        QString value;
+        Text value;
         bool filled = false;
     };
+
+    static QString convert(std::string_view raw, QString* = nullptr)
+    {
+        return raw.empty() ? QString(QLatin1String(""))
+                           : QString::fromUtf8(raw.data(), qsizetype(raw.size()));
+    }
+    static DString convert(std::string_view raw, DString* = nullptr) { return DString(raw); }
 
     // Mixes the length with the first and the last eight bytes: cheap, and enough to spread the
     // texts of a file over the slots.

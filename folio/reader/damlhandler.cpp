@@ -61,6 +61,11 @@ public:
     }
 
     QString text(const char* name) const { return m_attributes.value(name); }
+    DString utf8(const char* name) const
+    {
+        const char* raw = m_attributes.raw(name);
+        return raw ? DString(std::string_view(raw)) : DString();
+    }
 
     int integer(const char* name, int fallback)
     {
@@ -146,14 +151,14 @@ private:
 template <class Item> std::unique_ptr<Item> withTarget(AttributeReader& in)
 {
     auto item = std::make_unique<Item>();
-    item->setTarget(in.text("target"));
+    item->setTarget(in.utf8("target"));
     return item;
 }
 
 template <class Entry> std::unique_ptr<Entry> entry(AttributeReader& in)
 {
     auto item = withTarget<Entry>(in);
-    item->setText(in.text("text"));
+    item->setText(in.utf8("text"));
     return item;
 }
 
@@ -180,7 +185,7 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
         return std::make_unique<DParagraph>();
     case DItem::Image: {
         auto item = std::make_unique<DImage>();
-        item->setSource(in.text("src"));
+        item->setSource(in.utf8("src"));
         item->setWidth(in.integer("width", 0));
         item->setHeight(in.integer("height", 0));
         return item;
@@ -191,9 +196,9 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
         return item;
     }
     case DItem::Link:
-        return std::make_unique<DLink>(in.text("target"));
+        return std::make_unique<DLink>(in.utf8("target"));
     case DItem::Tag:
-        return std::make_unique<DTag>(in.text("name"));
+        return std::make_unique<DTag>(in.utf8("name"));
     case DItem::Table: {
         auto item = std::make_unique<DTable>(in.integer("code", 2));
         item->setWidths(in.fractions("widths"));
@@ -206,7 +211,7 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
     case DItem::Cell:
         return std::make_unique<DCell>(qMax(1, in.integer("span", 1)) - 1);
     case DItem::CellText:
-        return std::make_unique<DCellText>(in.text("text"), qMax(1, in.integer("span", 1)) - 1);
+        return std::make_unique<DCellText>(in.utf8("text"), qMax(1, in.integer("span", 1)) - 1);
     case DItem::TagPointer:
         return withTarget<DTagPointer>(in);
     case DItem::PopupLink:
@@ -310,7 +315,7 @@ bool DAmlHandler::openItem(int kind, const DAmlAttributes& attributes)
         return false;
     }
     if (item->isTagged())
-        static_cast<DTaggedItemContainer*>(item.get())->setTag(in.text("tag"));
+        static_cast<DTaggedItemContainer*>(item.get())->setTag(in.utf8("tag"));
     if (const char* styleName = attributes.raw("style")) {
         if (const DStylePtr* style = m_styleByName.find(styleName))
             item->setStyle(*style);
@@ -408,7 +413,7 @@ bool DAmlHandler::endElement(const QString& qName)
     return true;
 }
 
-bool DAmlHandler::characters(const QString& text)
+bool DAmlHandler::characters(const DString& text)
 {
     const Frame* frame = m_frames.empty() ? nullptr : &m_frames.back();
     if (!frame || !frame->item || !frame->item->isContainer()) {

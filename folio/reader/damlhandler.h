@@ -8,6 +8,7 @@
 #include <vector>
 
 class DAmlAttributes;
+class DString;
 class DDocument;
 class DItem;
 
@@ -26,7 +27,7 @@ public:
     virtual bool endDocument();
     virtual bool startElement(const QString& qName, const DAmlAttributes& attributes);
     virtual bool endElement(const QString& qName);
-    virtual bool characters(const QString& text);
+    virtual bool characters(const DString& text);
     // A markup error found by the reader; `message` is the reader's text.
     virtual bool fatalError(const QString& message);
     // Why the reading stopped; ends in a line feed.

@@ -12,8 +12,7 @@
 namespace {
 constexpr int chunkSize = 256 * 1024;
 constexpr std::size_t maxPooledText = 48;
-// A run of text longer than this is converted as it arrives, not kept twice until its end.
-constexpr std::size_t longTextStep = 1 << 20;
+constexpr std::size_t maxKeptTextCapacity = 64 * 1024;
 
 bool isBlank(const std::string& text)
 {
@@ -24,28 +23,6 @@ bool isBlank(const std::string& text)
     return true;
 }
 
-bool isBlank(const QString& text)
-{
-    for (QChar c : text) {
-        if (c != QLatin1Char(' ') && c != QLatin1Char('\t') && c != QLatin1Char('\n') &&
-            c != QLatin1Char('\r'))
-            return false;
-    }
-    return true;
-}
-
-// The length of the part of `text` that ends with a whole UTF-8 sequence.
-std::size_t wholeCharacters(const std::string& text)
-{
-    std::size_t start = text.size();
-    while (start > 0 && (static_cast<unsigned char>(text[start - 1]) & 0xc0) == 0x80)
-        --start;
-    if (start == 0)
-        return text.size();
-    const unsigned char lead = static_cast<unsigned char>(text[start - 1]);
-    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
-    return text.size() - (start - 1) >= length ? text.size() : start - 1;
-}
 } // namespace
 
 // The expat callbacks; each forwards to the reader's handler and stops the parser on refusal.
@@ -102,12 +79,6 @@ struct DAmlReader::Callbacks
             return;
         try {
             reader->m_text.append(text, size_t(length));
-            if (reader->m_text.size() >= longTextStep) {
-                const std::size_t whole = wholeCharacters(reader->m_text);
-                reader->m_longText.append(
-                    QString::fromUtf8(reader->m_text.data(), qsizetype(whole)));
-                reader->m_text.erase(0, whole);
-            }
         } catch (const std::bad_alloc&) {
             outOfMemory(reader);
         }
@@ -125,28 +96,25 @@ DAmlReader::DAmlReader(DAmlHandler* handler) : m_handler(handler) {}
 
 DAmlReader::~DAmlReader() = default;
 
-QString DAmlReader::textOf(const std::string& run)
+DString DAmlReader::textOf(const std::string& run)
 {
     // Short runs repeat ("line ", "goto used at ", "Passed"): they are shared, not copied.
     if (run.size() <= maxPooledText)
         return m_texts.get(run);
-    return QString::fromUtf8(run.data(), qsizetype(run.size()));
+    return DString(run);
 }
 
 bool DAmlReader::flushText()
 {
-    if (m_text.empty() && m_longText.isEmpty())
+    if (m_text.empty())
         return true;
-    if (m_longText.isEmpty()) {
-        const bool accepted = isBlank(m_text) || m_handler->characters(textOf(m_text));
+    const bool accepted = isBlank(m_text) || m_handler->characters(textOf(m_text));
+    // A long run's buffer is given back rather than kept for the rest of the reading.
+    if (m_text.capacity() > maxKeptTextCapacity)
+        m_text = std::string();
+    else
         m_text.clear();
-        return accepted;
-    }
-    m_longText.append(QString::fromUtf8(m_text.data(), qsizetype(m_text.size())));
-    m_text.clear();
-    const QString run = std::move(m_longText);
-    m_longText = QString();
-    return isBlank(run) || m_handler->characters(run);
+    return accepted;
 }
 
 QString DAmlReader::errorString() const
@@ -161,7 +129,6 @@ bool DAmlReader::parse(QIODevice* input)
     m_line = 0;
     m_column = 0;
     m_text.clear();
-    m_longText.clear();
     if (!m_handler)
         return false;
     if (!input || !input->isReadable()) {
@@ -223,7 +190,6 @@ bool DAmlReader::parse(QIODevice* input)
     m_texts.clear();
     if (m_outOfMemory) {
         m_text = std::string();
-        m_longText = QString();
         throw std::bad_alloc();
     }
     return ok && m_handler->endDocument();

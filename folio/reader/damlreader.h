@@ -37,14 +37,13 @@ private:
     struct Callbacks;
     friend struct Callbacks;
     bool flushText();
-    QString textOf(const std::string& run);
+    DString textOf(const std::string& run);
 
     DAmlHandler* m_handler;
     // Element names seen so far, so that each name is converted once per reading.
-    DStringPool m_names;
-    DStringPool m_texts;
-    std::string m_text;
-    QString m_longText; // the converted start of a long run of text
+    DStringPool<QString> m_names;
+    DStringPool<DString> m_texts;
+    std::string m_text; // the run of text read since the last tag, UTF-8
     // The declared encoding that could not be decoded, for the error message.
     QString m_unsupportedEncoding;
     void* m_parser = nullptr;

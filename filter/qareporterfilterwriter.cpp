@@ -235,7 +235,7 @@ bool QAReporterFilterWriter::isReftoEnd(const DItem* item, QString&, DItem* copy
     }
 }
 
-void QAReporterFilterWriter::append(std::unique_ptr<DItem> item)
+void QAReporterFilterWriter::append(DItemPtr item)
 {
     DItem* linked = item.get();
     if (m_lastCopied)
@@ -245,7 +245,7 @@ void QAReporterFilterWriter::append(std::unique_ptr<DItem> item)
     m_lastCopied = linked;
 }
 
-void QAReporterFilterWriter::linkCopy(std::unique_ptr<DItem> copy, bool tagBefore,
+void QAReporterFilterWriter::linkCopy(DItemPtr copy, bool tagBefore,
                                       const QString& tag)
 {
     DItemContainer* container = m_containers.back();
@@ -278,7 +278,7 @@ void QAReporterFilterWriter::doContainer(DItem* item)
     doValide(item->asContainer(), item->copy());
 }
 
-void QAReporterFilterWriter::doValide(DItemContainer* item, std::unique_ptr<DItem> copy)
+void QAReporterFilterWriter::doValide(DItemContainer* item, DItemPtr copy)
 {
     DItemContainer* copied = copy->asContainer();
     QString tag;
@@ -330,7 +330,7 @@ void QAReporterFilterWriter::doLeaf(DItem* item, bool tagAllowed)
     }
     if (m_containers.empty())
         return;
-    std::unique_ptr<DItem> copy = item->copy();
+    DItemPtr copy = item->copy();
     DItem* copied = copy.get();
     QString tag;
     const bool begins = isReftoBegin(item, tag, copied);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "folio/model/ditem.h"
 #include "folio/model/diterator.h"
 #include "model/qtree.h"
 
@@ -43,7 +44,7 @@ public:
     bool isReftoBegin(const DItem* item, QString& tag, DItem* copy);
     bool isReftoEnd(const DItem* item, QString& tag, DItem* copy);
     // Links `copy`, the copy of the kept container `item`, and copies its children into it.
-    void doValide(DItemContainer* item, std::unique_ptr<DItem> copy);
+    void doValide(DItemContainer* item, DItemPtr copy);
     // The tag of the nearest document (section) around `item`, from its parent upwards; empty
     // when there is none.
     static QString getTagDocument(DItem* item);
@@ -86,8 +87,8 @@ private:
     void doLeaf(DItem* item, bool tagAllowed);
     void doInvalide(DItem* item);
     // Links `copy` after the last item copied, behind a tag named `tag` when `tagBefore`.
-    void linkCopy(std::unique_ptr<DItem> copy, bool tagBefore, const QString& tag);
-    void append(std::unique_ptr<DItem> item);
+    void linkCopy(DItemPtr copy, bool tagBefore, const QString& tag);
+    void append(DItemPtr item);
     bool leaveSectionless();
 
     // The first dropped node whose section begins at each item: an open-addressing table sized

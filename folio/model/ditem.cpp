@@ -1,5 +1,9 @@
 #include "folio/model/ditem.h"
 
+#include "folio/model/ddocument.h"
+#include "folio/model/ditems.h"
+#include "folio/model/dlink.h"
+
 #include <vector>
 
 namespace {
@@ -23,7 +27,84 @@ const KindInfo kinds[DItem::TypeCount] = {
     {"CURVE", true, false},     {"AXIS", false, false},       {"POINT", false, false},
 };
 
+// Calls `act` with a null pointer of the concrete class of `type`.
+template <class Act> auto withKind(DItem::Type type, Act&& act)
+{
+    switch (type) {
+    case DItem::Document:
+        return act(static_cast<DDocument*>(nullptr));
+    case DItem::Section:
+        return act(static_cast<DSection*>(nullptr));
+    case DItem::Title:
+        return act(static_cast<DTitle*>(nullptr));
+    case DItem::Header:
+        return act(static_cast<DHeader*>(nullptr));
+    case DItem::Footer:
+        return act(static_cast<DFooter*>(nullptr));
+    case DItem::PageBreak:
+        return act(static_cast<DPageBreak*>(nullptr));
+    case DItem::Paragraph:
+        return act(static_cast<DParagraph*>(nullptr));
+    case DItem::Text:
+        return act(static_cast<DText*>(nullptr));
+    case DItem::Image:
+        return act(static_cast<DImage*>(nullptr));
+    case DItem::List:
+        return act(static_cast<DList*>(nullptr));
+    case DItem::Link:
+        return act(static_cast<DLink*>(nullptr));
+    case DItem::Tag:
+        return act(static_cast<DTag*>(nullptr));
+    case DItem::Table:
+        return act(static_cast<DTable*>(nullptr));
+    case DItem::Row:
+        return act(static_cast<DRow*>(nullptr));
+    case DItem::Cell:
+        return act(static_cast<DCell*>(nullptr));
+    case DItem::CellText:
+        return act(static_cast<DCellText*>(nullptr));
+    case DItem::TagPointer:
+        return act(static_cast<DTagPointer*>(nullptr));
+    case DItem::PopupLink:
+        return act(static_cast<DPopupLink*>(nullptr));
+    case DItem::Popup:
+        return act(static_cast<DPopup*>(nullptr));
+    case DItem::Summary:
+        return act(static_cast<DSummary*>(nullptr));
+    case DItem::SEntry:
+        return act(static_cast<DSEntry*>(nullptr));
+    case DItem::Index:
+        return act(static_cast<DIndex*>(nullptr));
+    case DItem::IEntry:
+        return act(static_cast<DIEntry*>(nullptr));
+    case DItem::Graphic:
+        return act(static_cast<DGraphic*>(nullptr));
+    case DItem::Curve:
+        return act(static_cast<DCurve*>(nullptr));
+    case DItem::Axis:
+        return act(static_cast<DAxis*>(nullptr));
+    case DItem::Point:
+    case DItem::TypeCount:
+        break;
+    }
+    return act(static_cast<DPoint*>(nullptr));
+}
+
 } // namespace
+
+void DItemDeleter::operator()(DItem* item) const
+{
+    if (item)
+        withKind(item->m_type, [item](auto* kind) { delete static_cast<decltype(kind)>(item); });
+}
+
+DItemPtr DItem::copy() const
+{
+    return withKind(m_type, [this](auto* kind) -> DItemPtr {
+        using Kind = std::remove_pointer_t<decltype(kind)>;
+        return std::make_unique<Kind>(static_cast<const Kind&>(*this));
+    });
+}
 
 const char* strItemType(DItem::Type type)
 {
@@ -45,27 +126,27 @@ DItem::~DItem()
     destroyChain(std::move(m_next));
 }
 
-void DItem::setNext(std::unique_ptr<DItem> item)
+void DItem::setNext(DItemPtr item)
 {
     destroyChain(std::move(m_next));
     m_next = std::move(item);
 }
 
-std::unique_ptr<DItem> DItem::takeNext()
+DItemPtr DItem::takeNext()
 {
     return std::move(m_next);
 }
 
-void DItem::destroyChain(std::unique_ptr<DItem> first)
+void DItem::destroyChain(DItemPtr first)
 {
     if (!first)
         return;
     // Every item is unlinked from its sibling and children before it is deleted, so each
     // destructor finds nothing left to destroy and the depth of the call stack stays constant.
-    std::vector<std::unique_ptr<DItem>> pending;
+    std::vector<DItemPtr> pending;
     pending.push_back(std::move(first));
     while (!pending.empty()) {
-        std::unique_ptr<DItem> item = std::move(pending.back());
+        DItemPtr item = std::move(pending.back());
         pending.pop_back();
         if (item->m_next)
             pending.push_back(std::move(item->m_next));
@@ -79,13 +160,13 @@ DItemContainer::~DItemContainer()
     destroyChain(std::move(m_firstChild));
 }
 
-void DItemContainer::setFirstChild(std::unique_ptr<DItem> item)
+void DItemContainer::setFirstChild(DItemPtr item)
 {
     destroyChain(std::move(m_firstChild));
     m_firstChild = std::move(item);
 }
 
-std::unique_ptr<DItem> DItemContainer::takeFirstChild()
+DItemPtr DItemContainer::takeFirstChild()
 {
     return std::move(m_firstChild);
 }

@@ -1,12 +1,26 @@
 #pragma once
 
 #include "folio/model/dstring.h"
-#include "folio/styles/dstyle.h"
+#include "folio/model/dstyletable.h"
 
 #include <QString>
+#include <cstdint>
 #include <memory>
 
+class DItem;
 class DItemContainer;
+
+// Frees an item as the kind it is: items carry no virtual table, which would cost a word in each
+// of the millions a large result file makes.
+struct DItemDeleter
+{
+    DItemDeleter() = default;
+    template <class Kind> DItemDeleter(const std::default_delete<Kind>&) noexcept {}
+    void operator()(DItem* item) const;
+};
+
+// An owned item of any kind.
+using DItemPtr = std::unique_ptr<DItem, DItemDeleter>;
 
 // One item of a document. Items form a tree through three links: the parent container, the next
 // sibling and, for containers, the first child. A container owns its first child and every item
@@ -48,7 +62,6 @@ public:
         TypeCount
     };
 
-    virtual ~DItem();
     DItem& operator=(const DItem&) = delete;
 
     Type type() const { return m_type; }
@@ -62,56 +75,59 @@ public:
 
     DItem* next() const { return m_next.get(); }
     // Links `item` as the next sibling; a previous chain of next siblings is destroyed.
-    void setNext(std::unique_ptr<DItem> item);
-    std::unique_ptr<DItem> takeNext();
+    void setNext(DItemPtr item);
+    DItemPtr takeNext();
 
     // The item's own style (may be null: a text item shows with its container's style).
-    const DStyle* style() const { return m_style.data(); }
-    const DStylePtr& sharedStyle() const { return m_style; }
-    void setStyle(const DStylePtr& style) { m_style = style; }
+    const DStyle* style() const { return DStyleTable::at(m_style); }
+    void setStyle(const DStylePtr& style) { m_style = DStyleTable::numberOf(style); }
+    // Sets the style by its number in DStyleTable, as a reader that numbered its styles does.
+    void setStyleNumber(std::uint32_t number) { m_style = number; }
 
     // A new item of the same kind with all of this item's own attributes and no links.
-    virtual std::unique_ptr<DItem> copy() const = 0;
+    DItemPtr copy() const;
 
     DItemContainer* asContainer();
     const DItemContainer* asContainer() const;
 
 protected:
     explicit DItem(Type type) : m_type(type) {}
+    // Not virtual: DItemDeleter frees an item through its own kind.
+    ~DItem();
     // Copies the item's own attributes; the copy is not linked anywhere.
     DItem(const DItem& other) : m_type(other.m_type), m_style(other.m_style) {}
 
     // Destroys `first`, the siblings after it and all their descendants without recursion.
-    static void destroyChain(std::unique_ptr<DItem> first);
+    static void destroyChain(DItemPtr first);
 
 private:
     friend class DItemContainer;
+    friend struct DItemDeleter;
 
     Type m_type;
+    std::uint32_t m_style = 0; // a number in DStyleTable
     DItemContainer* m_parent = nullptr;
-    std::unique_ptr<DItem> m_next;
-    DStylePtr m_style;
+    DItemPtr m_next;
 };
 
 // An item with children.
 class DItemContainer : public DItem
 {
 public:
-    ~DItemContainer() override;
-
     DItem* firstChild() const { return m_firstChild.get(); }
     // Makes `item` the first child; previous children are destroyed. The caller sets the
     // item's parent.
-    void setFirstChild(std::unique_ptr<DItem> item);
-    std::unique_ptr<DItem> takeFirstChild();
+    void setFirstChild(DItemPtr item);
+    DItemPtr takeFirstChild();
 
 protected:
     explicit DItemContainer(Type type) : DItem(type) {}
+    ~DItemContainer();
     DItemContainer(const DItemContainer& other) : DItem(other) {}
 
 private:
     friend class DItem;
-    std::unique_ptr<DItem> m_firstChild;
+    DItemPtr m_firstChild;
 };
 
 // A container that carries a tag, the name links use to reach it.

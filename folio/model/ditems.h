@@ -5,16 +5,12 @@
 
 #include <QList>
 
-// The concrete item kinds. Each knows its kind (`staticType`, for `dcast`) and copies itself.
+// The concrete item kinds. Each knows its kind (`staticType`, for `dcast` and for copying and
+// freeing an item as what it is).
 template <class Derived, class Base, DItem::Type Kind> class DItemKind : public Base
 {
 public:
     static constexpr DItem::Type staticType = Kind;
-
-    std::unique_ptr<DItem> copy() const override
-    {
-        return std::make_unique<Derived>(static_cast<const Derived&>(*this));
-    }
 
 protected:
     DItemKind() : Base(Kind) {}

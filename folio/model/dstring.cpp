@@ -5,21 +5,19 @@
 #include <limits>
 #include <new>
 
-// Shared by every empty text; its count starts so high that it never drops to zero.
-DString::Block DString::s_empty{{1u << 31}, 0};
-
 DString::DString(std::string_view utf8)
 {
-    if (utf8.empty()) {
-        m_block = &s_empty;
-        retain();
+    if (utf8.size() <= inlineCapacity) {
+        m_word = 1 | (std::uintptr_t(utf8.size()) << 1);
+        std::memcpy(reinterpret_cast<char*>(&m_word) + 1, utf8.data(), utf8.size());
         return;
     }
     if (utf8.size() > std::numeric_limits<std::uint32_t>::max())
         throw std::bad_alloc();
     void* memory = ::operator new(sizeof(Block) + utf8.size());
-    m_block = new (memory) Block{{1}, std::uint32_t(utf8.size())};
-    std::memcpy(m_block->bytes(), utf8.data(), utf8.size());
+    Block* block = new (memory) Block{{1}, std::uint32_t(utf8.size())};
+    std::memcpy(block->bytes(), utf8.data(), utf8.size());
+    m_word = reinterpret_cast<std::uintptr_t>(block);
 }
 
 DString::DString(const QString& text)
@@ -34,7 +32,7 @@ DString& DString::operator=(const DString& other) noexcept
 {
     other.retain();
     release();
-    m_block = other.m_block;
+    m_word = other.m_word;
     return *this;
 }
 
@@ -42,18 +40,19 @@ DString& DString::operator=(DString&& other) noexcept
 {
     if (this != &other) {
         release();
-        m_block = other.m_block;
-        other.m_block = nullptr;
+        m_word = other.m_word;
+        other.m_word = 0;
     }
     return *this;
 }
 
 QString DString::toString() const
 {
-    if (!m_block)
+    if (isNull())
         return QString();
-    return m_block->size ? QString::fromUtf8(m_block->bytes(), qsizetype(m_block->size))
-                         : QString(QLatin1String(""));
+    const std::string_view bytes = utf8();
+    return bytes.empty() ? QString(QLatin1String(""))
+                         : QString::fromUtf8(bytes.data(), qsizetype(bytes.size()));
 }
 
 bool DString::equals(QStringView text) const
@@ -68,9 +67,10 @@ bool DString::equals(QLatin1String text) const
 
 void DString::release()
 {
-    if (m_block && m_block->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        m_block->~Block();
-        ::operator delete(m_block);
+    if (m_word && !isInline() && block()->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        Block* dead = block();
+        dead->~Block();
+        ::operator delete(dead);
     }
-    m_block = nullptr;
+    m_word = 0;
 }

@@ -2,37 +2,50 @@
 
 #include <QString>
 #include <QUtf8StringView>
+#include <QtEndian>
 #include <atomic>
 #include <cstdint>
 #include <string_view>
 
-// An immutable text kept as UTF-8 in one block shared by its copies: a pointer in the item that
-// holds it, the bytes once however often the text is copied, and about half the memory of the
-// UTF-16 a QString keeps for the mostly ASCII texts of result files. Converted when shown or
-// written.
+// An immutable text kept as UTF-8 in one word: up to seven bytes in the word itself (tags,
+// numbers, short words), longer texts in a block shared by all copies. About half the memory of
+// the UTF-16 a QString keeps for the mostly ASCII texts of result files, and no block at all for
+// the many short ones. Converted when shown or written.
 class DString
 {
 public:
     DString() = default;
     explicit DString(std::string_view utf8);
     explicit DString(const QString& text);
-    DString(const DString& other) noexcept : m_block(other.m_block) { retain(); }
-    DString(DString&& other) noexcept : m_block(other.m_block) { other.m_block = nullptr; }
+    DString(const DString& other) noexcept : m_word(other.m_word) { retain(); }
+    DString(DString&& other) noexcept : m_word(other.m_word) { other.m_word = 0; }
     DString& operator=(const DString& other) noexcept;
     DString& operator=(DString&& other) noexcept;
     DString& operator=(const QString& text) { return *this = DString(text); }
     ~DString() { release(); }
 
     // As with QString, a text never set is null; one set to "" is empty but not null.
-    bool isNull() const { return !m_block; }
-    bool isEmpty() const { return !m_block || m_block->size == 0; }
+    bool isNull() const { return m_word == 0; }
+    bool isEmpty() const { return size() == 0; }
     // The length in UTF-8 bytes.
-    qsizetype size() const { return m_block ? qsizetype(m_block->size) : 0; }
+    qsizetype size() const
+    {
+        if (isInline())
+            return qsizetype((m_word >> 1) & 7);
+        return m_word ? qsizetype(block()->size) : 0;
+    }
+    // The bytes; valid while this DString lives unchanged.
     std::string_view utf8() const
     {
-        return m_block ? std::string_view(m_block->bytes(), m_block->size) : std::string_view();
+        if (isInline())
+            return std::string_view(reinterpret_cast<const char*>(&m_word) + 1, (m_word >> 1) & 7);
+        return m_word ? std::string_view(block()->bytes(), block()->size) : std::string_view();
     }
-    QUtf8StringView view() const { return QUtf8StringView(utf8().data(), size()); }
+    QUtf8StringView view() const
+    {
+        const std::string_view bytes = utf8();
+        return QUtf8StringView(bytes.data(), qsizetype(bytes.size()));
+    }
     QString toString() const;
     // Converted wherever a QString is wanted: to show, to write, to look up.
     operator QString() const { return toString(); }
@@ -43,7 +56,7 @@ public:
 
     friend bool operator==(const DString& a, const DString& b)
     {
-        return a.m_block == b.m_block || a.utf8() == b.utf8();
+        return a.m_word == b.m_word || a.utf8() == b.utf8();
     }
     friend bool operator!=(const DString& a, const DString& b) { return !(a == b); }
     friend bool operator==(const DString& a, const QString& b) { return a.equals(b); }
@@ -54,6 +67,12 @@ public:
     friend bool operator!=(const DString& a, QLatin1String b) { return !a.equals(b); }
 
 private:
+    // The word holds either 0 (null), a pointer to a Block (its low bit clear), or an inline
+    // text: bit 0 set, bits 1-3 the length, bytes 1-7 the text (the word is little-endian).
+    static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "inline texts are laid out little-endian");
+    static_assert(sizeof(std::uintptr_t) == 8, "inline texts need a 64-bit word");
+    static constexpr std::size_t inlineCapacity = 7;
+
     struct Block
     {
         std::atomic<std::uint32_t> references;
@@ -61,13 +80,14 @@ private:
         char* bytes() { return reinterpret_cast<char*>(this + 1); }
     };
 
+    bool isInline() const { return m_word & 1; }
+    Block* block() const { return reinterpret_cast<Block*>(m_word); }
     void retain() const
     {
-        if (m_block)
-            m_block->references.fetch_add(1, std::memory_order_relaxed);
+        if (m_word && !isInline())
+            block()->references.fetch_add(1, std::memory_order_relaxed);
     }
     void release();
 
-    static Block s_empty;
-    Block* m_block = nullptr;
+    std::uintptr_t m_word = 0;
 };

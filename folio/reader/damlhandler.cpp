@@ -2,6 +2,7 @@
 
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "folio/model/dstringpool.h"
 #include "folio/reader/damlattributes.h"
 
 #include <array>
@@ -55,8 +56,9 @@ int elementKind(const QString& name)
 class AttributeReader
 {
 public:
-    AttributeReader(const char* element, const DAmlAttributes& attributes)
-        : m_element(element), m_attributes(attributes)
+    AttributeReader(const char* element, const DAmlAttributes& attributes,
+                    DStringPool<DString>* repeated = nullptr)
+        : m_element(element), m_attributes(attributes), m_repeated(repeated)
     {
     }
 
@@ -65,6 +67,14 @@ public:
     {
         const char* raw = m_attributes.raw(name);
         return raw ? DString(std::string_view(raw)) : DString();
+    }
+    // A value that many elements share (a link's target), stored once for all of them.
+    DString shared(const char* name) const
+    {
+        const char* raw = m_attributes.raw(name);
+        if (!raw)
+            return DString();
+        return m_repeated ? m_repeated->get(raw) : DString(std::string_view(raw));
     }
 
     int integer(const char* name, int fallback)
@@ -145,13 +155,14 @@ private:
 
     const char* m_element;
     const DAmlAttributes& m_attributes;
+    DStringPool<DString>* m_repeated;
     QString m_error;
 };
 
 template <class Item> std::unique_ptr<Item> withTarget(AttributeReader& in)
 {
     auto item = std::make_unique<Item>();
-    item->setTarget(in.utf8("target"));
+    item->setTarget(in.shared("target"));
     return item;
 }
 
@@ -163,7 +174,7 @@ template <class Entry> std::unique_ptr<Entry> entry(AttributeReader& in)
 }
 
 // A new item of `kind` with the attributes the markup gives that kind.
-std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
+DItemPtr createItem(DItem::Type kind, AttributeReader& in)
 {
     switch (kind) {
     case DItem::Document: {
@@ -196,7 +207,7 @@ std::unique_ptr<DItem> createItem(DItem::Type kind, AttributeReader& in)
         return item;
     }
     case DItem::Link:
-        return std::make_unique<DLink>(in.utf8("target"));
+        return std::make_unique<DLink>(in.shared("target"));
     case DItem::Tag:
         return std::make_unique<DTag>(in.utf8("name"));
     case DItem::Table: {
@@ -264,7 +275,7 @@ struct DAmlHandler::Frame
     const char* name;
 };
 
-DAmlHandler::DAmlHandler() = default;
+DAmlHandler::DAmlHandler() : m_targets(std::make_unique<DStringPool<DString>>()) {}
 DAmlHandler::~DAmlHandler() = default;
 
 bool DAmlHandler::startDocument()
@@ -281,6 +292,7 @@ bool DAmlHandler::startDocument()
 
 bool DAmlHandler::endDocument()
 {
+    m_targets->clear();
     return true;
 }
 
@@ -308,8 +320,8 @@ bool DAmlHandler::startElement(const QString& qName, const DAmlAttributes& attri
 bool DAmlHandler::openItem(int kind, const DAmlAttributes& attributes)
 {
     const DItem::Type type = DItem::Type(kind);
-    AttributeReader in(strItemType(type), attributes);
-    std::unique_ptr<DItem> item = createItem(type, in);
+    AttributeReader in(strItemType(type), attributes, m_targets.get());
+    DItemPtr item = createItem(type, in);
     if (!in.error().isEmpty()) {
         setErrorString(in.error());
         return false;
@@ -317,8 +329,12 @@ bool DAmlHandler::openItem(int kind, const DAmlAttributes& attributes)
     if (item->isTagged())
         static_cast<DTaggedItemContainer*>(item.get())->setTag(in.utf8("tag"));
     if (const char* styleName = attributes.raw("style")) {
-        if (const DStylePtr* style = m_styleByName.find(styleName))
-            item->setStyle(*style);
+        if (const NamedStyle* style = m_styleByName.find(styleName)) {
+            // Numbered when first used, so that styles no item uses stay out of the table.
+            if (!style->number)
+                style->number = DStyleTable::numberOf(style->style);
+            item->setStyleNumber(style->number);
+        }
     }
 
     DItem* opened = item.get();
@@ -336,7 +352,7 @@ bool DAmlHandler::openItem(int kind, const DAmlAttributes& attributes)
     return true;
 }
 
-bool DAmlHandler::linkItem(std::unique_ptr<DItem> item)
+bool DAmlHandler::linkItem(DItemPtr item)
 {
     if (m_frames.empty()) {
         setErrorString(QStringLiteral("%1 must stand inside a DOCUMENT\n")
@@ -454,7 +470,7 @@ void DAmlHandler::setStyles(const DStyleList& styles)
 
 void DAmlHandler::indexStyle(const DStylePtr& style)
 {
-    m_styleByName.insert(style->name().toStdString(), style);
+    m_styleByName.insert(style->name().toStdString(), NamedStyle{style, 0});
 }
 
 void DAmlHandler::setEnabledLocalStyle(bool on)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "folio/model/ditem.h"
 #include "folio/reader/drawkeymap.h"
 #include "folio/styles/dstyle.h"
 
@@ -9,8 +10,8 @@
 
 class DAmlAttributes;
 class DString;
+template <class Text> class DStringPool;
 class DDocument;
-class DItem;
 
 // Builds a document from the events of a markup reader, one item per element and one text item
 // per run of character data. Subclasses see every event first and pass on what belongs to the
@@ -55,16 +56,25 @@ private:
     struct Frame;
     bool openItem(int kind, const DAmlAttributes& attributes);
     bool defineStyle(const DAmlAttributes& attributes);
-    bool linkItem(std::unique_ptr<DItem> item);
+    bool linkItem(DItemPtr item);
 
     void indexStyle(const DStylePtr& style);
 
     DStyleList m_styles;
-    DRawKeyMap<DStylePtr> m_styleByName; // given and local styles, keyed by the UTF-8 name
+    // The given and local styles, keyed by the UTF-8 name, with their number in DStyleTable
+    // once an item used them.
+    struct NamedStyle
+    {
+        DStylePtr style;
+        mutable std::uint32_t number;
+    };
+    DRawKeyMap<NamedStyle> m_styleByName;
     bool m_localStylesEnabled = false;
     DStyleList m_localStyles;
     std::unique_ptr<DDocument> m_document;
     std::vector<Frame> m_frames;
     DItem* m_openedItem = nullptr;
     QString m_error;
+    // Link targets repeat ("::s1", the same source line): each is stored once.
+    std::unique_ptr<DStringPool<DString>> m_targets;
 };

@@ -133,7 +133,7 @@ private Q_SLOTS:
 
         int copied = 0;
         for (DItem* item = doc->firstChild(); item; item = item->next()) {
-            std::unique_ptr<DItem> copy = item->copy();
+            DItemPtr copy = item->copy();
             QCOMPARE(copy->type(), item->type());
             QCOMPARE(copy->next(), nullptr);
             QCOMPARE(copy->parent(), nullptr);

@@ -182,5 +182,7 @@ int QAReporterNodeValidator::isValid(const QAReporterNode& node) const
         result |= AttrState;
     if (m_newFailuresOnly && !node.newFailure && !node.holdsNewFailure)
         result &= ~AttrState;
+    if (m_hideDismissed && node.hiddenAsDismissed)
+        result &= ~AttrState;
     return result;
 }

@@ -34,6 +34,8 @@ public:
     // Keeps only the nodes that are new failures against a baseline or hold some.
     void setNewFailuresOnly(bool on) { m_newFailuresOnly = on; }
     bool newFailuresOnly() const { return m_newFailuresOnly; }
+    // Leaves out the nodes marked hidden as dismissed results (QAReporterNode::hiddenAsDismissed).
+    void setHideDismissed(bool on) { m_hideDismissed = on; }
 
     unsigned active() const { return m_active; }
     const QList<QRegularExpression>& typeExpressions() const { return m_typeExps; }
@@ -60,6 +62,7 @@ private:
 
     unsigned m_active = 0;
     bool m_newFailuresOnly = false;
+    bool m_hideDismissed = false;
     std::optional<Criterion> m_nameExp;
     QList<QRegularExpression> m_typeExps;
     // The hidden types of m_typeExps that are plain texts, and their lengths: a type is hidden

@@ -242,6 +242,7 @@ void DefectsDock::setSelectedClosed(bool closed)
         QADialogs::warning(this, windowTitle(), store.errorString());
         return;
     }
+    Q_EMIT closedChanged();
     // The same rows stay selected across the new reading.
     refresh();
     const QSet<qint64> changed(ids.cbegin(), ids.cend());

@@ -42,6 +42,8 @@ public:
 
 Q_SIGNALS:
     void openRequested(const Defect& defect);
+    // Defects were closed or reopened here.
+    void closedChanged();
 
 private:
     // The defects shown, in the order shown.

@@ -58,6 +58,7 @@ DefectsHost::DefectsHost(QMainWindow* window, StudioSettings* settings, const St
     connect(m_tracker.get(), &DefectTracker::filed, m_dock, &DefectsDock::refresh);
     connect(m_tracker.get(), &DefectTracker::reviewed, m_dock, &DefectsDock::refresh);
     connect(m_dock, &DefectsDock::openRequested, this, &DefectsHost::showDefect);
+    connect(m_dock, &DefectsDock::closedChanged, m_tracker.get(), &DefectTracker::defectsChanged);
 }
 
 DefectsHost::~DefectsHost()

@@ -61,25 +61,42 @@ quint16 DefectTracker::failed(const QString& reason)
     return 0;
 }
 
-QString DefectTracker::reviewNote(const QString& identity, const QString& rule) const
+QString DefectTracker::noteOf(const Review& review)
+{
+    QString note = tr("Reviewed: %1 by %2 at %3")
+                       .arg(review.status, review.who,
+                            review.when.toString(QStringLiteral("yyyy-MM-dd hh:mm 'UTC'")));
+    if (!review.comment.isEmpty())
+        note += QLatin1Char('\n') + review.comment;
+    return note;
+}
+
+QList<ReviewRecord> DefectTracker::reviewRecords() const
 {
     DefectStore store(m_storePath);
     QList<Review> reviews;
     if (!store.readReviews(&reviews))
-        return QString();
-    const Review* found = nullptr;
+        return {};
+    QList<ReviewRecord> records;
     for (const Review& review : std::as_const(reviews)) {
-        if (review.identity == identity && (review.rule == rule || review.rule.isEmpty()))
-            found = review.rule == rule || !found ? &review : found;
+        if (review.status != QLatin1String("unreviewed"))
+            records.append({review.identity, review.rule, review.status, noteOf(review)});
     }
-    if (!found || found->status == QLatin1String("unreviewed"))
-        return QString();
-    QString note = tr("Reviewed: %1 by %2 at %3")
-                       .arg(found->status, found->who,
-                            found->when.toString(QStringLiteral("yyyy-MM-dd hh:mm 'UTC'")));
-    if (!found->comment.isEmpty())
-        note += QLatin1Char('\n') + found->comment;
-    return note;
+    return records;
+}
+
+QList<DefectRecord> DefectTracker::openDefects() const
+{
+    DefectStore store(m_storePath);
+    QList<Defect> defects;
+    if (!store.read(&defects))
+        return {};
+    QList<DefectRecord> records;
+    for (const Defect& defect : std::as_const(defects)) {
+        if (!defect.closed)
+            records.append({defect.id, defect.file, defect.itemPath, defect.headline});
+    }
+    return records;
 }
 
 bool DefectTracker::recordReview(const QString& identity, const QString& rule,

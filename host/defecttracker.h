@@ -2,6 +2,7 @@
 
 #include "defects/defectstore.h"
 #include "sdk/trackwellinterface.h"
+#include "sdk/triagerecords.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -62,9 +63,10 @@ public:
     bool recordReview(const QString& identity, const QString& rule, const QString& status,
                       const QString& comment, QString* error);
 
-    // The review of the result `identity` found by `rule` (or of the identity for any rule) as a
-    // line for the user; empty when there is none or the store cannot be read.
-    QString reviewNote(const QString& identity, const QString& rule) const;
+    // Every review that is not "unreviewed", and every open defect, read at once; none when the
+    // store cannot be read.
+    QList<ReviewRecord> reviewRecords() const;
+    QList<DefectRecord> openDefects() const;
 
     quint16 open() override;
     quint16 setHeadline(const char* headline) override;
@@ -80,8 +82,12 @@ Q_SIGNALS:
     void filed(qint64 id);
     void reviewed();
     void storePathChanged();
+    // Defects were closed or reopened.
+    void defectsChanged();
 
 private:
+    // "Reviewed: STATUS by WHO at WHEN" and the comment below.
+    static QString noteOf(const Review& review);
     quint16 succeeded();
     quint16 failed(const QString& reason);
     bool hashAttachments(QString* error);

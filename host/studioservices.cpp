@@ -217,12 +217,6 @@ TrackwellInterface* StudioServices::trackwellInterface() const
     return m_tracker();
 }
 
-QString StudioServices::reviewNote(const QString& identity, const QString& rule) const
-{
-    const DefectTracker* tracker = m_tracker();
-    return tracker ? tracker->reviewNote(identity, rule) : QString();
-}
-
 bool StudioServices::recordReview(const QString& identity, const QString& rule,
                                   const QString& status, const QString& comment, QString* error)
 {
@@ -235,4 +229,27 @@ bool StudioServices::recordReview(const QString& identity, const QString& rule,
 QString StudioServices::originalFileOf(const QString& path) const
 {
     return ImportCache::originalOf(path);
+}
+
+QList<ReviewRecord> StudioServices::reviewRecords() const
+{
+    const DefectTracker* tracker = m_tracker();
+    return tracker ? tracker->reviewRecords() : QList<ReviewRecord>();
+}
+
+QList<DefectRecord> StudioServices::openDefects() const
+{
+    const DefectTracker* tracker = m_tracker();
+    return tracker ? tracker->openDefects() : QList<DefectRecord>();
+}
+
+void StudioServices::watchTriage(QObject* context, std::function<void()> changed)
+{
+    DefectTracker* tracker = m_tracker();
+    if (!tracker || !context)
+        return;
+    for (auto signal : {&DefectTracker::reviewed, &DefectTracker::storePathChanged,
+                        &DefectTracker::defectsChanged})
+        connect(tracker, signal, context, changed);
+    connect(tracker, &DefectTracker::filed, context, changed);
 }

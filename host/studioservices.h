@@ -51,7 +51,9 @@ public:
     QString originalFileOf(const QString& path) const override;
     bool recordReview(const QString& identity, const QString& rule, const QString& status,
                       const QString& comment, QString* error) override;
-    QString reviewNote(const QString& identity, const QString& rule) const override;
+    QList<ReviewRecord> reviewRecords() const override;
+    QList<DefectRecord> openDefects() const override;
+    void watchTriage(QObject* context, std::function<void()> changed) override;
 
 private:
     // The source file of `request` at its place, found beside the report shown, under a source

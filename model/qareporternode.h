@@ -3,6 +3,7 @@
 #include "folio/model/dstring.h"
 
 #include <QString>
+#include <QtGlobal>
 #include <iosfwd>
 
 class DItem;
@@ -39,6 +40,24 @@ public:
     // such results below it.
     bool newFailure = false;
     bool holdsNewFailure = false;
+    // What the user decided about the result, and the first open defect filed for it (0: none).
+    enum class Review : quint8
+    {
+        None,
+        Confirmed,
+        FalsePositive,
+        Intentional
+    };
+    Review review = Review::None;
+    qint64 defectId = 0;
+    // With dismissed results hidden: the node is one, or holds some and nothing else shown.
+    bool hiddenAsDismissed = false;
+
+    // Reviewed as a false positive or as intended.
+    bool dismissed() const
+    {
+        return review == Review::FalsePositive || review == Review::Intentional;
+    }
 };
 
 // Debug dump: name, type, state and tag, then the kinds of the bounding items when set.

@@ -30,6 +30,8 @@ std::unique_ptr<QARes> QAReporterPref::toResources(const char* name)
     group->add<QAResBoolean>(QStringLiteral("auto_raise"), general->autoRaise);
     group->add<QAResInt>(QStringLiteral("auto_depth"), general->autoDepth);
     group->append(styles->toResources());
+    if (hideDismissed)
+        group->add<QAResBoolean>(QStringLiteral("hide_dismissed"), true);
     if (!baselines.isEmpty()) {
         auto* list = group->add<QAResGroup>(QStringLiteral("baselines"));
         for (auto entry = baselines.cbegin(); entry != baselines.cend(); ++entry) {
@@ -74,6 +76,9 @@ void QAReporterPref::fromResources(QARes* res, const char* /*name*/)
         } else if (childName == QLatin1String("auto_depth")) {
             if (const QAResInt* integer = child->toResInt())
                 general->autoDepth = integer->value();
+        } else if (childName == QLatin1String("hide_dismissed")) {
+            if (const QAResBoolean* boolean = child->toResBoolean())
+                hideDismissed = boolean->value();
         } else if (childName == QLatin1String("baselines")) {
             readBaselines(child->toResGroup());
         }

@@ -38,6 +38,9 @@ public:
     // The baseline run each set of result files is compared with, by the first file of the set;
     // kept in "baselines", one group "baseline" with "file" and "base" for each.
     QMap<QString, QString> baselines;
+    // Whether the results reviewed as false positive or intentional are hidden; kept in
+    // "hide_dismissed" after "STYLES" while it is on.
+    bool hideDismissed = false;
 
 public Q_SLOTS:
     virtual void prefDialogAccepted();

@@ -1,8 +1,10 @@
 #include "sdk/studiointerface.h"
 
 #include "sdk/sourcerequest.h"
+#include "sdk/triagerecords.h"
 
 #include <QCoreApplication>
+#include <QList>
 #include <QString>
 
 StudioInterface::~StudioInterface() = default;
@@ -17,11 +19,6 @@ void StudioInterface::openSource(const SourceRequest& request)
     openLocation(request.location(), 3, true);
 }
 
-QString StudioInterface::reviewNote(const QString&, const QString&) const
-{
-    return QString();
-}
-
 bool StudioInterface::recordReview(const QString&, const QString&, const QString&, const QString&,
                                    QString* error)
 {
@@ -29,3 +26,15 @@ bool StudioInterface::recordReview(const QString&, const QString&, const QString
         *error = QCoreApplication::translate("StudioInterface", "This studio keeps no reviews.");
     return false;
 }
+
+QList<ReviewRecord> StudioInterface::reviewRecords() const
+{
+    return {};
+}
+
+QList<DefectRecord> StudioInterface::openDefects() const
+{
+    return {};
+}
+
+void StudioInterface::watchTriage(QObject*, std::function<void()>) {}

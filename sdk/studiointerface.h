@@ -1,14 +1,18 @@
 #pragma once
 
 #include <QtContainerFwd>
+#include <functional>
 
 class QAILogMonitor;
 class QAOutputWindow;
 class QAResProducer;
 class QMenu;
+class QObject;
 class QString;
 class QWidget;
 class TrackwellInterface;
+struct DefectRecord;
+struct ReviewRecord;
 struct SourceRequest;
 
 // The services the studio offers to its viewer plug-ins. The host implements it; the plug-in
@@ -73,7 +77,12 @@ public:
     // a store keeps none.
     virtual bool recordReview(const QString& identity, const QString& rule, const QString& status,
                               const QString& comment, QString* error);
-    // What the user decided about the result `identity` found by `rule`, as a line to show;
-    // empty when it is not reviewed or the studio keeps no reviews.
-    virtual QString reviewNote(const QString& identity, const QString& rule) const;
+    // Every decision kept that is not "unreviewed", read at once; none when the studio keeps
+    // no reviews or cannot read them.
+    virtual QList<ReviewRecord> reviewRecords() const;
+    // The open defects filed, read at once; none when the studio keeps no defects.
+    virtual QList<DefectRecord> openDefects() const;
+    // Calls `changed` whenever a review or a defect is kept, changed, or the store is changed
+    // for another, for as long as `context` lives. A studio that keeps neither never calls it.
+    virtual void watchTriage(QObject* context, std::function<void()> changed);
 };

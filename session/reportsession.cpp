@@ -13,6 +13,7 @@
 #include "reader/reportloader.h"
 #include "session/failurewalk.h"
 #include "session/sessioncontext.h"
+#include "session/triagemarks.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -55,7 +56,8 @@ QString tr(const char* text)
 ReportSession::ReportSession(SessionContext* context)
     : m_ownContext(context ? nullptr : std::make_unique<SessionContext>()),
       m_context(context ? context : m_ownContext.get()),
-      m_validator(std::make_unique<QAReporterNodeValidator>())
+      m_validator(std::make_unique<QAReporterNodeValidator>()),
+      m_triage(std::make_unique<TriageMarks>())
 {
 }
 
@@ -119,6 +121,45 @@ void ReportSession::add(Reading reading)
     for (auto& record : reading.records)
         m_records.push_back(std::move(record));
     updateTypes();
+    markTriage();
+    m_analysed = false;
+}
+
+void ReportSession::setTriage(const QList<ReviewRecord>& reviews,
+                              const QList<DefectRecord>& defects)
+{
+    m_triage->setRecords(reviews, defects);
+    markTriage();
+    if (m_hideDismissed)
+        m_analysed = false;
+}
+
+void ReportSession::markTriage()
+{
+    const auto markTree = [this](const QAReporterData& record) {
+        if (!record.tree)
+            return;
+        m_triage->mark(record.tree->rootNode(), QFileInfo(record.fileName).fileName(),
+                       m_context->originalFileOf(
+                           QDir::cleanPath(QFileInfo(record.fileName).absoluteFilePath())));
+    };
+    QSet<const QAReporterData*> records;
+    for (const auto& record : m_records) {
+        markTree(*record);
+        records.insert(record.get());
+    }
+    if (!m_filter)
+        return;
+    for (const QAReporterData* shown : m_filter->filtered()) {
+        if (!records.contains(shown))
+            markTree(*shown);
+    }
+}
+
+void ReportSession::setHideDismissed(bool on)
+{
+    m_hideDismissed = on;
+    m_validator->setHideDismissed(on);
     m_analysed = false;
 }
 
@@ -216,6 +257,12 @@ void ReportSession::filterRecords()
     else
         m_filter = std::make_unique<QAReporterFilter>();
     makeTagsUnique();
+    if (m_hideDismissed) {
+        for (const auto& record : m_records) {
+            if (record->tree)
+                TriageMarks::markHiddenAsDismissed(record->tree->rootNode(), *m_validator);
+        }
+    }
     m_filter->setValidator(*m_validator);
     QList<QAReporterData*> records;
     for (const auto& record : m_records)

@@ -19,6 +19,9 @@ class QAReporterFilter;
 class QAReporterNode;
 class QAReporterNodeValidator;
 class SessionContext;
+class TriageMarks;
+struct DefectRecord;
+struct ReviewRecord;
 template <class T> class QTreeNode;
 
 // What a viewer shows of a set of result files, without widgets, so that every face of the
@@ -159,7 +162,18 @@ public:
     bool newFailuresOnly() const;
     void setNewFailuresOnly(bool on);
 
+    // The user's reviews and open defects: every node shown is marked with its own (see
+    // QAReporterNode::review and defectId), the filtered copies too.
+    void setTriage(const QList<ReviewRecord>& reviews, const QList<DefectRecord>& defects);
+    const TriageMarks& triage() const { return *m_triage; }
+    // The mode that hides the results reviewed as false positive or intentional, and the nodes
+    // that hold nothing else.
+    bool hideDismissed() const { return m_hideDismissed; }
+    void setHideDismissed(bool on);
+
 private:
+    // Marks the trees of the records, and of their filtered copies, with the triage.
+    void markTriage();
     void makeTagsUnique();
     // Marks the result nodes of the records that are new against the baseline, and their
     // ancestors as holding them.
@@ -189,4 +203,6 @@ private:
     std::vector<qint64> m_newByRecord; // new failures of each record
 
     bool m_newFailuresMarked = false;
+    std::unique_ptr<TriageMarks> m_triage;
+    bool m_hideDismissed = false;
 };

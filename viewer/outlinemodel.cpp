@@ -10,6 +10,8 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPainter>
+#include <QPainterPath>
 
 namespace {
 
@@ -74,6 +76,59 @@ QVariant levelColour(const QString& level)
 QVariant levelColour(const QAReporterNode& node)
 {
     return node.stat == QSKO ? levelColour(node.level) : QVariant();
+}
+
+// The triage marks in the corners of a verdict's picture: a dot at the bottom right for a review
+// (red when confirmed, grey and struck through when dismissed), a blue square at the top right
+// for an open defect.
+QIcon withMarks(const QIcon& verdict, const QAReporterNode& node)
+{
+    constexpr int side = 16;
+    QPixmap picture(side, side);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!verdict.isNull())
+        verdict.paint(&painter, QRect(0, 0, side, side));
+    if (node.review != QAReporterNode::Review::None) {
+        const QRectF dot(side - 8.5, side - 8.5, 8, 8);
+        painter.setPen(QPen(Qt::white, 1));
+        painter.setBrush(node.dismissed() ? QColor(0x75, 0x75, 0x75) : QColor(0xc6, 0x28, 0x28));
+        painter.drawEllipse(dot);
+        if (node.dismissed()) {
+            painter.setPen(QPen(Qt::white, 1.5));
+            painter.drawLine(dot.bottomLeft() + QPointF(2, -2), dot.topRight() + QPointF(-2, 2));
+        }
+    }
+    if (node.defectId != 0) {
+        painter.setPen(QPen(Qt::white, 1));
+        painter.setBrush(QColor(0x15, 0x65, 0xc0));
+        painter.drawRect(QRectF(side - 6.5, 0.5, 6, 6));
+    }
+    painter.end();
+    return QIcon(picture);
+}
+
+// What the marks say, for screen readers; empty when there are none.
+QString marksText(const QAReporterNode& node)
+{
+    QStringList parts;
+    switch (node.review) {
+    case QAReporterNode::Review::Confirmed:
+        parts.append(OutlineModel::tr("reviewed as confirmed"));
+        break;
+    case QAReporterNode::Review::FalsePositive:
+        parts.append(OutlineModel::tr("reviewed as false positive"));
+        break;
+    case QAReporterNode::Review::Intentional:
+        parts.append(OutlineModel::tr("reviewed as intentional"));
+        break;
+    case QAReporterNode::Review::None:
+        break;
+    }
+    if (node.defectId != 0)
+        parts.append(OutlineModel::tr("defect %1 filed").arg(node.defectId));
+    return parts.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -435,19 +490,45 @@ QVariant OutlineModel::data(const QModelIndex& index, int role) const
             return shown->name.toString();
         if (role == Qt::DecorationRole && !shown->icon.isNull())
             return pictureOf(shown->icon);
+        // A dismissed result's name is grey and slanted: read, and set aside.
         if (role == Qt::ForegroundRole)
-            return levelColour(*shown);
-        if (role == Qt::FontRole && shown->newFailure) {
-            QFont bold;
-            bold.setBold(true);
-            return bold;
+            return shown->dismissed() ? QVariant(QColor(Qt::gray)) : levelColour(*shown);
+        if (role == Qt::FontRole && (shown->newFailure || shown->dismissed())) {
+            QFont font;
+            font.setBold(shown->newFailure);
+            font.setItalic(shown->dismissed());
+            return font;
+        }
+        if (role == Qt::AccessibleDescriptionRole) {
+            const QString marks = marksText(*shown);
+            return marks.isEmpty() ? QVariant() : marks;
         }
         return {};
+    }
+    if (role == Qt::AccessibleTextRole) {
+        const QString level = levelName(*shown);
+        const QString marks = marksText(*shown);
+        return level.isEmpty() || marks.isEmpty() ? level + marks
+                                                  : level + QStringLiteral(", ") + marks;
     }
     if (role != Qt::DecorationRole)
         return {};
     const QIcon icon = verdictIcon(*shown);
-    return icon.isNull() ? QVariant() : icon;
+    if (shown->review == QAReporterNode::Review::None && shown->defectId == 0)
+        return icon.isNull() ? QVariant() : icon;
+    return markedIcon(icon, *shown);
+}
+
+QIcon OutlineModel::markedIcon(const QIcon& verdict, const QAReporterNode& node) const
+{
+    const quint64 key = (quint64(verdict.cacheKey()) << 3) ^ (quint64(node.review) << 1) ^
+                        quint64(node.defectId != 0);
+    const auto known = m_markedIcons.constFind(key);
+    if (known != m_markedIcons.constEnd())
+        return known.value();
+    const QIcon icon = withMarks(verdict, node);
+    m_markedIcons.insert(key, icon);
+    return icon;
 }
 
 QVariant OutlineModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -112,6 +112,8 @@ private:
     void loadIcons();
     QIcon pictureOf(const QString& fileName) const;
     QIcon verdictIcon(const QAReporterNode& node) const;
+    // `verdict` with the marks of the node's review and defect drawn over it.
+    QIcon markedIcon(const QIcon& verdict, const QAReporterNode& node) const;
     QString toolTip(const QModelIndex& index) const;
     const OutlineNode* above(const QModelIndex& parent) const;
     const OutlineNode* shownChild(const OutlineNode* node, int row) const;
@@ -131,6 +133,8 @@ private:
     QSet<const OutlineNode*> m_results;
     // One icon per distinct picture file name, made when first drawn.
     mutable QHash<QString, QIcon> m_pictures;
+    // The verdicts' pictures with triage marks, by picture and marks: a handful in all.
+    mutable QHash<quint64, QIcon> m_markedIcons;
     QIcon m_report;
     QIcon m_ok;
     QIcon m_failed;

@@ -9,8 +9,10 @@
 #include "prefs/qareporterprefgeneral.h"
 #include "sdk/qares.h"
 #include "sdk/studiointerface.h"
+#include "sdk/triagerecords.h"
 #include "session/placehistory.h"
 #include "session/reportsession.h"
+#include "session/triagemarks.h"
 #include "viewer/outlinemodel.h"
 #include "viewer/outlinepane.h"
 #include "viewer/qareportermanager.h"
@@ -98,10 +100,8 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
         m_documentView->setBackgroundColor(s_preference->general->background);
 
     m_outline = new QARListView;
-    m_outline->outlineModel()->setNotes([](const QAReporterNode& node) {
-        StudioInterface* studio = hostStudio();
-        return studio && !node.key.isEmpty() ? studio->reviewNote(node.key, node.rule) : QString();
-    });
+    m_outline->outlineModel()->setNotes(
+        [this](const QAReporterNode& node) { return m_session->triage().noteOf(node); });
     m_outline->setObjectName(QStringLiteral("reportOutline"));
     QHeaderView* columns = m_outline->header();
     columns->setStretchLastSection(false);
@@ -117,6 +117,7 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     m_contextPopup->addAction(tr("&Go to"), this, &QAReporter::gotoMenu);
     m_submitEntry = m_contextPopup->addAction(tr("&Submit Trackwell Defect Report"), this,
                                               &QAReporter::submitTrackwell);
+    m_contextPopup->setToolTipsVisible(true); // says why Review is disabled
     m_reviewMenu = m_contextPopup->addMenu(tr("&Review"));
     m_reviewMenu->setObjectName(QStringLiteral("reviewMenu"));
     const QList<std::pair<QString, QString>> decisions{
@@ -147,6 +148,13 @@ QAReporter::QAReporter(const QString& title, const QPixmap& icon, QWidget* paren
     connect(m_outline->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& entry) { moveDoc(entry); });
     connect(m_outline, &QAListView::doubleClicked, this, &QAReporter::moveDocRaise);
+
+    if (s_preference)
+        m_session->setHideDismissed(s_preference->hideDismissed);
+    if (studio) {
+        m_session->setTriage(studio->reviewRecords(), studio->openDefects());
+        studio->watchTriage(this, [this] { refreshTriage(); });
+    }
 
     m_toolBar = QARToolBar::getToolBar(studio);
     if (!m_toolBar) {
@@ -231,6 +239,7 @@ void QAReporter::activated()
     QAStViewerWindow::activated();
     if (!hasFocus())
         setFocus();
+    followHideDismissed();
     setupToolBar(true);
     if (!m_commandsMenu)
         createToolMenu();

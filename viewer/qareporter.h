@@ -148,6 +148,9 @@ public Q_SLOTS:
     void clearBaseline();
     // Shows the new failures only, or all that the failed-only mode shows, again.
     void switchNewFailuresOnly();
+    // Hides the results reviewed as false positive or intentional, or shows them again; the
+    // choice holds for every window and is kept with the preferences.
+    void switchHideDismissed();
 
 Q_SIGNALS:
     void viewUpdated();
@@ -197,6 +200,11 @@ private:
     bool newFailuresOnlyWanted() const;
     // The file a tab's baseline is remembered by: the first one shown.
     QString baselineKey() const;
+    // Reads the reviews and open defects from the studio again and shows them: the marks, and
+    // with dismissed results hidden, what is hidden.
+    void refreshTriage();
+    // Takes the choice of hiding dismissed results made in another window.
+    void followHideDismissed();
 
     static QAReporterPref* s_preference;
     static QAReporterManager* s_manager;

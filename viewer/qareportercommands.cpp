@@ -29,6 +29,7 @@ enum CommandId
     NextFindingId = 107,
     PreviousFindingId = 108,
     NewFailuresOnlyId = 109,
+    HideDismissedId = 110,
     FirstTypeId = 202
 };
 
@@ -83,7 +84,12 @@ void QAReporter::updateSubmitEntry(QAction* entry, const QModelIndex& item) cons
 void QAReporter::updateReviewEntries(const QModelIndex& item) const
 {
     const OutlineNode* node = OutlineModel::nodeOf(item);
-    m_reviewMenu->setEnabled(node && node->data && !node->data->key.isEmpty());
+    const bool identified = node && node->data && !node->data->key.isEmpty();
+    m_reviewMenu->setEnabled(identified);
+    const QString why =
+        identified ? QString() : tr("This result has no identity to keep a review under");
+    m_reviewMenu->menuAction()->setStatusTip(why);
+    m_reviewMenu->menuAction()->setToolTip(why);
 }
 
 QModelIndex QAReporter::currentEntry() const
@@ -127,7 +133,10 @@ void QAReporter::setupToolBar(bool on)
                 Qt::UniqueConnection);
         connect(m_toolBar, &QARToolBar::newFailuresOnlyClicked, this,
                 &QAReporter::switchNewFailuresOnly, Qt::UniqueConnection);
+        connect(m_toolBar, &QARToolBar::hideDismissedClicked, this,
+                &QAReporter::switchHideDismissed, Qt::UniqueConnection);
         m_toolBar->setNewFailuresOnly(newFailuresOnlyWanted());
+        m_toolBar->setHideDismissed(m_session->hideDismissed());
     } else {
         disconnect(m_toolBar, &QARToolBar::KOsuivClicked, this, &QAReporter::nextKO);
         disconnect(m_toolBar, &QARToolBar::KOprecClicked, this, &QAReporter::prevKO);
@@ -137,6 +146,8 @@ void QAReporter::setupToolBar(bool on)
                    &QAReporter::previousFinding);
         disconnect(m_toolBar, &QARToolBar::newFailuresOnlyClicked, this,
                    &QAReporter::switchNewFailuresOnly);
+        disconnect(m_toolBar, &QARToolBar::hideDismissedClicked, this,
+                   &QAReporter::switchHideDismissed);
     }
 }
 
@@ -179,6 +190,13 @@ void QAReporter::updateToolMenu()
     newOnly->setCheckable(true);
     newOnly->setChecked(newFailuresOnlyWanted());
     newOnly->setEnabled(loaded && hasBaseline());
+    QAction* hideDismissed =
+        addEntry(tr("Hide Dis&missed Findings") + QLatin1Char('\t') +
+                     QARToolBar::hideDismissedKey().toString(QKeySequence::NativeText),
+                 HideDismissedId, &QAReporter::switchHideDismissed);
+    hideDismissed->setCheckable(true);
+    hideDismissed->setChecked(m_session->hideDismissed());
+    hideDismissed->setEnabled(loaded);
     m_commandsMenu->addSeparator();
 
     int nextId = FirstTypeId; // the type entries, then the dock and submission entries
@@ -290,6 +308,8 @@ QString QAReporter::helpText(int id, const QAction* entry)
         return tr("Move to the previous failed finding or test, over what holds them");
     case NewFailuresOnlyId:
         return tr("Display only the failures the baseline does not have");
+    case HideDismissedId:
+        return tr("Hide results reviewed as false positive or intentional");
     case GenerateHtmlId:
         return tr("Generate the viewer's content to a HTML file");
     case MoreTypesId:

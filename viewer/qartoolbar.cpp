@@ -37,6 +37,15 @@ QARToolBar::QARToolBar(const QString& label, QMainWindow* mainWindow) : QToolBar
     connect(m_newFailuresOnly, &QAction::triggered, this, &QARToolBar::newFailuresOnlyClicked);
     if (mainWindow)
         mainWindow->addAction(m_newFailuresOnly);
+    m_hideDismissed = addAction(tr("Hide Dismissed Findings"));
+    m_hideDismissed->setObjectName(QStringLiteral("Hide Dismissed Findings"));
+    m_hideDismissed->setCheckable(true);
+    m_hideDismissed->setShortcut(hideDismissedKey());
+    m_hideDismissed->setToolTip(tr("Hide results reviewed as false positive or intentional (%1)")
+                                    .arg(hideDismissedKey().toString(QKeySequence::NativeText)));
+    connect(m_hideDismissed, &QAction::triggered, this, &QARToolBar::hideDismissedClicked);
+    if (mainWindow)
+        mainWindow->addAction(m_hideDismissed);
     // The keys press the buttons at once, anywhere in the main window; a disabled button
     // ignores them.
     const std::pair<QToolButton*, QKeySequence> keys[] = {
@@ -78,6 +87,16 @@ void QARToolBar::setNewFailuresOnly(bool on)
     m_newFailuresOnly->setChecked(on);
 }
 
+QKeySequence QARToolBar::hideDismissedKey()
+{
+    return QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_D);
+}
+
+void QARToolBar::setHideDismissed(bool on)
+{
+    m_hideDismissed->setChecked(on);
+}
+
 QKeySequence QARToolBar::previousFindingKey()
 {
     return QKeySequence(Qt::CTRL | Qt::Key_Comma);
@@ -117,6 +136,7 @@ void QARToolBar::setEnabledAll(bool on)
     m_nextFinding->setEnabled(on);
     m_previousFinding->setEnabled(on);
     m_newFailuresOnly->setEnabled(on);
+    m_hideDismissed->setEnabled(on);
 }
 
 void QARToolBar::switchFilter()

@@ -39,6 +39,10 @@ public:
     QAction* newFailuresOnlyAction() const { return m_newFailuresOnly; }
     static QKeySequence newFailuresOnlyKey();
     void setNewFailuresOnly(bool on);
+    // The switch that hides the results reviewed as false positive or intentional, Ctrl+Shift+D,
+    // checked while the active window hides them.
+    static QKeySequence hideDismissedKey();
+    void setHideDismissed(bool on);
 
 public Q_SLOTS:
     void KOsClicked();
@@ -54,6 +58,7 @@ Q_SIGNALS:
     void nextFindingClicked();
     void previousFindingClicked();
     void newFailuresOnlyClicked();
+    void hideDismissedClicked();
 
 private:
     QToolButton* addButton(const QPixmap& icon, const QString& text, const QString& name,
@@ -67,5 +72,6 @@ private:
     QAction* m_nextFinding = nullptr;
     QAction* m_previousFinding = nullptr;
     QAction* m_newFailuresOnly = nullptr;
+    QAction* m_hideDismissed = nullptr;
     bool m_filtered = false;
 };

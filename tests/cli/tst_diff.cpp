@@ -1,5 +1,6 @@
 // crcview diff as a CI job runs it: the gate's exit statuses, the reports in each format, where
-// they are written, and the SARIF log checked by the SARIF multitool where it is installed.
+// they are written, the SARIF log checked by the SARIF multitool where it is installed, and the
+// JUnit reports checked by xmllint against the schema of the JUnit XML that Jenkins reads.
 
 #include "tests/testkit.h"
 
@@ -11,6 +12,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -556,6 +558,76 @@ private Q_SLOTS:
         const Run again = crcview({QStringLiteral("diff"), QStringLiteral("--format"),
                                    QStringLiteral("sarif"), m_base, m_head});
         QVERIFY(again.out.contains(guid));
+    }
+
+    // The JUnit reports of convert --to junit and summary --format junit pass xmllint --schema
+    // with the JUnit schema, from real tools' outputs and from names no report should break on:
+    // quotes, "]]>", control characters, a lone surrogate, a name that looks like markup.
+    void junitReportsPassTheSchema()
+    {
+        const QString xmllint = QStandardPaths::findExecutable(QStringLiteral("xmllint"));
+        if (xmllint.isEmpty())
+            QSKIP("xmllint is not installed (scripts/setup installs libxml2-utils)");
+        const auto check = [&xmllint](const QString& report) {
+            QProcess lint;
+            lint.start(xmllint, {QStringLiteral("--noout"), QStringLiteral("--schema"),
+                                 QStringLiteral(JUNIT_XSD), report});
+            if (!lint.waitForFinished(60000))
+                lint.kill();
+            const QString said = QString::fromLocal8Bit(lint.readAllStandardError());
+            if (lint.exitStatus() != QProcess::NormalExit || lint.exitCode() != 0)
+                qWarning().noquote() << said;
+            return lint.exitStatus() == QProcess::NormalExit && lint.exitCode() == 0;
+        };
+        // The schema holds: a case without a name is refused.
+        const QString nameless = path(QStringLiteral("nameless.xml"));
+        QVERIFY(writeFile(nameless, "<testsuites><testsuite name='s' tests='1'><testcase/>"
+                                    "</testsuite></testsuites>"));
+        QVERIFY(!check(nameless));
+
+        const QString hostileLog = path(QStringLiteral("hostile.sarif"));
+        QVERIFY(writeFile(
+            hostileLog,
+            "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"t\\\"o'ol ]]> "
+            "\\u0001\"}},"
+            "\"results\":[{\"ruleId\":\"R\\\"1' ]]> \\u0007\\u0000x\",\"level\":\"error\","
+            "\"message\":{\"text\":\"bad \\\"q\\\" ]]> <![CDATA[ x ]]> "
+            "\\u0001\\u001b\\u001f\\ud800 \\uFFFE end\"},"
+            "\"locations\":[{\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"src/\\\"we "
+            "ird'\\u0003]]>.c\"},"
+            "\"region\":{\"startLine\":3}}}]}]}]}"));
+        const QString hostileFile = path(QStringLiteral("h\"o]]>\x01st <b>.crc"));
+        QVERIFY(writeFile(hostileFile,
+                          "<XROD><DOCUMENT tag='d'><XROD:NODE type='File' name='a\"b ]]&gt; "
+                          "&amp;#1; &lt;/testsuite&gt;' state='ko'><SECTION>" +
+                              finding("f &quot;]]&gt;", 4, "ko", "m ]]&gt; \"q\" &lt;x/&gt;") +
+                              "</SECTION></XROD:NODE></DOCUMENT></XROD>"));
+        QStringList inputs{hostileLog, hostileFile, m_head};
+        for (const char* real : {"clang-merged.sarif", "flawfinder.sarif", "ctest-junit.xml",
+                                 "jest-junit.xml", "pytest-pyflakes-xunit1.xml"})
+            inputs.append(importData + QLatin1Char('/') + QLatin1String(real));
+        for (const char* real : {"eslint.sarif", "ctest-junit.xml"})
+            inputs.append(QStringLiteral(REAL_DATA_DIR "/") + QLatin1String(real));
+        int index = 0;
+        for (const QString& input : std::as_const(inputs)) {
+            const QString converted = path(QStringLiteral("junit-%1.xml").arg(++index));
+            Run run = crcview({QStringLiteral("convert"), QStringLiteral("--to"),
+                               QStringLiteral("junit"), input, QStringLiteral("-o"), converted});
+            QCOMPARE(run.status, 0);
+            QVERIFY2(check(converted), qPrintable(input));
+            run = crcview({QStringLiteral("summary"), QStringLiteral("--format"),
+                           QStringLiteral("junit"), input});
+            QCOMPARE(run.status, 0);
+            const QString summary = path(QStringLiteral("summary-%1.xml").arg(index));
+            QVERIFY(writeFile(summary, run.out.toUtf8()));
+            QVERIFY2(check(summary), qPrintable(input));
+        }
+        // The hostile texts are all there, escaped, but for the characters XML cannot carry.
+        QFile hostile(path(QStringLiteral("junit-1.xml")));
+        QVERIFY(hostile.open(QIODevice::ReadOnly));
+        const QByteArray xml = hostile.readAll();
+        QVERIFY2(xml.contains("classname=\"R&quot;1' ]]&gt; ??x\""), xml.constData());
+        QVERIFY2(xml.contains("bad &quot;q&quot; ]]&gt; &lt;![CDATA[ x ]]&gt;"), xml.constData());
     }
 
     // The SARIF multitool finds no error in the logs written, from SARIF and from result files.

@@ -15,6 +15,8 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QIcon>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -825,6 +827,167 @@ private Q_SLOTS:
         const QStringList said = m_studio.dialogs().messages();
         QCOMPARE(said.size(), 1);
         QVERIFY2(said.first().contains(folder), qPrintable(said.first()));
+    }
+
+    // Reviews and defects marked in the outline, and Code Review > Hide Dismissed Findings:
+    // a result reviewed as false positive or intentional goes, with the entries that hold
+    // nothing else, F8 passes it by, a review set while hiding is taken at once, a cleared one
+    // comes back, and the choice outlasts the tab. A result without an identity cannot be
+    // reviewed, and the menu says why.
+    void dismissedFindingsAndMarks()
+    {
+        const QString log = path(QStringLiteral("marks/lint.sarif"));
+        const auto result = [](const char* rule, const char* file, int line, const char* text) {
+            return QByteArray("{\"ruleId\":\"") + rule +
+                   "\",\"level\":\"warning\",\"message\":{\"text\":\"" + text +
+                   "\"},\"locations\":[{\"physicalLocation\":{\"artifactLocation\":{\"uri\":\"" +
+                   file + "\"},\"region\":{\"startLine\":" + QByteArray::number(line) + "}}}]}";
+        };
+        QVERIFY(writeFile(log, "{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":"
+                               "\"lint\"}},\"results\":[" +
+                                   result("R1", "src/a.c", 3, "gets is unsafe") + "," +
+                                   result("R1", "src/a.c", 9, "strcpy overflows") + "," +
+                                   result("R2", "src/b.c", 2, "sprintf overflows") + "]}]}"));
+        m_studio.useDefectStore(path(QStringLiteral("marks/defects.sqlite")));
+        QVERIFY(m_studio.open({log}));
+        const QString name = m_studio.outline()->model()->index(0, 0).data().toString();
+        const QStringList getsEntry{name, QStringLiteral("src/a.c"), QStringLiteral("R1"),
+                                    QStringLiteral("line 3: gets is unsafe")};
+        const QStringList strcpyEntry{name, QStringLiteral("src/a.c"), QStringLiteral("R1"),
+                                      QStringLiteral("line 9: strcpy overflows")};
+        const QStringList sprintfEntry{name, QStringLiteral("src/b.c"), QStringLiteral("R2"),
+                                       QStringLiteral("line 2: sprintf overflows")};
+        const auto entry = [this](const QStringList& names) {
+            return m_studio.outlineEntry(names);
+        };
+        const auto shown = [this](const QStringList& names) {
+            QModelIndex found;
+            const QAbstractItemModel* entries = m_studio.outline()->model();
+            for (const QString& one : names) {
+                const QModelIndex parent = found;
+                found = QModelIndex();
+                for (int row = 0; row < entries->rowCount(parent); ++row) {
+                    if (entries->index(row, 0, parent).data().toString() == one)
+                        found = entries->index(row, 0, parent);
+                }
+                if (!found.isValid())
+                    return false;
+            }
+            return true;
+        };
+        // What the verdict column draws and says of an entry.
+        const auto marks = [](const QModelIndex& found) {
+            return found.siblingAtColumn(1).data(Qt::AccessibleTextRole).toString();
+        };
+        const auto picture = [](const QModelIndex& found) {
+            return qvariant_cast<QIcon>(found.siblingAtColumn(1).data(Qt::DecorationRole))
+                .pixmap(16, 16)
+                .toImage();
+        };
+        const auto italic = [](const QModelIndex& found) {
+            return qvariant_cast<QFont>(found.data(Qt::FontRole)).italic();
+        };
+        QTreeView* tree = m_studio.outline();
+        const auto tipOf = [&tree](const QModelIndex& found) {
+            tree->scrollTo(found);
+            return QTextDocumentFragment::fromHtml(
+                       hover(tree->viewport(), tree->visualRect(found).center()))
+                .toPlainText();
+        };
+        const auto comment = [](const QString& text) {
+            return actingOn([text](QDialog* dialog) {
+                QTest::keyClicks(dialog->findChild<QPlainTextEdit*>(), text);
+                click(dialog, QStringLiteral("OK"));
+            });
+        };
+        const QImage plain = picture(entry(getsEntry));
+        QCOMPARE(marks(entry(getsEntry)), QStringLiteral("Level: warning"));
+
+        // Marks: confirmed, dismissed, and a defect filed through the menu.
+        m_studio.dialogs().dialogRuns.append(comment(QStringLiteral("real")));
+        QVERIFY(chooseReview(entry(getsEntry), QStringLiteral("Confirmed...")));
+        m_studio.dialogs().dialogRuns.append(comment(QStringLiteral("<i>bounded</i>")));
+        QVERIFY(chooseReview(entry(sprintfEntry), QStringLiteral("False Positive...")));
+        QVERIFY2(marks(entry(getsEntry)).contains(QLatin1String("confirmed")),
+                 qPrintable(marks(entry(getsEntry))));
+        QVERIFY(picture(entry(getsEntry)) != plain);
+        QVERIFY(!italic(entry(getsEntry)));
+        QVERIFY2(marks(entry(sprintfEntry)).contains(QLatin1String("false positive")),
+                 qPrintable(marks(entry(sprintfEntry))));
+        QVERIFY(picture(entry(sprintfEntry)) != picture(entry(getsEntry)));
+        QVERIFY(italic(entry(sprintfEntry)));
+        QVERIFY(tipOf(entry(sprintfEntry)).contains(QLatin1String("<i>bounded</i>")));
+        QCOMPARE(marks(entry(strcpyEntry)), QStringLiteral("Level: warning"));
+        m_studio.dialogs().dialogRuns.append(
+            actingOn([](QDialog* dialog) { click(dialog, QStringLiteral("File")); }));
+        QVERIFY(m_studio.fileDefect(strcpyEntry));
+        QVERIFY2(marks(entry(strcpyEntry)).contains(QLatin1String("defect 1")),
+                 qPrintable(marks(entry(strcpyEntry))));
+        QVERIFY(picture(entry(strcpyEntry)) != plain);
+        QVERIFY2(tipOf(entry(strcpyEntry)).contains(QLatin1String("Defect 1: ")),
+                 qPrintable(tipOf(entry(strcpyEntry))));
+
+        // Hidden: the dismissed result and b.c, which holds nothing else.
+        QVERIFY(m_studio.trigger(
+            {QStringLiteral("Code Review"), QStringLiteral("Hide Dismissed Findings")}));
+        QVERIFY(!shown(sprintfEntry));
+        QVERIFY(!shown(sprintfEntry.mid(0, 2)));
+        QVERIFY(shown(getsEntry) && shown(strcpyEntry));
+        QVERIFY(
+            m_studio
+                .entry({QStringLiteral("Code Review"), QStringLiteral("Hide Dismissed Findings")})
+                ->isChecked());
+        QVERIFY(m_studio.clickEntry(entry({name})));
+        QStringList visited;
+        for (int step = 0; step < 8; ++step) {
+            m_studio.press(Qt::Key_F8);
+            visited.append(m_studio.currentEntry().join(QLatin1Char('/')));
+        }
+        QVERIFY2(visited.contains(strcpyEntry.join(QLatin1Char('/'))),
+                 qPrintable(visited.join(' ')));
+        QVERIFY2(!visited.join(' ').contains(QLatin1String("b.c")), qPrintable(visited.join(' ')));
+
+        // Reviewed as intentional while hidden: gone at once.
+        m_studio.dialogs().dialogRuns.append(comment(QStringLiteral("on purpose")));
+        QVERIFY(chooseReview(entry(strcpyEntry), QStringLiteral("Intentional...")));
+        QVERIFY(!shown(strcpyEntry));
+        QVERIFY(shown(getsEntry));
+
+        // Kept for the next tab.
+        QVERIFY(m_studio.closeAllTabs());
+        QVERIFY(m_studio.open({log}));
+        QVERIFY(!shown(sprintfEntry) && !shown(strcpyEntry) && shown(getsEntry));
+
+        // Shown again (its key), cleared, and kept when hidden again.
+        m_studio.press(Qt::Key_D, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(shown(sprintfEntry));
+        QVERIFY(
+            !m_studio
+                 .entry({QStringLiteral("Code Review"), QStringLiteral("Hide Dismissed Findings")})
+                 ->isChecked());
+        m_studio.dialogs().dialogRuns.append(comment(QString()));
+        QVERIFY(chooseReview(entry(sprintfEntry), QStringLiteral("Clear...")));
+        QVERIFY(!italic(entry(sprintfEntry)));
+        QCOMPARE(marks(entry(sprintfEntry)), QStringLiteral("Level: warning"));
+        QVERIFY(m_studio.trigger(
+            {QStringLiteral("Code Review"), QStringLiteral("Hide Dismissed Findings")}));
+        QVERIFY(shown(sprintfEntry));
+        QVERIFY(!shown(strcpyEntry));
+        m_studio.press(Qt::Key_D, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(shown(strcpyEntry));
+
+        // A result without an identity.
+        const QString plainFile = path(QStringLiteral("marks/plain.crc"));
+        QVERIFY(writeFile(plainFile, reportLinkingTo(QStringLiteral("x"))));
+        QVERIFY(m_studio.open({plainFile}));
+        QMenu* menu = m_studio.openOutlineMenu(
+            entry({QStringLiteral("plain.crc"), QStringLiteral("finding")}));
+        QVERIFY(menu);
+        QAction* review = entryOf(menu, QStringLiteral("Review"));
+        QVERIFY(review && !review->isEnabled());
+        QCOMPARE(review->statusTip(),
+                 QStringLiteral("This result has no identity to keep a review under"));
+        m_studio.closeMenus();
     }
 };
 

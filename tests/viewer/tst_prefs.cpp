@@ -191,6 +191,7 @@ private Q_SLOTS:
         pref.baselines.insert(QStringLiteral("/runs/head <1>.sarif"),
                               QStringLiteral("/runs/base & old.sarif"));
         pref.baselines.insert(QStringLiteral("/runs/b.crc"), QStringLiteral("/runs/a.crc"));
+        pref.hideDismissed = true;
 
         QAResGroup root;
         root.append(pref.toResources(nullptr));
@@ -206,6 +207,7 @@ private Q_SLOTS:
         QCOMPARE(restored.general->background, QColor(12, 34, 56));
         QCOMPARE(restored.general->autoRaise, false);
         QCOMPARE(restored.general->autoDepth, 6);
+        QVERIFY(restored.hideDismissed);
         DStylePtr back = styleNamed(restored.styles->styles, QStringLiteral("Normal"));
         QCOMPARE(back->family(), QStringLiteral("Serif"));
         QCOMPARE(back->size(), 10);

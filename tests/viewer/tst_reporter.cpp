@@ -405,6 +405,7 @@ private Q_SLOTS:
         QCOMPARE(texts, QStringList({"&All Test Results",
                                      "&Failed Tests Only",
                                      "&New Failures Only\tCtrl+Shift+F8",
+                                     "Hide Dis&missed Findings\tCtrl+Shift+D",
                                      "-",
                                      "Rule (and all below)",
                                      "Metric (and all below)",
@@ -422,32 +423,32 @@ private Q_SLOTS:
                                      "Pre&vious Failed Test\tShift+F8",
                                      "Ne&xt Finding\tCtrl+.",
                                      "Previous Fin&ding\tCtrl+,"}));
-        QVERIFY(!menu->actions().at(7)->icon().isNull()); // Reload
+        QVERIFY(!menu->actions().at(8)->icon().isNull()); // Reload
         QVERIFY(menu->actions().at(0)->isChecked());
-        QVERIFY(menu->actions().at(4)->isChecked() && menu->actions().at(5)->isChecked());
-        QAction* printHeaderEntry = menu->actions().at(10);
+        QVERIFY(menu->actions().at(5)->isChecked() && menu->actions().at(6)->isChecked());
+        QAction* printHeaderEntry = menu->actions().at(11);
         QVERIFY(printHeaderEntry->isEnabled());        // two reports: the header shows
-        QVERIFY(!menu->actions().at(12)->isEnabled()); // the file entry is selected
+        QVERIFY(!menu->actions().at(13)->isEnabled()); // the file entry is selected
 
-        menu->actions().at(5)->trigger(); // hide Metric
+        menu->actions().at(6)->trigger(); // hide Metric
         Q_EMIT menu->aboutToShow();
-        QVERIFY(menu->actions().at(4)->isChecked());
-        QVERIFY(!menu->actions().at(5)->isChecked());
+        QVERIFY(menu->actions().at(5)->isChecked());
+        QVERIFY(!menu->actions().at(6)->isChecked());
         QCOMPARE(window.session().validator().typeExpressions().size(), 1);
         QCOMPARE(window.session().validator().typeExpressions().first().pattern(),
                  QStringLiteral("Metric"));
 
         QCOMPARE(helpText(window, 102), QStringLiteral("Reload the current report"));
         QCOMPARE(helpText(window, 100), QStringLiteral("Display complete report"));
-        const int printHeaderId = menu->actions().at(10)->data().toInt(); // the menu was rebuilt
+        const int printHeaderId = menu->actions().at(11)->data().toInt(); // the menu was rebuilt
         QCOMPARE(helpText(window, printHeaderId), QStringLiteral("Show or hide Print Header"));
         window.highlighted(102);
         QCOMPARE(studioWindow.statusBar()->currentMessage(),
                  QStringLiteral("Reload the current report"));
 
-        menu->actions().at(9)->trigger(); // "Show header": the dock goes
+        menu->actions().at(10)->trigger(); // "Show header": the dock goes
         QVERIFY(summaryDock(window)->isHidden());
-        QVERIFY(!menu->actions().at(10)->isEnabled());
+        QVERIFY(!menu->actions().at(11)->isEnabled());
 
         window.desactivated();
         QVERIFY(!shared->nextButton()->isEnabled());

@@ -30,9 +30,10 @@ DString::DString(const QString& text)
 
 DString& DString::operator=(const DString& other) noexcept
 {
+    const std::uintptr_t word = other.m_word; // `other` may be this very text
     other.retain();
     release();
-    m_word = other.m_word;
+    m_word = word;
     return *this;
 }
 

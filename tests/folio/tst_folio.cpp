@@ -2,11 +2,15 @@
 
 #include "folio/model/ddocument.h"
 #include "folio/model/dlink.h"
+#include "folio/model/dstring.h"
+#include "folio/model/dstyletable.h"
 #include "folio/reader/damlhandler.h"
 #include "folio/reader/damlreader.h"
 
 #include <QBuffer>
 #include <QTest>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -62,6 +66,94 @@ class TestFolio : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Texts of up to seven bytes live in the word, longer ones in a shared block: both read back
+    // as written, compare equal by content, and outlive the copies they came from.
+    void compactTextsReadAsTheyWereWritten()
+    {
+        QVERIFY(DString().isNull() && DString().isEmpty());
+        QVERIFY(!DString(std::string_view("")).isNull() && DString(std::string_view("")).isEmpty());
+        QVERIFY(DString(QString()).isNull());
+        QVERIFY(!DString(QLatin1String("")).isNull());
+        QVERIFY(DString().toString().isNull());
+        QVERIFY(!DString(std::string_view("")).toString().isNull());
+
+        const QStringList texts = {QStringLiteral("s12345"),
+                                   QStringLiteral("1234567"),
+                                   QStringLiteral("12345678"),
+                                   QStringLiteral("caf\u00e9!!"),
+                                   QStringLiteral("\u20ac\u20ac\u20ac"),
+                                   QString::fromUtf8("\xf0\x9f\x98\x80 emoji"),
+                                   QString(300, QLatin1Char('x'))};
+        for (const QString& text : texts) {
+            DString compact(text);
+            QCOMPARE(compact.toString(), text);
+            QCOMPARE(compact.size(), text.toUtf8().size());
+            QVERIFY(compact == text && text == compact && !(compact != text));
+            QVERIFY(compact != QString(text + QLatin1Char('.')));
+            DString copy = compact;
+            compact = DString(QStringLiteral("other"));
+            QCOMPARE(copy.toString(), text); // the copy keeps the text when the first goes
+            QVERIFY(copy == DString(text));
+            DString moved = std::move(copy);
+            QVERIFY(copy.isNull());
+            QCOMPARE(QString(moved), text);
+            const DString& same = moved;
+            moved = same;
+            QCOMPARE(moved.toString(), text);
+        }
+        QVERIFY(DString(QStringLiteral("1234567")) != DString(QStringLiteral("12345678")));
+        QVERIFY(DString(QStringLiteral("ko")) == QLatin1String("ko"));
+        QVERIFY(DString(QStringLiteral("ok")) != QLatin1String("ko"));
+
+        // Items copy their texts, and the copies read the same after the originals are gone.
+        auto text = std::make_unique<DText>(QString(40, QLatin1Char('t')));
+        DItemPtr copy = text->copy();
+        text.reset();
+        QCOMPARE(dcast<DText>(copy.get())->text(), QString(40, QLatin1Char('t')));
+    }
+
+    // A style keeps one number for good; threads numbering styles at once get numbers of their
+    // own that lead back to their styles.
+    void stylesAreNumberedOnceFromAnyThread()
+    {
+        QCOMPARE(DStyleTable::numberOf(DStylePtr()), 0u);
+        QCOMPARE(DStyleTable::at(0), nullptr);
+        const DStylePtr style(new DStyle(QStringLiteral("Normal")));
+        const std::uint32_t number = DStyleTable::numberOf(style);
+        QVERIFY(number != 0);
+        QCOMPARE(DStyleTable::numberOf(style), number);
+        QCOMPARE(DStyleTable::at(number), style.data());
+        QCOMPARE(DStyleTable::sharedAt(number), style);
+
+        constexpr int perThread = 3000; // beyond one chunk of the table
+        std::vector<DStyleList> styles(4);
+        std::vector<std::vector<std::uint32_t>> numbers(styles.size());
+        std::vector<std::thread> threads;
+        for (size_t t = 0; t < styles.size(); ++t) {
+            for (int i = 0; i < perThread; ++i)
+                styles[t].append(DStylePtr(new DStyle(QString::number(i))));
+            threads.emplace_back([&, t] {
+                for (const DStylePtr& each : styles[t])
+                    numbers[t].push_back(DStyleTable::numberOf(each));
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        QSet<std::uint32_t> seen;
+        for (size_t t = 0; t < styles.size(); ++t) {
+            for (int i = 0; i < perThread; ++i) {
+                QCOMPARE(DStyleTable::at(numbers[t][size_t(i)]), styles[t][i].data());
+                seen.insert(numbers[t][size_t(i)]);
+            }
+        }
+        QCOMPARE(seen.size(), qsizetype(styles.size()) * perThread);
+
+        auto paragraph = std::make_unique<DParagraph>();
+        paragraph->setStyle(style);
+        QCOMPARE(paragraph->style(), style.data());
+        QCOMPARE(paragraph->copy()->style(), style.data());
+    }
+
     void linkSplitsTagTargets()
     {
         QString file, document, tag;
@@ -187,6 +279,28 @@ private Q_SLOTS:
         QCOMPARE(dcast<DCurve>(curve->copy().get())->color(), DColor(255, 0, 0));
         auto point = dcast<DCurve>(curve)->firstChild()->copy();
         QCOMPARE(dcast<DPoint>(point.get())->y(), 2.5);
+    }
+
+    // A run of several megabytes arrives in many pieces, some ending inside a character; it is
+    // one text item, read back whole, and the style named on its paragraph is kept.
+    void longRunsOfTextArriveWhole()
+    {
+        QString run;
+        for (int i = 0; run.size() < 3 * 1024 * 1024; ++i)
+            run += QStringLiteral("line %1 \u00e9\u20ac\U0001F600 &\n").arg(i);
+        QByteArray escaped = run.toUtf8();
+        escaped.replace("&", "&amp;");
+        DAmlHandler handler;
+        const DStylePtr normal(new DStyle(QStringLiteral("Normal")));
+        handler.setStyles({normal});
+        const Reading r = read(
+            "<DOCUMENT><PARAGRAPH style='Normal'>" + escaped + "</PARAGRAPH></DOCUMENT>", handler);
+        QVERIFY2(r.ok, qPrintable(r.error));
+        const DItem* paragraph = r.document->firstChild();
+        QCOMPARE(paragraph->style(), normal.data());
+        const auto* text = dcast<DText>(dcast<DParagraph>(paragraph)->firstChild());
+        QVERIFY(text && !text->next());
+        QCOMPARE(text->text(), run);
     }
 
     void readerBuildsTheItemTree()

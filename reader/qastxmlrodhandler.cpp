@@ -5,8 +5,11 @@
 #include "reader/readprogress.h"
 
 #include <QCoreApplication>
+#include <charconv>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -135,42 +138,67 @@ bool QAstXmlRodHandler::startNode(const DAmlAttributes& attributes)
 
 bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes& attributes)
 {
-    const char* name = attributes.raw("name");
-    if (!name) {
+    // The attributes a node keeps, found in one pass over the tag.
+    struct Raw
+    {
+        const char* name = nullptr;
+        const char* type = nullptr;
+        const char* state = nullptr;
+        const char* icon = nullptr;
+        const char* sum = nullptr;
+        const char* base = nullptr;
+        const char* key = nullptr;
+        const char* level = nullptr;
+        const char* rule = nullptr;
+    } raw;
+    attributes.forEach([&raw](const char* name, const char* value) {
+        static const std::pair<const char*, const char * Raw::*> kept[] = {
+            {"name", &Raw::name},  {"type", &Raw::type},   {"state", &Raw::state},
+            {"icone", &Raw::icon}, {"sum", &Raw::sum},     {"base", &Raw::base},
+            {"key", &Raw::key},    {"level", &Raw::level}, {"rule", &Raw::rule}};
+        for (const auto& [attribute, field] : kept) {
+            if (name[0] == attribute[0] && std::strcmp(name, attribute) == 0) {
+                raw.*field = value;
+                return;
+            }
+        }
+    });
+
+    if (!raw.name) {
         setErrorString(message("Xml/ROD, unvalable name attribute.\n"));
         return false;
     }
-    node->name = m_texts.get(name);
+    node->name = m_texts.get(raw.name);
 
-    const char* rawType = attributes.raw("type");
-    if (!rawType) {
+    if (!raw.type) {
         setErrorString(message("Xml/ROD, unvalable type attribute.\n"));
         return false;
     }
     // A file has few types over many nodes: each is stored once and shared.
-    const DString* type = m_typeNames.find(rawType);
+    const DString* type = m_typeNames.find(raw.type);
     if (!type) {
-        type = &m_typeNames.insert(rawType, DString(std::string_view(rawType)));
+        type = &m_typeNames.insert(raw.type, DString(std::string_view(raw.type)));
         m_types.append(type->toString());
     }
     node->type = *type;
 
-    if (const char* state = attributes.raw("state"))
-        node->stat = m_texts.get(state);
-    if (const char* icon = attributes.raw("icone"))
-        node->icon = m_texts.get(icon);
-    node->tag = DString(std::to_string(++m_nodeCounter));
+    if (raw.state)
+        node->stat = m_texts.get(raw.state);
+    if (raw.icon)
+        node->icon = m_texts.get(raw.icon);
+    char number[16];
+    const auto written = std::to_chars(number, number + sizeof number, ++m_nodeCounter);
+    node->tag = DString(std::string_view(number, std::size_t(written.ptr - number)));
 
-    const QString sum = attributes.value("sum");
-    if (!sum.isNull()) {
+    if (raw.sum && raw.state) {
         bool valid = false;
-        const int count = sum.toInt(&valid, 10);
+        const int count = QByteArrayView(raw.sum).toInt(&valid, 10);
         if (valid) {
-            if (node->stat == QLatin1String("ok")) {
+            if (std::strcmp(raw.state, "ok") == 0) {
                 m_passed += count;
-            } else if (node->stat == QLatin1String("ko")) {
+            } else if (std::strcmp(raw.state, "ko") == 0) {
                 m_failed += count;
-            } else if (node->stat == QLatin1String("NE")) {
+            } else if (std::strcmp(raw.state, "NE") == 0) {
                 if (m_inconclusive < 0)
                     m_inconclusive = 0;
                 m_inconclusive += count;
@@ -178,16 +206,16 @@ bool QAstXmlRodHandler::setAttributes(QAReporterNode* node, const DAmlAttributes
         }
     }
 
-    if (attributes.contains("base"))
-        node->base = m_texts.get(attributes.raw("base"));
     // Every node has a key of its own: not pooled. Bases, levels and rules repeat: pooled.
     // Other attributes are not kept.
-    if (const char* key = attributes.raw("key"))
-        node->key = DString(std::string_view(key));
-    if (const char* level = attributes.raw("level"))
-        node->level = m_texts.get(level);
-    if (const char* rule = attributes.raw("rule"))
-        node->rule = m_texts.get(rule);
+    if (raw.base)
+        node->base = m_texts.get(raw.base);
+    if (raw.key)
+        node->key = DString(std::string_view(raw.key));
+    if (raw.level)
+        node->level = m_texts.get(raw.level);
+    if (raw.rule)
+        node->rule = m_texts.get(raw.rule);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include "sdk/qasafefile.h"
 
 #include <QFile>
+#include <fcntl.h>
 #include <new>
 
 namespace {

@@ -56,6 +56,18 @@ QString DString::toString() const
                          : QString::fromUtf8(bytes.data(), qsizetype(bytes.size()));
 }
 
+qsizetype DString::utf16Size() const
+{
+    // Each sequence is one unit but those of four bytes, which are two; continuations add none.
+    qsizetype units = 0;
+    for (const char byte : utf8()) {
+        const auto c = static_cast<unsigned char>(byte);
+        if ((c & 0xc0) != 0x80)
+            units += c >= 0xf0 ? 2 : 1;
+    }
+    return units;
+}
+
 bool DString::equals(QStringView text) const
 {
     return QAnyStringView::equal(view(), text);

@@ -14,6 +14,9 @@
 class DString
 {
 public:
+    // Texts of up to this many bytes are kept in the DString itself, with no block.
+    static constexpr std::size_t inlineCapacity = 7;
+
     DString() = default;
     explicit DString(std::string_view utf8);
     explicit DString(const QString& text);
@@ -34,6 +37,8 @@ public:
             return qsizetype((m_word >> 1) & 7);
         return m_word ? qsizetype(block()->size) : 0;
     }
+    // The length in UTF-16 code units, as the converted QString has it.
+    qsizetype utf16Size() const;
     // The bytes; valid while this DString lives unchanged.
     std::string_view utf8() const
     {
@@ -71,8 +76,6 @@ private:
     // text: bit 0 set, bits 1-3 the length, bytes 1-7 the text (the word is little-endian).
     static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "inline texts are laid out little-endian");
     static_assert(sizeof(std::uintptr_t) == 8, "inline texts need a 64-bit word");
-    static constexpr std::size_t inlineCapacity = 7;
-
     struct Block
     {
         std::atomic<std::uint32_t> references;

@@ -19,7 +19,8 @@ template <class Text> class DStringPool
 public:
     DStringPool() : m_slots(slotCount) {}
 
-    Text get(std::string_view raw)
+    // The converted text; the reference holds until the next call.
+    const Text& get(std::string_view raw)
     {
         Slot& slot = m_slots[hash(raw) & (slotCount - 1)];
         if (slot.filled && slot.key == raw)

@@ -21,6 +21,13 @@ public:
     QString name(int index) const { return QString::fromUtf8(m_pairs[2 * index]); }
     QString value(int index) const { return QString::fromUtf8(m_pairs[2 * index + 1]); }
 
+    // Calls `visit(name, value)` with the UTF-8 name and value of each attribute, in order.
+    template <class Visit> void forEach(Visit&& visit) const
+    {
+        for (const char* const* p = m_pairs; p && *p; p += 2)
+            visit(p[0], p[1]);
+    }
+
     bool contains(const char* name) const { return find(name) != nullptr; }
     // The value as the parser gave it (UTF-8), or null when absent.
     const char* raw(const char* name) const { return find(name); }

@@ -98,7 +98,10 @@ DAmlReader::~DAmlReader() = default;
 
 DString DAmlReader::textOf(const std::string& run)
 {
-    // Short runs repeat ("line ", "goto used at ", "Passed"): they are shared, not copied.
+    // Short runs repeat ("line ", "goto used at ", "Passed"): they are shared, not copied. The
+    // shortest need no block at all.
+    if (run.size() <= DString::inlineCapacity)
+        return DString(run);
     if (run.size() <= maxPooledText)
         return m_texts.get(run);
     return DString(run);

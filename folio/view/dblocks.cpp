@@ -35,13 +35,13 @@ int inlineLength(const DItem* item)
 {
     switch (item->type()) {
     case DItem::Text:
-        return static_cast<const DText*>(item)->text().size();
+        return static_cast<const DText*>(item)->textUtf8().utf16Size();
     case DItem::TagPointer:
-        return static_cast<const DTagPointer*>(item)->target().size();
+        return static_cast<const DTagPointer*>(item)->targetUtf8().utf16Size();
     case DItem::SEntry:
-        return static_cast<const DSEntry*>(item)->text().size();
+        return static_cast<const DSEntry*>(item)->textUtf8().utf16Size();
     case DItem::IEntry:
-        return static_cast<const DIEntry*>(item)->text().size();
+        return static_cast<const DIEntry*>(item)->textUtf8().utf16Size();
     default:
         break;
     }
@@ -49,7 +49,7 @@ int inlineLength(const DItem* item)
     const DItem* end = nextInOrder(item, false);
     for (const DItem* it = nextInOrder(item, true); it && it != end; it = nextInOrder(it, true)) {
         if (it->type() == DItem::Text)
-            length += static_cast<const DText*>(it)->text().size();
+            length += static_cast<const DText*>(it)->textUtf8().utf16Size();
     }
     return length;
 }
@@ -59,7 +59,7 @@ int rowTextLength(const DItem* row)
     int length = 0;
     for (const DItem* cell = row->asContainer()->firstChild(); cell; cell = cell->next()) {
         if (const DCellText* cellText = dcast<DCellText>(cell))
-            length += cellText->text().size();
+            length += cellText->textUtf8().utf16Size();
         length += inlineLength(cell);
     }
     return length;

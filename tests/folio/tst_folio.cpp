@@ -88,6 +88,7 @@ private Q_SLOTS:
             DString compact(text);
             QCOMPARE(compact.toString(), text);
             QCOMPARE(compact.size(), text.toUtf8().size());
+            QCOMPARE(compact.utf16Size(), text.size());
             QVERIFY(compact == text && text == compact && !(compact != text));
             QVERIFY(compact != QString(text + QLatin1Char('.')));
             DString copy = compact;

@@ -15,6 +15,14 @@
 #include <QStandardPaths>
 #include <QVariant>
 
+// What a store holds: nothing yet, the tables of the first stores, or those of now.
+enum class StoreSchema : int
+{
+    Empty,
+    First,
+    Current
+};
+
 namespace {
 
 constexpr int schemaVersion = 3;
@@ -119,19 +127,11 @@ bool createTables(const QSqlDatabase& database, QString* error)
            run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion), error);
 }
 
-// What a store holds: nothing yet, the tables of the first stores, or those of now.
-enum class Schema
-{
-    Empty,
-    First,
-    Current
-};
-
 // Whether the store holds exactly the tables crcstudio makes, now or in its first stores (in
 // `schema`; whether it has reviews in `reviews`). Only the schema is read to find out, nothing of
 // it runs: anything else, such as a view that never ends or a trigger that filing would fire, is
 // refused with the reason in `error`.
-bool checkSchema(const QSqlDatabase& database, Schema* schema, bool* reviews, QString* error)
+bool checkSchema(const QSqlDatabase& database, StoreSchema* schema, bool* reviews, QString* error)
 {
     static const QHash<QString, QString> ours{
         {QStringLiteral("defects"), defectsTable},
@@ -181,7 +181,7 @@ bool checkSchema(const QSqlDatabase& database, Schema* schema, bool* reviews, QS
         *error = QStringLiteral("it is no defect store of crcstudio: its reviews have no key");
         return false;
     }
-    *schema = empty ? Schema::Empty : first ? Schema::First : Schema::Current;
+    *schema = empty ? StoreSchema::Empty : first ? StoreSchema::First : StoreSchema::Current;
     for (const QString& table : {QStringLiteral("defects"), QStringLiteral("attachments")}) {
         if (!empty && !tables.contains(table)) {
             *error =
@@ -210,12 +210,12 @@ bool beginWriting(const QSqlDatabase& database, bool* empty, QString* error)
 {
     if (!run(database, QStringLiteral("BEGIN IMMEDIATE"), error))
         return false;
-    Schema schema = Schema::Empty;
+    StoreSchema schema = StoreSchema::Empty;
     bool reviews = false;
     if (checkSchema(database, &schema, &reviews, error)) {
-        *empty = schema == Schema::Empty;
+        *empty = schema == StoreSchema::Empty;
         if (*empty ||
-            ((schema != Schema::First || addColumns(database, error)) &&
+            ((schema != StoreSchema::First || addColumns(database, error)) &&
              (reviews ||
               (run(database, reviewsTable, error) &&
                run(database, QStringLiteral("PRAGMA user_version = %1").arg(schemaVersion),
@@ -255,6 +255,29 @@ bool DefectStore::refuseUnsafeStore(const QString& what)
     if (info.exists() && !info.isFile())
         return fail(what, QStringLiteral("it is not a regular file"));
     return true;
+}
+
+bool DefectStore::readStore(
+    const std::function<bool(const QSqlDatabase&, StoreSchema, bool)>& readTables)
+{
+    m_error.clear();
+    const QFileInfo info(m_path);
+    if (!info.exists())
+        return true;
+    // A FIFO or a device would never end or hang the reader.
+    if (!info.isFile())
+        return fail(QStringLiteral("Cannot read the defect store %1"),
+                    QStringLiteral("it is not a regular file"));
+    StoreConnection connection(m_path, true);
+    if (!connection.isOpen())
+        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
+    const QSqlDatabase database = connection.database();
+    QString error;
+    StoreSchema schema = StoreSchema::Empty;
+    bool hasReviews = false;
+    if (!checkSchema(database, &schema, &hasReviews, &error))
+        return fail(QStringLiteral("Cannot read the defect store %1"), error);
+    return readTables(database, schema, hasReviews);
 }
 
 bool DefectStore::prepareForFiling()
@@ -398,28 +421,18 @@ bool DefectStore::file(Defect& defect)
 
 bool DefectStore::read(QList<Defect>* defects)
 {
-    m_error.clear();
     defects->clear();
-    const QFileInfo info(m_path);
-    if (!info.exists())
-        return true;
-    // A FIFO or a device would never end or hang the reader.
-    if (!info.isFile())
-        return fail(QStringLiteral("Cannot read the defect store %1"),
-                    QStringLiteral("it is not a regular file"));
-    StoreConnection connection(m_path, true);
-    if (!connection.isOpen())
-        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
-    const QSqlDatabase database = connection.database();
+    return readStore([this, defects](const QSqlDatabase& database, StoreSchema schema, bool) {
+        return schema == StoreSchema::Empty || readDefects(database, schema, defects);
+    });
+}
+
+bool DefectStore::readDefects(const QSqlDatabase& database, StoreSchema schema,
+                              QList<Defect>* defects)
+{
     QString error;
-    Schema schema = Schema::Empty;
-    bool reviews = false;
-    if (!checkSchema(database, &schema, &reviews, &error))
-        return fail(QStringLiteral("Cannot read the defect store %1"), error);
-    if (schema == Schema::Empty)
-        return true;
     // A store of the first kind is read as it is: reading never writes.
-    const QString details = schema == Schema::First
+    const QString details = schema == StoreSchema::First
                                 ? QStringLiteral("NULL, NULL, NULL, NULL, NULL, NULL")
                                 : QStringLiteral("source_path, source_line, rule, level, message,"
                                                  " snippet");
@@ -521,25 +534,15 @@ bool Review::suppresses() const
 
 bool DefectStore::readReviews(QList<Review>* reviews)
 {
-    m_error.clear();
     reviews->clear();
-    const QFileInfo info(m_path);
-    if (!info.exists())
-        return true;
-    if (!info.isFile())
-        return fail(QStringLiteral("Cannot read the defect store %1"),
-                    QStringLiteral("it is not a regular file"));
-    StoreConnection connection(m_path, true);
-    if (!connection.isOpen())
-        return fail(QStringLiteral("Cannot open the defect store %1"), connection.error());
-    const QSqlDatabase database = connection.database();
+    return readStore([this, reviews](const QSqlDatabase& database, StoreSchema, bool hasReviews) {
+        return !hasReviews || readReviewTable(database, reviews);
+    });
+}
+
+bool DefectStore::readReviewTable(const QSqlDatabase& database, QList<Review>* reviews)
+{
     QString error;
-    Schema schema = Schema::Empty;
-    bool hasReviews = false;
-    if (!checkSchema(database, &schema, &hasReviews, &error))
-        return fail(QStringLiteral("Cannot read the defect store %1"), error);
-    if (!hasReviews)
-        return true;
     QSqlQuery query(database);
     if (!run(query,
              QStringLiteral("SELECT identity, rule, status, comment, who, reviewed FROM reviews"

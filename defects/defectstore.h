@@ -4,6 +4,11 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <functional>
+
+class QSqlDatabase;
+// What a store holds (defined with the store's tables).
+enum class StoreSchema : int;
 
 // A file kept with a defect, as it was when the defect was filed.
 struct DefectAttachment
@@ -106,6 +111,11 @@ private:
     // Refuses, with `what` as for fail(), a store that is a symbolic link or not a regular file:
     // nothing is written through a link or into a device.
     bool refuseUnsafeStore(const QString& what);
+    // Opens the store for reading and has `readTables` read it, given what it holds and whether
+    // it keeps reviews. A store that does not exist yet is not opened and reads as empty.
+    bool readStore(const std::function<bool(const QSqlDatabase&, StoreSchema, bool)>& readTables);
+    bool readDefects(const QSqlDatabase& database, StoreSchema schema, QList<Defect>* defects);
+    bool readReviewTable(const QSqlDatabase& database, QList<Review>* reviews);
 
     QString m_path;
     QString m_error;

@@ -8,7 +8,6 @@
 #include "sdk/qasafefile.h"
 
 #include <QFile>
-#include <fcntl.h>
 #include <new>
 
 namespace {

@@ -77,8 +77,9 @@ void TriageMarks::mark(ResultNode* root, const QString& entryName, const QString
 {
     if (!root)
         return;
-    const auto child = [this](int at, const QString& name) {
-        return at < 0 ? -1 : m_edges.value({at, name}, -1);
+    // A node's name is converted only where a defect's path may go on below its parent.
+    const auto child = [this](int at, const auto& name) {
+        return at < 0 ? -1 : m_edges.value({at, QString(name)}, -1);
     };
     // Each node with the node of the defects' names that its path reaches (-1: none).
     std::vector<std::pair<ResultNode*, int>> pending{

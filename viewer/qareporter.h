@@ -164,6 +164,8 @@ private Q_SLOTS:
     void findDialogSearch(const QRegularExpression& expression);
 
 private:
+    // Moves the outline with `move` as a step to a failure: the keyboard stays where it is.
+    void stepOutline(void (QARListView::*move)());
     // What the studio is asked to show of a source a link leads to (`location`, resolved).
     SourceRequest sourceRequest(DLink* link, const QString& location) const;
     // Reads `files` (each once, and with `skipHeld` none held already) and shows them; false,

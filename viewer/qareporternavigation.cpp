@@ -26,47 +26,34 @@
 
 // Stepping moves the outline and the view; the keyboard stays where it was, so that the next
 // key steps on.
-void QAReporter::nextKO()
+void QAReporter::stepOutline(void (QARListView::*move)())
 {
     if (!m_outline)
         return;
     m_stepping = true;
-    // In the new failures only mode the failed results shown are the new ones: F8 steps them.
-    if (newFailuresOnlyWanted())
-        m_outline->nextFinding();
-    else
-        m_outline->nextKO();
+    (m_outline->*move)();
     m_stepping = false;
+}
+
+// In the new failures only mode the failed results shown are the new ones: F8 steps them.
+void QAReporter::nextKO()
+{
+    stepOutline(newFailuresOnlyWanted() ? &QARListView::nextFinding : &QARListView::nextKO);
 }
 
 void QAReporter::prevKO()
 {
-    if (!m_outline)
-        return;
-    m_stepping = true;
-    if (newFailuresOnlyWanted())
-        m_outline->previousFinding();
-    else
-        m_outline->prevKO();
-    m_stepping = false;
+    stepOutline(newFailuresOnlyWanted() ? &QARListView::previousFinding : &QARListView::prevKO);
 }
 
 void QAReporter::nextFinding()
 {
-    if (!m_outline)
-        return;
-    m_stepping = true;
-    m_outline->nextFinding();
-    m_stepping = false;
+    stepOutline(&QARListView::nextFinding);
 }
 
 void QAReporter::previousFinding()
 {
-    if (!m_outline)
-        return;
-    m_stepping = true;
-    m_outline->previousFinding();
-    m_stepping = false;
+    stepOutline(&QARListView::previousFinding);
 }
 
 // A selection made with a click or a key moves the view only: the keyboard stays in the

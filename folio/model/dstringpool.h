@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 // Converts raw UTF-8 text to a QString or a DString and remembers recent conversions, so that the
@@ -26,7 +27,7 @@ public:
         if (slot.filled && slot.key == raw)
             return slot.value;
         slot.key.assign(raw);
-        slot.value = convert(raw, static_cast<Text*>(nullptr));
+        slot.value = convert(raw);
         slot.filled = true;
         return slot.value;
     }
@@ -49,12 +50,15 @@ private:
         bool filled = false;
     };
 
-    static QString convert(std::string_view raw, QString* = nullptr)
+    // An empty text read is empty, not null, whichever kind holds it.
+    static Text convert(std::string_view raw)
     {
-        return raw.empty() ? QString(QLatin1String(""))
-                           : QString::fromUtf8(raw.data(), qsizetype(raw.size()));
+        if constexpr (std::is_same_v<Text, QString>)
+            return raw.empty() ? QString(QLatin1String(""))
+                               : QString::fromUtf8(raw.data(), qsizetype(raw.size()));
+        else
+            return Text(raw);
     }
-    static DString convert(std::string_view raw, DString* = nullptr) { return DString(raw); }
 
     // Mixes the length with the first and the last eight bytes: cheap, and enough to spread the
     // texts of a file over the slots.
